@@ -1,0 +1,6 @@
+# CORVELLA_SANITIZE=address,undefined (or thread) instruments everything that is built here.
+set(CORVELLA_SANITIZE "" CACHE STRING "Sanitizers to build with, comma-separated; empty for none")
+if(CORVELLA_SANITIZE)
+    add_compile_options(-fsanitize=${CORVELLA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${CORVELLA_SANITIZE})
+endif()

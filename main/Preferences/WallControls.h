@@ -1,0 +1,15 @@
+// The four verbs that the settings window needs of the application.
+#pragma once
+
+namespace corvella {
+
+class WallControls {
+public:
+    virtual ~WallControls() = default;
+    virtual void show() = 0;
+    virtual void hide() = 0;
+    virtual void arm() = 0;
+    virtual void disarm() = 0;
+};
+
+} // namespace corvella

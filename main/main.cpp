@@ -1,0 +1,80 @@
+// Entry point: reads the command line once, does a one-shot job and ends, or hands over to the application.
+#include "Preferences/Preferences.h"
+#include "cache/Cache.h"
+#include "platform/layers/RendererKind.h"
+#include "platform/session/DisplayServer.h"
+#include "platform/session/IdleClock.h"
+#include "platform/session/Screens.h"
+#include "platform/session/TerminationSignals.h"
+#include "platform/time/MediaClock.h"
+#include "shell/App.h"
+#include "shell/CommandLine.h"
+#include "shell/SelfTest.h"
+
+#include <QApplication>
+
+#include <cstdlib>
+
+using namespace corvella;
+
+namespace {
+
+CommandLine readCommandLine(int argc, char **argv)
+{
+    QStringList args;
+    for (int i = 1; i < argc; ++i)
+        args << QString::fromLocal8Bit(argv[i]);
+    return CommandLine::parse(args);
+}
+
+int refresh(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    Cache::seedIfEmpty();
+    Cache::refresh();
+    return EXIT_SUCCESS;
+}
+
+int prime(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    Cache::seedIfEmpty();
+    Cache::refresh();
+    return EXIT_SUCCESS;
+}
+
+int runApplication(int &argc, char **argv, const CommandLine &commandLine)
+{
+    if (!chooseDisplayServer())
+        return EXIT_FAILURE;
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Corvella"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("space.tarrow.corvella"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    const TerminationSignals signals;
+    QObject::connect(&signals, &TerminationSignals::received, &app, &QApplication::quit);
+    Screens screens;
+    const std::unique_ptr<IdleClock> idleClock = IdleClock::create();
+    const SteadyMediaClock clock;
+    App delegate({screens, *idleClock, clock, rendererKind()});
+    QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &App::applicationWillTerminate);
+    delegate.applicationDidFinishLaunching(commandLine);
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const CommandLine commandLine = readCommandLine(argc, argv);
+    if (commandLine.selfTest) {
+        runSelfTest();
+        return EXIT_SUCCESS;
+    }
+    if (commandLine.refreshOnly)
+        return refresh(argc, argv);
+    if (commandLine.primeOnly)
+        return prime(argc, argv);
+    return runApplication(argc, argv, commandLine);
+}

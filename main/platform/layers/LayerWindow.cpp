@@ -1,0 +1,139 @@
+#include "platform/layers/LayerWindow.h"
+
+#include "log.h"
+#include "platform/layers/GlRenderer.h"
+#include "platform/layers/LayerTree.h"
+
+#include <QBackingStore>
+#include <QExposeEvent>
+#include <QOpenGLContext>
+#include <QScreen>
+
+#include <algorithm>
+#include <cmath>
+
+namespace corvella {
+
+namespace {
+
+constexpr double kFallbackRefreshRate = 60; // Hz
+
+} // namespace
+
+LayerWindow::LayerWindow(LayerTree &tree, QScreen *screen)
+    : QWindow(screen)
+    , m_tree(tree)
+{
+    if (tree.renderer() == RendererKind::gl)
+        setSurfaceType(QSurface::OpenGLSurface);
+    else
+        m_store = std::make_unique<QBackingStore>(this);
+    m_drawTimer.setSingleShot(true);
+    m_drawTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_drawTimer, &QTimer::timeout, this, &LayerWindow::draw);
+    connect(&tree, &LayerTree::needsDisplay, this, &LayerWindow::scheduleDrawing);
+}
+
+LayerWindow::~LayerWindow()
+{
+    if (m_gl && m_context->makeCurrent(this))
+        m_gl.reset();
+}
+
+void LayerWindow::exposeEvent(QExposeEvent * /*event*/)
+{
+    m_everythingChanged = true;
+    if (isExposed())
+        draw();
+}
+
+void LayerWindow::resizeEvent(QResizeEvent *event)
+{
+    m_tree.setSize(event->size());
+    m_everythingChanged = true;
+    scheduleDrawing();
+}
+
+MediaTime LayerWindow::frameInterval() const
+{
+    const double rate = screen() && screen()->refreshRate() > 1 ? screen()->refreshRate() : kFallbackRefreshRate;
+    return std::chrono::duration_cast<MediaTime>(std::chrono::duration<double>(1 / rate));
+}
+
+void LayerWindow::scheduleDrawing()
+{
+    if (m_drawTimer.isActive())
+        return;
+    const MediaTime wait = std::max(m_lastDrawn + frameInterval() - m_tree.now(), MediaTime(0));
+    m_drawTimer.start(std::chrono::floor<std::chrono::milliseconds>(wait));
+}
+
+void LayerWindow::draw()
+{
+    m_tree.advance();
+    if (!isExposed())
+        return;
+    m_lastDrawn = m_tree.now();
+    if (m_store)
+        drawRaster();
+    else
+        drawGl();
+    if (m_tree.isAnimating())
+        scheduleDrawing();
+}
+
+QSize LayerWindow::pixelSize() const
+{
+    return (QSizeF(size()) * devicePixelRatio()).toSize();
+}
+
+void LayerWindow::drawRaster()
+{
+    if (m_everythingChanged)
+        m_raster.invalidate();
+    QRegion changed = m_raster.advance(drawList(m_tree, m_tree.now()));
+    if (std::exchange(m_everythingChanged, false))
+        changed = QRect(QPoint(0, 0), pixelSize());
+    if (changed.isEmpty())
+        return;
+
+    // The store speaks in points; where those are not whole pixels, a little more is drawn.
+    QRegion inPoints;
+    const double ratio = devicePixelRatio();
+    for (const QRect &rect : changed)
+        inPoints += QRectF(QPointF(rect.topLeft()) / ratio, QSizeF(rect.size()) / ratio).toAlignedRect();
+    if (m_store->size() != size())
+        m_store->resize(size());
+    m_store->beginPaint(inPoints);
+    if (QPaintDevice *device = m_store->paintDevice(); device && device->devType() == QInternal::Image) {
+        auto &image = static_cast<QImage &>(*device);
+        // The same pixels without the store's own scaling: the list is in pixels already.
+        QImage pixels(image.bits(), image.width(), image.height(), image.bytesPerLine(), image.format());
+        m_raster.paint(pixels, changed);
+    }
+    m_store->endPaint();
+    m_store->flush(inPoints);
+    Q_EMIT presented(changed);
+}
+
+void LayerWindow::drawGl()
+{
+    if (!m_context) {
+        m_context = std::make_unique<QOpenGLContext>();
+        m_context->setFormat(requestedFormat());
+        if (!m_context->create() || !m_context->makeCurrent(this)) {
+            log(QStringLiteral("renderer: no OpenGL for this window"));
+            return;
+        }
+        m_gl = std::make_unique<GlRenderer>();
+        if (!m_gl->initialise())
+            m_gl.reset();
+    }
+    if (!m_gl || !m_context->makeCurrent(this))
+        return;
+    m_gl->paint(drawList(m_tree, m_tree.now()), pixelSize());
+    m_context->swapBuffers(this);
+    Q_EMIT presented(QRect(QPoint(0, 0), pixelSize()));
+}
+
+} // namespace corvella

@@ -1,0 +1,58 @@
+// A window that shows one layer tree and nothing else. It draws when the tree changed or an animation
+// runs, and at no other time. Main thread only.
+#pragma once
+
+#include "platform/layers/DrawList.h"
+#include "platform/layers/RasterRenderer.h"
+
+#include <QTimer>
+#include <QWindow>
+
+#include <memory>
+
+class QBackingStore;
+class QOpenGLContext;
+
+namespace corvella {
+
+class GlRenderer;
+class LayerTree;
+
+class LayerWindow : public QWindow {
+    Q_OBJECT
+
+public:
+    // Shows `tree`, which must outlive the window and whose renderer decides how it is drawn.
+    // The tree takes on the window's size whenever that changes.
+    explicit LayerWindow(LayerTree &tree, QScreen *screen);
+    ~LayerWindow() override;
+
+Q_SIGNALS:
+    // A picture with these changes went to the display.
+    void presented(const QRegion &changed);
+
+protected:
+    void exposeEvent(QExposeEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    // The least time between two pictures: the screen's own, or 1/60 s where it tells none.
+    [[nodiscard]] MediaTime frameInterval() const;
+    void scheduleDrawing();
+    void draw();
+    void drawRaster();
+    void drawGl();
+    [[nodiscard]] QSize pixelSize() const;
+
+    LayerTree &m_tree;
+    QTimer m_drawTimer;
+    MediaTime m_lastDrawn {0};
+
+    std::unique_ptr<QBackingStore> m_store; // raster only
+    RasterRenderer m_raster;
+    std::unique_ptr<QOpenGLContext> m_context; // GL only
+    std::unique_ptr<GlRenderer> m_gl;
+    bool m_everythingChanged = true;
+};
+
+} // namespace corvella

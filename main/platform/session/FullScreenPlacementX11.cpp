@@ -1,0 +1,54 @@
+#include "platform/session/FullScreenPlacement.h"
+#include "platform/session/XcbConnection.h"
+
+#include <array>
+#include <cstring>
+#include <string_view>
+
+namespace corvella {
+
+namespace {
+
+xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
+{
+    const auto cookie
+        = xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
+    const x11::ReplyOf<xcb_intern_atom_reply_t> reply(
+        xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+void sendToRoot(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type,
+                std::array<uint32_t, 5> data)
+{
+    xcb_client_message_event_t event {};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = type;
+    std::memcpy(event.data.data32, data.data(), sizeof event.data.data32);
+    xcb_send_event(connection, 0, x11::rootWindow(connection),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char *>(&event));
+}
+
+} // namespace
+
+void keepOnAllWorkspacesX11(unsigned long windowId)
+{
+    const x11::Connection connection = x11::connectToServer();
+    if (!connection)
+        return;
+    xcb_connection_t *const server = connection.get();
+    const auto window = static_cast<xcb_window_t>(windowId);
+    constexpr uint32_t kAllWorkspaces = 0xFFFFFFFF;
+    constexpr uint32_t kAdd = 1;
+    constexpr uint32_t kFromPager = 2; // some managers heed only a pager here
+    sendToRoot(server, window, atom(server, "_NET_WM_DESKTOP"), {kAllWorkspaces, kFromPager});
+    sendToRoot(server, window, atom(server, "_NET_WM_STATE"),
+               {kAdd, atom(server, "_NET_WM_STATE_SKIP_TASKBAR"),
+                atom(server, "_NET_WM_STATE_SKIP_PAGER"), kFromPager});
+    xcb_flush(server);
+}
+
+} // namespace corvella

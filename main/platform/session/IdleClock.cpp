@@ -1,0 +1,28 @@
+#include "platform/session/IdleClock.h"
+
+#include "log.h"
+#include "platform/session/XcbConnection.h"
+
+namespace corvella {
+
+namespace {
+
+class NeverIdle final : public IdleClock {
+public:
+    double secondsIdle() override { return 0; }
+};
+
+} // namespace
+
+std::unique_ptr<IdleClock> IdleClock::create()
+{
+    std::unique_ptr<IdleClock> clock;
+    if (x11::isX11Session())
+        clock = createIdleClockX11();
+    if (clock)
+        return clock;
+    log(QStringLiteral("idle time: this session does not tell it; nothing starts by itself"));
+    return std::make_unique<NeverIdle>();
+}
+
+} // namespace corvella

@@ -1,0 +1,34 @@
+// The displays of this session, as they are now. Main thread only.
+#pragma once
+
+#include <QObject>
+#include <QRect>
+
+class QScreen;
+
+namespace corvella {
+
+struct Screen {
+    QScreen *screen = nullptr; // owned by Qt; valid until the displays change
+    QRect frame; // points, in the platform's global coordinates
+    double scale = 1; // pixels per point
+};
+
+class Screens : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Screens(QObject *parent = nullptr);
+
+    // In the platform's order, the main screen first. Empty while no display is attached.
+    [[nodiscard]] QList<Screen> list() const;
+
+Q_SIGNALS:
+    // A display came, went, moved, turned or changed its resolution or scale.
+    void changed();
+
+private:
+    void watch(QScreen *screen);
+};
+
+} // namespace corvella

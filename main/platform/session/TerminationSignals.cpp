@@ -1,0 +1,47 @@
+#include "platform/session/TerminationSignals.h"
+
+#include "log.h"
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace corvella {
+
+namespace {
+
+int pipeEnds[2] = {-1, -1};
+
+// Signal context: write() is all that may be done.
+void forward(int signal)
+{
+    const char number = static_cast<char>(signal);
+    [[maybe_unused]] const ssize_t written = ::write(pipeEnds[1], &number, 1);
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals(QObject *parent)
+    : QObject(parent)
+{
+    if (::pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0) {
+        log(QStringLiteral("signals: no pipe; a signal ends the program at once"));
+        return;
+    }
+    m_notifier = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
+        char number = 0;
+        while (::read(pipeEnds[0], &number, 1) == 1) {
+        }
+        Q_EMIT received();
+    });
+    for (const int signal : std::array {SIGTERM, SIGINT, SIGHUP}) {
+        struct sigaction action = {};
+        action.sa_handler = forward;
+        action.sa_flags = SA_RESTART;
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+} // namespace corvella

@@ -1,0 +1,25 @@
+// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that the program ends in order.
+#pragma once
+
+#include <QObject>
+#include <QSocketNotifier>
+
+#include <memory>
+
+namespace corvella {
+
+class TerminationSignals : public QObject {
+    Q_OBJECT
+
+public:
+    // One per process, on the main thread, while the event loop runs.
+    explicit TerminationSignals(QObject *parent = nullptr);
+
+Q_SIGNALS:
+    void received();
+
+private:
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+} // namespace corvella

@@ -1,0 +1,25 @@
+#include "platform/session/XcbConnection.h"
+
+#include <QGuiApplication>
+
+namespace corvella::x11 {
+
+bool isX11Session()
+{
+    return QGuiApplication::platformName() == QLatin1String("xcb") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+Connection connectToServer()
+{
+    Connection connection(xcb_connect(nullptr, nullptr));
+    if (xcb_connection_has_error(connection.get()))
+        return nullptr;
+    return connection;
+}
+
+xcb_window_t rootWindow(xcb_connection_t *connection)
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
+} // namespace corvella::x11

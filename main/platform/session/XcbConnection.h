@@ -1,0 +1,30 @@
+// A connection of our own to the X server, where there is one. Included by X11 back-ends only.
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace corvella::x11 {
+
+struct CloseConnection {
+    void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
+};
+struct FreeReply {
+    void operator()(void *reply) const { std::free(reply); }
+};
+
+using Connection = std::unique_ptr<xcb_connection_t, CloseConnection>;
+template <typename Reply>
+using ReplyOf = std::unique_ptr<Reply, FreeReply>;
+
+// Whether this program talks to an X server that is no mere guest of a Wayland compositor.
+[[nodiscard]] bool isX11Session();
+
+// Null where no X server answers.
+[[nodiscard]] Connection connectToServer();
+
+[[nodiscard]] xcb_window_t rootWindow(xcb_connection_t *connection);
+
+} // namespace corvella::x11

@@ -1,0 +1,62 @@
+// One settings file: a JSON object on disk that people, tools and other processes may change at any
+// time. Logs nothing and never writes; what to do about a damaged file is decided above.
+#pragma once
+
+#include "platform/storage/BoundedFile.h"
+
+#include <QHash>
+#include <QJsonObject>
+
+#include <functional>
+#include <mutex>
+#include <optional>
+
+namespace corvella {
+
+// A settings file is a few KiB. It is read on the main thread, so one that grew past this is
+// somebody's mistake and must not stall the walls.
+inline constexpr qint64 kLargestDefaultsBytes = 1024 * 1024;
+
+// The settings in a file's bytes; none when they are not one JSON object.
+[[nodiscard]] std::optional<QJsonObject> parseDefaults(const QByteArray &bytes);
+
+// The bytes of a settings file, laid out for people to edit.
+[[nodiscard]] QByteArray serializeDefaults(const QJsonObject &settings);
+
+enum class DefaultsState {
+    missing,    // no file: no settings, and nothing in the way of writing them
+    whole,      // a JSON object
+    damaged,    // readable, but not a JSON object or far too large
+    unreadable, // there, but it cannot be read, so it must not be overwritten either
+};
+
+struct DefaultsContent
+{
+    DefaultsState state = DefaultsState::missing;
+    QJsonObject settings; // empty unless whole
+    FileStamp stamp;
+    QString reason; // what is wrong with it; empty when missing or whole
+};
+
+// Reads settings files and parses each again only when it changed. Any thread.
+class DefaultsReader
+{
+public:
+    // Nanoseconds since 1970, by the clock that stamps files.
+    using Clock = std::function<qint64()>;
+
+    explicit DefaultsReader(Clock nowNs = systemClock);
+
+    // The content at this moment: a change by anybody, finished before the call, is seen.
+    [[nodiscard]] DefaultsContent read(const QString &path);
+
+private:
+    static qint64 systemClock();
+
+    Clock m_nowNs;
+    std::mutex m_mutex;
+    QHash<QString, DefaultsContent>
+        m_settled; // guarded by m_mutex; only what its stamp proves unchanged
+};
+
+} // namespace corvella

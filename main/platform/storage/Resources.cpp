@@ -1,0 +1,45 @@
+#include "platform/storage/Resources.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <array>
+#include <climits>
+#include <unistd.h>
+
+namespace corvella {
+
+namespace {
+
+QString readExecutablePath()
+{
+    std::array<char, PATH_MAX> buffer;
+    const ssize_t length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
+    const QString path = QFile::decodeName(QByteArray(buffer.data(), std::max<ssize_t>(length, 0)));
+    // What the kernel adds when the file has been replaced under a running program.
+    const QString removed = QStringLiteral(" (deleted)");
+    if (path.endsWith(removed) && !QFileInfo::exists(path))
+        return path.chopped(removed.size());
+    return path;
+}
+
+} // namespace
+
+QString executablePath()
+{
+    static const QString path = readExecutablePath();
+    return path;
+}
+
+std::optional<QString> resourcePath(const QString &name)
+{
+    const QDir folder = QFileInfo(executablePath()).dir();
+    const QString path =
+        QDir::cleanPath(folder.filePath(QStringLiteral("../share/corvella/") + name));
+    if (!QFileInfo::exists(path))
+        return std::nullopt;
+    return path;
+}
+
+} // namespace corvella

@@ -1,0 +1,35 @@
+// Where a user's files belong, by the XDG base directory specification
+// (https://specifications.freedesktop.org/basedir-spec/latest/). Read from the environment on every
+// call, without touching the disk; the folders need not exist. Any thread. All paths are absolute
+// and end without a slash.
+#pragma once
+
+#include "platform/storage/DurableFile.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace corvella::StandardFolders {
+
+// $HOME, or the password database's answer where it is unset or not absolute.
+[[nodiscard]] QString home();
+
+// $XDG_CONFIG_HOME, or ~/.config. A relative value counts as unset here and below, as the
+// specification demands.
+[[nodiscard]] QString config();
+
+// $XDG_CACHE_HOME, or ~/.cache.
+[[nodiscard]] QString caches();
+
+// $XDG_DATA_HOME, or ~/.local/share.
+[[nodiscard]] QString applicationSupport();
+
+// The machine-wide folders below config(), the most important first: $XDG_CONFIG_DIRS, or /etc/xdg
+// alone.
+[[nodiscard]] QStringList machineConfig();
+
+// Makes a folder and those above it that are missing, for the user alone (0700, as the
+// specification demands). A folder that is there already is ok and stays as it is.
+FileResult make(const QString &folder);
+
+} // namespace corvella::StandardFolders

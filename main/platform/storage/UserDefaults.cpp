@@ -1,0 +1,319 @@
+#include "platform/storage/UserDefaults.h"
+
+#include "log.h"
+#include "platform/storage/DurableFile.h"
+#include "platform/storage/FileLock.h"
+#include "platform/storage/IsoDate.h"
+#include "platform/storage/StandardFolders.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <thread>
+
+namespace corvella {
+
+namespace {
+
+// Some editors empty a file before they write it again. So one that looks damaged is looked at
+// again after a pause, and judged only when nobody touched it meanwhile; the bound is for a file
+// that is never left alone.
+constexpr std::chrono::milliseconds kPauseBeforeJudging{50};
+constexpr int kMostPauses = 20;
+
+QString lockPath(const QString &path)
+{
+    return path + QStringLiteral(".lock");
+}
+
+// "PATH.unreadable-20260101T000000Z", with a number behind it when that second has had one already.
+QString freeNameFor(const QString &path)
+{
+    const QString time =
+        QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
+    const QString name = path + QStringLiteral(".unreadable-") + time;
+    QString candidate = name;
+    for (int number = 2; QFileInfo(candidate).isSymLink() || QFileInfo::exists(candidate); ++number)
+        candidate = name + u'-' + QString::number(number);
+    return candidate;
+}
+
+bool notSaved(const QString &path, const QString &reason)
+{
+    log(QStringLiteral("settings: could not save %1 (%2)").arg(path, reason));
+    return false;
+}
+
+bool save(const QString &path, const QJsonObject &settings)
+{
+    const QByteArray bytes = serializeDefaults(settings);
+    // A file that the next reader would refuse must not be written in the first place.
+    if (bytes.size() > kLargestDefaultsBytes)
+        return notSaved(path, qt_error_string(EFBIG));
+    const FileResult result = DurableFile::write(path, bytes);
+    return result.isOk() || notSaved(path, result.reason);
+}
+
+QJsonObject withoutNulls(QJsonObject settings)
+{
+    for (auto entry = settings.begin(); entry != settings.end();)
+        entry = entry.value().isNull() ? settings.erase(entry) : std::next(entry);
+    return settings;
+}
+
+} // namespace
+
+UserDefaults::UserDefaults(QString domain, Pause pause)
+    : m_domain(std::move(domain))
+    , m_pause(std::move(pause))
+{
+}
+
+void UserDefaults::briefPause()
+{
+    std::this_thread::sleep_for(kPauseBeforeJudging);
+}
+
+QString UserDefaults::filePath() const
+{
+    return StandardFolders::config() + u'/' + fileName();
+}
+
+QString UserDefaults::fileName() const
+{
+    return m_domain + QStringLiteral(".json");
+}
+
+bool UserDefaults::isReadable() const
+{
+    return m_reader.read(filePath()).state != DefaultsState::unreadable;
+}
+
+QJsonValue UserDefaults::value(const QString &key) const
+{
+    const QJsonValue users = userSettings().value(key);
+    if (!users.isUndefined() && !users.isNull())
+        return users;
+    for (const QString &folder : StandardFolders::machineConfig()) {
+        const QJsonValue machines = machineSettings(folder).value(key);
+        if (!machines.isUndefined() && !machines.isNull())
+            return machines;
+    }
+    return QJsonValue(QJsonValue::Undefined);
+}
+
+QJsonObject UserDefaults::values() const
+{
+    QJsonObject all = withoutNulls(userSettings());
+    for (const QString &folder : StandardFolders::machineConfig()) {
+        const QJsonObject below = withoutNulls(machineSettings(folder));
+        for (auto entry = below.begin(); entry != below.end(); ++entry) {
+            if (!all.contains(entry.key()))
+                all.insert(entry.key(), entry.value());
+        }
+    }
+    return all;
+}
+
+bool UserDefaults::contains(const QString &key) const
+{
+    return !value(key).isUndefined();
+}
+
+std::optional<QString> UserDefaults::string(const QString &key) const
+{
+    const QJsonValue stored = value(key);
+    return stored.isString() ? std::optional(stored.toString()) : std::nullopt;
+}
+
+std::optional<bool> UserDefaults::boolean(const QString &key) const
+{
+    const QJsonValue stored = value(key);
+    if (stored.isBool())
+        return stored.toBool();
+    if (stored == QJsonValue(1) || stored == QJsonValue(0))
+        return stored == QJsonValue(1);
+    return std::nullopt;
+}
+
+std::optional<double> UserDefaults::number(const QString &key) const
+{
+    const QJsonValue stored = value(key);
+    if (!stored.isDouble() || !std::isfinite(stored.toDouble()))
+        return std::nullopt;
+    return stored.toDouble();
+}
+
+std::optional<qint64> UserDefaults::integer(const QString &key) const
+{
+    const std::optional<double> stored = number(key);
+    if (!stored)
+        return std::nullopt;
+    constexpr double kBeyond = 9223372036854775808.0; // two to the power of 63
+    if (*stored >= kBeyond)
+        return std::numeric_limits<qint64>::max();
+    if (*stored < -kBeyond)
+        return std::numeric_limits<qint64>::min();
+    // The value itself, where it is whole, keeps the digits that a double has no room for.
+    return value(key).toInteger(qint64(*stored));
+}
+
+std::optional<QDateTime> UserDefaults::date(const QString &key) const
+{
+    const std::optional<QString> text = string(key);
+    return text ? parseIsoDate(*text) : std::nullopt;
+}
+
+std::optional<QStringList> UserDefaults::stringList(const QString &key) const
+{
+    const QJsonValue stored = value(key);
+    const QJsonArray array = stored.toArray();
+    const bool allText = std::all_of(array.begin(), array.end(),
+                                     [](const QJsonValue &item) { return item.isString(); });
+    if (!stored.isArray() || !allText)
+        return std::nullopt;
+    QStringList list;
+    for (const QJsonValue &item : array)
+        list << item.toString();
+    return list;
+}
+
+bool UserDefaults::setString(const QString &key, const QString &value)
+{
+    return change(key, value);
+}
+
+bool UserDefaults::setBoolean(const QString &key, bool value)
+{
+    return change(key, value);
+}
+
+bool UserDefaults::setNumber(const QString &key, double value)
+{
+    return std::isfinite(value) ? change(key, value) : remove(key);
+}
+
+bool UserDefaults::setInteger(const QString &key, qint64 value)
+{
+    return change(key, value);
+}
+
+bool UserDefaults::setDate(const QString &key, const QDateTime &value)
+{
+    return change(key, isoDateText(value));
+}
+
+bool UserDefaults::setStringList(const QString &key, const QStringList &value)
+{
+    return change(key, QJsonArray::fromStringList(value));
+}
+
+bool UserDefaults::remove(const QString &key)
+{
+    return change(key, QJsonValue(QJsonValue::Undefined));
+}
+
+// Sets one key, or removes it when the value is undefined, leaving whatever else the file holds by
+// then.
+bool UserDefaults::change(const QString &key, const QJsonValue &value)
+{
+    const QString path = filePath();
+    const FileResult folder = StandardFolders::make(QFileInfo(path).path());
+    if (!folder.isOk())
+        return notSaved(path, folder.reason);
+    const std::optional<FileLock> lock = FileLock::acquire(lockPath(path));
+    if (!lock)
+        return notSaved(path, qt_error_string(errno));
+
+    const DefaultsContent before = readOrSetAside(path);
+    if (before.state == DefaultsState::unreadable || before.state == DefaultsState::damaged)
+        return notSaved(path, before.reason);
+    if (before.settings.value(key) == value)
+        return true;
+    QJsonObject settings = before.settings;
+    if (value.isUndefined())
+        settings.remove(key);
+    else
+        settings.insert(key, value);
+    return save(path, settings);
+}
+
+QJsonObject UserDefaults::userSettings() const
+{
+    const QString path = filePath();
+    DefaultsContent content = m_reader.read(path);
+    if (content.state == DefaultsState::damaged && !isKnown(path, content)) {
+        const std::optional<FileLock> lock = FileLock::acquire(lockPath(path));
+        content = lock ? readOrSetAside(path) : content;
+    }
+    complainOnce(path, content);
+    return content.settings;
+}
+
+QJsonObject UserDefaults::machineSettings(const QString &folder) const
+{
+    const QString path = folder + u'/' + fileName();
+    const DefaultsContent content = m_reader.read(path);
+    complainOnce(path, content);
+    return content.settings;
+}
+
+// What the file holds once nobody is in the middle of writing it.
+DefaultsContent UserDefaults::readSettled(const QString &path) const
+{
+    DefaultsContent content = m_reader.read(path);
+    bool isSettled = false;
+    for (int i = 0; content.state == DefaultsState::damaged && !isSettled && i < kMostPauses; ++i) {
+        m_pause();
+        const DefaultsContent again = m_reader.read(path);
+        isSettled = again.stamp == content.stamp;
+        content = again;
+    }
+    return content;
+}
+
+// The file's content; a damaged file is moved out of the way, after which it is missing. Call with
+// the lock held.
+DefaultsContent UserDefaults::readOrSetAside(const QString &path) const
+{
+    DefaultsContent content = readSettled(path);
+    if (content.state != DefaultsState::damaged)
+        return content;
+    QFile file(path);
+    const QString name = freeNameFor(path);
+    if (!file.rename(name)) {
+        content.reason += QStringLiteral(" and cannot be set aside: ") + file.errorString();
+        return content;
+    }
+    log(QStringLiteral("settings: set %1 aside as %2 (%3)")
+            .arg(path, QFileInfo(name).fileName(), content.reason));
+    return {};
+}
+
+bool UserDefaults::isKnown(const QString &path, const DefaultsContent &content) const
+{
+    const std::lock_guard guard(m_mutex);
+    return m_complaints.value(path) == Complaint{content.state, content.stamp};
+}
+
+// Settings are read many times a second; what is wrong with them is worth one line until it
+// changes.
+void UserDefaults::complainOnce(const QString &path, const DefaultsContent &content) const
+{
+    const Complaint complaint{content.state, content.stamp};
+    const std::lock_guard guard(m_mutex);
+    if (content.state == DefaultsState::missing || content.state == DefaultsState::whole) {
+        m_complaints.remove(path);
+    } else if (m_complaints.value(path) != complaint) {
+        m_complaints.insert(path, complaint);
+        log(QStringLiteral("settings: ignoring %1 (%2)").arg(path, content.reason));
+    }
+}
+
+} // namespace corvella

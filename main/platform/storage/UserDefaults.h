@@ -1,0 +1,97 @@
+// A domain's typed settings, shared with every other process of the user: the JSON object
+// `$XDG_CONFIG_HOME/DOMAIN.json`, and below it, as defaults for keys it lacks, `DOMAIN.json` in
+// each of $XDG_CONFIG_DIRS (a fleet of kiosks is set up there).
+//
+// Every getter looks at the disk, so an edit by hand or by another process shows at once; every
+// setter changes its one key in the file under a lock that all processes honour (DOMAIN.json.lock),
+// replaces the file whole and waits until it is on disk. Any thread. A JSON null counts as no
+// value.
+//
+// Nothing here fails loudly. A user's file that is not a JSON object is set aside as
+// "DOMAIN.json.unreadable-TIME" and logged; a file that cannot be read gives no values and is never
+// overwritten; a change that cannot be saved is logged and leaves the old file whole.
+#pragma once
+
+#include "platform/storage/DefaultsFile.h"
+
+#include <QDateTime>
+#include <QJsonValue>
+#include <QStringList>
+
+namespace corvella {
+
+class UserDefaults
+{
+public:
+    // Lets some time pass; called, at most a second in all, before a file is judged damaged: an
+    // editor may be in the middle of writing it.
+    using Pause = std::function<void()>;
+
+    explicit UserDefaults(QString domain, Pause pause = briefPause);
+
+    // The user's file, by the environment of this moment.
+    [[nodiscard]] QString filePath() const;
+    // Whether the user's file is missing or can be read; false means that its values are unknown,
+    // not absent.
+    [[nodiscard]] bool isReadable() const;
+
+    // The value in force, the user's before the machine's; undefined when there is none.
+    [[nodiscard]] QJsonValue value(const QString &key) const;
+    // All values in force.
+    [[nodiscard]] QJsonObject values() const;
+    [[nodiscard]] bool contains(const QString &key) const;
+
+    // Typed looks at value(): none when it is absent or of another type. A wrongly typed value of
+    // the user's still hides the machine's.
+    [[nodiscard]] std::optional<QString> string(const QString &key) const;
+    // true and false, and the numbers 1 and 0.
+    [[nodiscard]] std::optional<bool> boolean(const QString &key) const;
+    // Always finite: JSON has no other numbers.
+    [[nodiscard]] std::optional<double> number(const QString &key) const;
+    // A number without its fraction, brought into the range of 64 bits.
+    [[nodiscard]] std::optional<qint64> integer(const QString &key) const;
+    // UTC; stored as the text of an instant with its zone (see parseIsoDate).
+    [[nodiscard]] std::optional<QDateTime> date(const QString &key) const;
+    // An array of text and nothing else.
+    [[nodiscard]] std::optional<QStringList> stringList(const QString &key) const;
+
+    // True when the value is on disk. A number that is not finite cannot be stored and removes the
+    // key.
+    bool setString(const QString &key, const QString &value);
+    bool setBoolean(const QString &key, bool value);
+    bool setNumber(const QString &key, double value);
+    bool setInteger(const QString &key, qint64 value);
+    bool setDate(const QString &key, const QDateTime &value);
+    bool setStringList(const QString &key, const QStringList &value);
+    // Removes the user's value; the machine's, if there is one, then shows again.
+    bool remove(const QString &key);
+
+private:
+    // A file that is of no use as it stands.
+    struct Complaint
+    {
+        DefaultsState state = DefaultsState::missing;
+        FileStamp stamp;
+        bool operator==(const Complaint &) const = default;
+    };
+
+    static void briefPause();
+
+    bool change(const QString &key, const QJsonValue &value);
+    [[nodiscard]] QString fileName() const;
+    [[nodiscard]] QJsonObject userSettings() const;
+    [[nodiscard]] QJsonObject machineSettings(const QString &folder) const;
+    [[nodiscard]] DefaultsContent readSettled(const QString &path) const;
+    [[nodiscard]] DefaultsContent readOrSetAside(const QString &path) const;
+    [[nodiscard]] bool isKnown(const QString &path, const DefaultsContent &content) const;
+    void complainOnce(const QString &path, const DefaultsContent &content) const;
+
+    QString m_domain;
+    Pause m_pause;
+    mutable DefaultsReader m_reader;
+    mutable std::mutex m_mutex;
+    mutable QHash<QString, Complaint>
+        m_complaints; // guarded by m_mutex; what was logged and has not changed since
+};
+
+} // namespace corvella

@@ -1,0 +1,80 @@
+// Reads one clip file frame by frame, lap after lap. Blocking: lives on a decoding thread.
+// No audio is ever opened, so a clip is muted by nature.
+#pragma once
+
+#include "platform/video/FFmpegHandles.h"
+
+#include <QString>
+
+#include <atomic>
+#include <chrono>
+#include <optional>
+#include <variant>
+
+namespace corvella {
+
+// A frame with its place in the lap. Times are counted from the lap's first frame.
+struct DecodedFrame {
+    ffmpeg::Frame frame;
+    std::chrono::nanoseconds start {0};
+    std::chrono::nanoseconds duration {0};
+};
+
+// The lap is over. A file that breaks off early ends its lap there; brokenOff then says what is missing.
+struct EndOfLap {
+    QString brokenOff;
+};
+
+// Nothing can be played; the text says why, for the log.
+struct ClipError {
+    QString text;
+};
+
+class ClipDecoder {
+public:
+    // Pictures larger than 8K (7680 x 4320) are refused: a few frames of more would take gigabytes.
+    static constexpr qint64 kMaxPixels = qint64 {1} << 25;
+
+    // Opens a clip. `cancelled` is watched during slow reads and must outlive the decoder.
+    [[nodiscard]] static std::variant<ClipDecoder, ClipError> open(const QString &path,
+                                                                   const std::atomic_bool &cancelled);
+
+    // The next frame of the lap, or its end, or why there is none.
+    // A lap without a single frame is an error, so that a caller never loops over nothing.
+    [[nodiscard]] std::variant<DecodedFrame, EndOfLap, ClipError> next();
+
+    // Goes back to the first frame. Call it at the end of a lap or in the middle.
+    // False when the file cannot be read from the start again.
+    [[nodiscard]] bool rewind();
+
+    // Pixel aspect and rotation of the stream, for frames that do not say themselves.
+    [[nodiscard]] double pixelAspect(const AVFrame &frame) const;
+    [[nodiscard]] int quarterTurns() const { return m_quarterTurns; }
+
+    // The clip's length as the file announces it; 0 where it does not. A torn file still announces all.
+    [[nodiscard]] std::chrono::nanoseconds announcedLength() const;
+
+private:
+    ClipDecoder() = default;
+
+    // Feeds the decoder one packet; false at the end of the file or when nothing more can be read.
+    bool feed();
+    [[nodiscard]] std::variant<DecodedFrame, EndOfLap, ClipError> endOfLap();
+    [[nodiscard]] DecodedFrame timed(ffmpeg::Frame frame);
+
+    ffmpeg::Format m_format;
+    ffmpeg::Codec m_codec;
+    ffmpeg::Packet m_packet;
+    AVStream *m_stream = nullptr; // owned by m_format
+    int m_quarterTurns = 0;
+
+    std::optional<int64_t> m_firstTimestamp; // of the lap, in stream units
+    std::chrono::nanoseconds m_lastStart {0};
+    std::chrono::nanoseconds m_lastDuration {0};
+    int64_t m_packetsInLap = 0;
+    int m_framesInLap = 0;
+    int m_badPacketsInARow = 0;
+    bool m_draining = false;
+};
+
+} // namespace corvella

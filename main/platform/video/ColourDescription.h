@@ -1,0 +1,16 @@
+// Reads how a decoded frame's colours are coded. Included by this folder's sources only.
+#pragma once
+
+#include "platform/video/FFmpegHandles.h"
+#include "platform/video/Picture.h"
+
+namespace corvella::ffmpeg {
+
+// The frame's own matrix; where it says none, BT.709 from 720 lines up and BT.601 below,
+// as encoders and players have it by convention.
+[[nodiscard]] ColourMatrix colourMatrix(const AVFrame &frame);
+
+// The frame's own range; a "J" pixel format is full range by definition, untagged is limited.
+[[nodiscard]] ColourRange colourRange(const AVFrame &frame);
+
+} // namespace corvella::ffmpeg

@@ -1,0 +1,90 @@
+// A clip decoded a few frames ahead on a thread of its own, lap after lap without a gap.
+// Included by this folder's sources only. All members may be called from one thread, the main one;
+// none of them waits for the decoder but the destructor, for the picture in work.
+#pragma once
+
+#include "platform/time/MediaClock.h"
+#include "platform/video/Picture.h"
+
+#include <QString>
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace corvella {
+
+class ClipDecoder;
+
+// A picture with its place in its lap; times are clip time from the lap's first picture.
+struct VideoFrame {
+    Picture picture;
+    MediaTime start {0};
+    MediaTime duration {0};
+    bool isLastOfLap = false;
+};
+
+class FrameQueue {
+public:
+    // Frames ready ahead of the one that shows. Enough to hide the seek at the loop point; each costs
+    // a picture of memory.
+    static constexpr size_t kCapacity = 3;
+
+    struct Events {
+        // The first frame arrived, or one after take() or front() found none. On the decoding thread.
+        std::function<void()> frameArrived;
+        // The clip cannot be played (any more), or breaks off early (once). On the decoding thread.
+        std::function<void(const QString &reason)> failed;
+        std::function<void(const QString &reason)> brokenOff;
+    };
+
+    FrameQueue(const QString &path, const PictureRequest &request, Events events);
+    ~FrameQueue();
+    FrameQueue(const FrameQueue &) = delete;
+    FrameQueue &operator=(const FrameQueue &) = delete;
+
+    // The start time of the next frame, if one is ready; otherwise frameArrived follows.
+    struct Upcoming {
+        MediaTime start;
+        bool isLastOfLap;
+    };
+    [[nodiscard]] std::optional<Upcoming> front();
+    [[nodiscard]] std::optional<VideoFrame> take();
+
+    // Throws away what is decoded and begins again with the clip's first frame.
+    void restart();
+    // What further pictures are to look like.
+    void setRequest(const PictureRequest &request);
+    // The clip's length as its file announces it; 0 while it is not open or where the file does not say.
+    [[nodiscard]] MediaTime announcedLength() const { return m_announcedLength.load(); }
+
+private:
+    void run(const QString &path);
+    // Decodes until told to stop or the clip fails.
+    void decode(ClipDecoder &decoder);
+    // Waits for room; false when it is time to end or to begin again.
+    bool waitForRoom();
+    // Makes the frame visible to take(), unless restart() has thrown its lap away meanwhile.
+    void push(VideoFrame frame);
+    [[nodiscard]] PictureRequest request();
+    bool consumeRestart();
+
+    const Events m_events;
+    std::atomic_bool m_stopping = false;
+    std::atomic<MediaTime> m_announcedLength {MediaTime(0)};
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<VideoFrame> m_ready; // guarded by m_mutex
+    PictureRequest m_request; // guarded by m_mutex
+    bool m_restart = false; // guarded by m_mutex
+    bool m_starved = true; // guarded by m_mutex: somebody waits for frameArrived
+
+    std::thread m_thread; // last: everything it uses is made before it and outlives it
+};
+
+} // namespace corvella

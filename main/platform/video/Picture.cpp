@@ -1,0 +1,27 @@
+#include "platform/video/Picture.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace corvella {
+
+QImage Picture::image() const
+{
+    const Plane &plane = planes[0];
+    return QImage(plane.data, plane.size.width(), plane.size.height(), plane.bytesPerLine,
+                  QImage::Format_RGB32);
+}
+
+QRect fittedRect(QSizeF content, const QRect &bounds)
+{
+    if (content.isEmpty() || bounds.isEmpty())
+        return {};
+    const double ratio = std::min(bounds.width() / content.width(), bounds.height() / content.height());
+    const int width = std::clamp(static_cast<int>(std::lround(content.width() * ratio)), 1, bounds.width());
+    const int height
+        = std::clamp(static_cast<int>(std::lround(content.height() * ratio)), 1, bounds.height());
+    return {bounds.x() + (bounds.width() - width) / 2, bounds.y() + (bounds.height() - height) / 2,
+            width, height};
+}
+
+} // namespace corvella

@@ -1,0 +1,158 @@
+#include "platform/video/PictureConverter.h"
+
+#include "platform/video/ColourDescription.h"
+
+#include <QTransform>
+
+#include <algorithm>
+#include <cmath>
+
+namespace corvella {
+
+namespace {
+
+constexpr int kAlignment = 32; // bytes; what the scaler's vector code likes best
+
+// The old "J" formats are the plain ones with the range in their name; the range travels apart here.
+AVPixelFormat plainFormat(int format)
+{
+    switch (format) {
+    case AV_PIX_FMT_YUVJ420P:
+        return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+        return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ444P:
+        return AV_PIX_FMT_YUV444P;
+    default:
+        return static_cast<AVPixelFormat>(format);
+    }
+}
+
+int scalerMatrix(ColourMatrix matrix)
+{
+    switch (matrix) {
+    case ColourMatrix::bt601:
+        return SWS_CS_ITU601;
+    case ColourMatrix::bt709:
+        return SWS_CS_ITU709;
+    case ColourMatrix::bt2020:
+        return SWS_CS_BT2020;
+    }
+    return SWS_CS_ITU709;
+}
+
+// Enlarging by little, as a wall does, the fast filter looks like the slow one; reducing, a filter that
+// averages keeps fine loops from flickering.
+int scalerFlags(const AVFrame &frame, QSize size)
+{
+    const bool reduces = size.width() < frame.width || size.height() < frame.height;
+    return reduces ? SWS_BILINEAR : SWS_FAST_BILINEAR;
+}
+
+QSizeF shownSize(const AVFrame &frame, const PictureConverter::Presentation &presentation)
+{
+    const QSizeF upright(frame.width * presentation.pixelAspect, frame.height);
+    return presentation.quarterTurns % 2 == 0 ? upright : upright.transposed();
+}
+
+Picture turned(const Picture &picture, int quarterTurns)
+{
+    if (quarterTurns == 0 || picture.isNull())
+        return picture;
+    const auto image = std::make_shared<const QImage>(
+        picture.image().transformed(QTransform().rotate(90.0 * quarterTurns)).convertToFormat(QImage::Format_RGB32));
+    Picture result = picture;
+    result.planes[0] = {image->constBits(), static_cast<int>(image->bytesPerLine()), image->size()};
+    result.storage = image;
+    return result;
+}
+
+} // namespace
+
+Picture PictureConverter::convert(const AVFrame &frame, const Presentation &presentation,
+                                  const PictureRequest &request)
+{
+    const QSizeF shown = shownSize(frame, presentation);
+    Picture picture;
+    if (request.layout == PixelLayout::yuv420) {
+        picture = planes(frame);
+        picture.quarterTurns = presentation.quarterTurns;
+    } else {
+        const QSize fitted = fittedRect(shown, QRect(QPoint(0, 0), request.bounds)).size();
+        const bool upright = presentation.quarterTurns % 2 == 0;
+        picture = turned(scaled(frame, AV_PIX_FMT_BGRA, upright ? fitted : fitted.transposed()),
+                         presentation.quarterTurns);
+        picture.layout = PixelLayout::rgb32;
+    }
+    picture.displaySize = shown;
+    picture.matrix = ffmpeg::colourMatrix(frame);
+    picture.range = ffmpeg::colourRange(frame);
+    return picture;
+}
+
+Picture PictureConverter::planes(const AVFrame &frame)
+{
+    const QSize size(frame.width, frame.height);
+    if (plainFormat(frame.format) != AV_PIX_FMT_YUV420P) {
+        Picture converted = scaled(frame, AV_PIX_FMT_YUV420P, size);
+        converted.layout = PixelLayout::yuv420;
+        return converted;
+    }
+    Picture picture;
+    picture.layout = PixelLayout::yuv420;
+    const QSize half((frame.width + 1) / 2, (frame.height + 1) / 2);
+    for (size_t i = 0; i < 3; ++i)
+        picture.planes[i] = {frame.data[i], frame.linesize[i], i == 0 ? size : half};
+    picture.storage = std::shared_ptr<const AVFrame>(av_frame_clone(&frame), ffmpeg::FreeFrame());
+    return picture.storage ? picture : Picture();
+}
+
+Picture PictureConverter::scaled(const AVFrame &frame, AVPixelFormat format, QSize size)
+{
+    if (size.isEmpty() || !prepareScaler(frame, format, size))
+        return {};
+    uint8_t *data[4] = {};
+    int strides[4] = {};
+    const int bytes = av_image_get_buffer_size(format, size.width(), size.height(), kAlignment);
+    uint8_t *buffer = nullptr;
+    Picture picture;
+    picture.storage = bytes > 0 ? allocate(bytes + kAlignment, &buffer) : nullptr;
+    if (!picture.storage)
+        return {};
+    av_image_fill_arrays(data, strides, buffer, format, size.width(), size.height(), kAlignment);
+    sws_scale(m_scaler.get(), frame.data, frame.linesize, 0, frame.height, data, strides);
+    const QSize half((size.width() + 1) / 2, (size.height() + 1) / 2);
+    for (size_t i = 0; i < 3 && data[i]; ++i)
+        picture.planes[i] = {data[i], strides[i], i == 0 ? size : half};
+    return picture;
+}
+
+bool PictureConverter::prepareScaler(const AVFrame &frame, AVPixelFormat format, QSize size)
+{
+    m_scaler.reset(sws_getCachedContext(m_scaler.release(), frame.width, frame.height,
+                                        plainFormat(frame.format), size.width(), size.height(), format,
+                                        scalerFlags(frame, size), nullptr, nullptr, nullptr));
+    if (!m_scaler)
+        return false;
+    // Planes keep the stream's own coding; only RGB decodes it.
+    const int *matrix = sws_getCoefficients(scalerMatrix(ffmpeg::colourMatrix(frame)));
+    const int range = ffmpeg::colourRange(frame) == ColourRange::full ? 1 : 0;
+    constexpr int kUnchanged = 1 << 16;
+    sws_setColorspaceDetails(m_scaler.get(), matrix, range, matrix, range, 0, kUnchanged, kUnchanged);
+    return true;
+}
+
+std::shared_ptr<const void> PictureConverter::allocate(int bytes, uint8_t **data)
+{
+    if (bytes != m_pooledBytes) {
+        m_pool.reset(av_buffer_pool_init(static_cast<size_t>(bytes), nullptr));
+        m_pooledBytes = bytes;
+    }
+    AVBufferRef *buffer = m_pool ? av_buffer_pool_get(m_pool.get()) : nullptr;
+    if (!buffer)
+        return nullptr;
+    *data = buffer->data;
+    return {buffer->data, [buffer](const void *) mutable { av_buffer_unref(&buffer); }};
+}
+
+} // namespace corvella

@@ -1,0 +1,40 @@
+// Turns decoded frames into the pictures a renderer asked for. Included by this folder's sources only;
+// one converter per decoding thread, since it keeps scaling tables and a pool of pixel buffers.
+#pragma once
+
+#include "platform/video/FFmpegHandles.h"
+#include "platform/video/Picture.h"
+
+#include <memory>
+
+namespace corvella {
+
+class PictureConverter {
+public:
+    // How the frame is to be shown, as its stream tells it.
+    struct Presentation {
+        double pixelAspect = 1.0;
+        int quarterTurns = 0; // clockwise
+    };
+
+    // A null picture when memory is short or the pixel format is beyond conversion.
+    [[nodiscard]] Picture convert(const AVFrame &frame, const Presentation &presentation,
+                                  const PictureRequest &request);
+
+private:
+    struct FreePool {
+        void operator()(AVBufferPool *pool) const { av_buffer_pool_uninit(&pool); }
+    };
+
+    [[nodiscard]] Picture planes(const AVFrame &frame);
+    [[nodiscard]] Picture scaled(const AVFrame &frame, AVPixelFormat format, QSize size);
+    [[nodiscard]] bool prepareScaler(const AVFrame &frame, AVPixelFormat format, QSize size);
+    // Pixels for one picture; buffers come back to the pool when the last picture over them is gone.
+    [[nodiscard]] std::shared_ptr<const void> allocate(int bytes, uint8_t **data);
+
+    ffmpeg::Scaler m_scaler;
+    std::unique_ptr<AVBufferPool, FreePool> m_pool;
+    int m_pooledBytes = 0;
+};
+
+} // namespace corvella

@@ -1,0 +1,23 @@
+#include "platform/video/PlaybackSchedule.h"
+
+namespace corvella {
+
+MediaTime PlaybackSchedule::due(MediaTime clipTime) const
+{
+    return *m_lapStart + played(clipTime);
+}
+
+void PlaybackSchedule::reanchorIfOverdue(MediaTime clipTime, MediaTime now)
+{
+    if (now - due(clipTime) > kLongestCatchUp)
+        m_lapStart = now - played(clipTime);
+}
+
+void PlaybackSchedule::resume(MediaTime now)
+{
+    if (m_pausedAt && m_lapStart)
+        *m_lapStart += now - *m_pausedAt;
+    m_pausedAt.reset();
+}
+
+} // namespace corvella

@@ -1,0 +1,192 @@
+#include "platform/video/VideoPlayer.h"
+
+#include "platform/video/FrameQueue.h"
+
+#include <QPointer>
+
+namespace corvella {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+quint64 lastPictureSerial = 0; // main thread only
+
+} // namespace
+
+VideoPlayer::VideoPlayer(const QString &path, const PictureRequest &request, const MediaClock &clock,
+                         QObject *parent)
+    : QObject(parent)
+    , m_path(path)
+    , m_clock(clock)
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &VideoPlayer::advance);
+
+    // Events come from the decoding thread and are queued to this object; what is queued for an
+    // object that has gone is dropped by Qt.
+    FrameQueue::Events events;
+    events.frameArrived
+        = [this] { QMetaObject::invokeMethod(this, &VideoPlayer::frameArrived, Qt::QueuedConnection); };
+    events.failed = [this](const QString &reason) {
+        QMetaObject::invokeMethod(this, [this, reason] { Q_EMIT failed(reason); }, Qt::QueuedConnection);
+    };
+    events.brokenOff = [this](const QString &reason) {
+        QMetaObject::invokeMethod(this, [this, reason] { Q_EMIT brokenOff(reason); }, Qt::QueuedConnection);
+    };
+    m_queue = std::make_unique<FrameQueue>(path, request, std::move(events));
+}
+
+VideoPlayer::~VideoPlayer() = default;
+
+void VideoPlayer::play(double rate)
+{
+    if (!m_queue)
+        return;
+    if (!m_schedule.isAnchored())
+        m_schedule = PlaybackSchedule(rate);
+    else if (!m_playing)
+        m_schedule.resume(m_clock.now());
+    m_rate = rate;
+    m_playing = true;
+    if (!m_picture.isNull() && !m_schedule.isAnchored())
+        m_schedule.anchor(m_clock.now());
+    advance();
+}
+
+void VideoPlayer::pause()
+{
+    if (!m_playing)
+        return;
+    m_playing = false;
+    m_timer.stop();
+    m_schedule.pause(m_clock.now());
+}
+
+void VideoPlayer::seekToStart()
+{
+    m_nearEndAnnounced = false;
+    if (!m_queue)
+        return;
+    if (m_ended) {
+        // The decoder has gone on into the next lap by itself.
+        m_ended = false;
+        m_frameIsLastOfLap = false;
+        m_schedule.nextLap(m_frameEnd);
+        return;
+    }
+    m_frameIsLastOfLap = false;
+    m_schedule = PlaybackSchedule(m_rate);
+    m_queue->restart();
+}
+
+void VideoPlayer::clear()
+{
+    pause();
+    m_queue.reset();
+    m_picture = {};
+}
+
+void VideoPlayer::setRequest(const PictureRequest &request)
+{
+    if (m_queue)
+        m_queue->setRequest(request);
+}
+
+void VideoPlayer::advance()
+{
+    if (m_playing && m_queue && bringUpDueFrames())
+        Q_EMIT frameDue();
+}
+
+void VideoPlayer::frameArrived()
+{
+    if (!m_queue)
+        return;
+    if (m_picture.isNull()) {
+        if (!takeFrame())
+            return;
+        if (m_playing)
+            m_schedule.anchor(m_clock.now());
+        Q_EMIT readyForDisplay();
+        Q_EMIT frameDue();
+    }
+    advance();
+}
+
+bool VideoPlayer::bringUpDueFrames()
+{
+    const QPointer<VideoPlayer> self(this);
+    bool changed = false;
+    while (passLapEnd(m_clock.now())) {
+        const std::optional<FrameQueue::Upcoming> upcoming = m_queue->front();
+        if (!upcoming)
+            return changed; // frameArrived goes on from here
+        const MediaTime now = m_clock.now();
+        if (!m_schedule.isAnchored())
+            m_schedule.anchor(now);
+        m_schedule.reanchorIfOverdue(upcoming->start, now);
+        if (m_schedule.due(upcoming->start) > now) {
+            wakeAt(m_schedule.due(upcoming->start), now);
+            return changed;
+        }
+        changed = takeFrame() || changed;
+        announceNearEnd();
+        if (!self || !m_queue || !m_playing)
+            return false;
+    }
+    return self && changed;
+}
+
+bool VideoPlayer::passLapEnd(MediaTime now)
+{
+    if (!m_frameIsLastOfLap)
+        return true;
+    if (m_ended)
+        return false;
+    const MediaTime end = m_schedule.due(m_frameEnd);
+    if (end > now) {
+        wakeAt(end, now);
+        return false;
+    }
+    m_ended = true;
+    const QPointer<VideoPlayer> self(this);
+    Q_EMIT playedToEnd();
+    return self && m_queue && m_playing && !m_ended;
+}
+
+bool VideoPlayer::takeFrame()
+{
+    std::optional<VideoFrame> frame = m_queue->take();
+    if (!frame)
+        return false;
+    m_frameStart = frame->start;
+    m_frameEnd = frame->start + frame->duration;
+    m_frameIsLastOfLap = frame->isLastOfLap;
+    if (frame->picture.isNull())
+        return false; // memory was short: the picture before it stays up
+    m_picture = std::move(frame->picture);
+    m_pictureSerial = ++lastPictureSerial;
+    return true;
+}
+
+void VideoPlayer::announceNearEnd()
+{
+    const MediaTime length = m_queue->announcedLength();
+    const bool isNear = m_frameIsLastOfLap
+        || (length > MediaTime(0)
+            && std::chrono::duration_cast<MediaTime>((length - m_frameStart) / m_rate) <= kNearEnd);
+    if (!isNear || m_nearEndAnnounced)
+        return;
+    m_nearEndAnnounced = true;
+    Q_EMIT nearEnd();
+}
+
+void VideoPlayer::wakeAt(MediaTime moment, MediaTime now)
+{
+    // Rounded up: a timer that fires early would only have to be set again.
+    m_timer.start(std::chrono::ceil<milliseconds>(moment - now));
+}
+
+} // namespace corvella

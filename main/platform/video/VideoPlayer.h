@@ -1,0 +1,90 @@
+// Plays one clip file, muted by nature. Lives on the main thread and never waits there: decoding runs
+// on a thread of its own, a few frames ahead, across the loop point too.
+// Which picture is up is a function of the media clock alone; a timer only says when to look.
+#pragma once
+
+#include "platform/time/MediaClock.h"
+#include "platform/video/Picture.h"
+#include "platform/video/PlaybackSchedule.h"
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <memory>
+
+namespace corvella {
+
+class FrameQueue;
+
+class VideoPlayer : public QObject {
+    Q_OBJECT
+
+public:
+    // nearEnd comes this long before the end, in real time.
+    static constexpr MediaTime kNearEnd = std::chrono::seconds(1);
+
+    // Starts to open the clip at once; its first picture is shown as soon as it is decoded.
+    // The clock must outlive the player.
+    VideoPlayer(const QString &path, const PictureRequest &request, const MediaClock &clock,
+                QObject *parent = nullptr);
+    ~VideoPlayer() override;
+
+    [[nodiscard]] const QString &path() const { return m_path; }
+
+    // Goes on at `rate` (greater than 0; 0.5 is half speed).
+    void play(double rate);
+    void pause();
+    // Back to the first picture. Called at the end of the clip, playing on is seamless.
+    void seekToStart();
+    // Lets the file and all pictures go, for good.
+    void clear();
+
+    // What further pictures are to look like; pictures already decoded come as they are.
+    void setRequest(const PictureRequest &request);
+
+    // The picture that is up now; null before the first.
+    [[nodiscard]] const Picture &picture() const { return m_picture; }
+    // Another number for every picture of every player; 0 before the first.
+    [[nodiscard]] quint64 pictureSerial() const { return m_pictureSerial; }
+
+    // Brings up what is due by the clock. The player does this itself; tests that set the clock call it.
+    void advance();
+
+Q_SIGNALS:
+    void readyForDisplay(); // the first picture is there
+    void frameDue(); // picture() has changed
+    void nearEnd(); // once a lap: the end is kNearEnd away, or less
+    void playedToEnd(); // the last picture has had its time
+    void failed(const QString &reason); // nothing (more) will come
+    void brokenOff(const QString &reason); // once: the file ends early; it is played as far as it goes
+
+private:
+    void frameArrived();
+    // Takes every picture that is due and arms the timer for the next. True when picture() changed.
+    bool bringUpDueFrames();
+    // True when the lap is not over yet, or was continued by a listener of playedToEnd.
+    bool passLapEnd(MediaTime now);
+    bool takeFrame();
+    void announceNearEnd();
+    void wakeAt(MediaTime moment, MediaTime now);
+
+    const QString m_path;
+    const MediaClock &m_clock;
+    PlaybackSchedule m_schedule;
+    QTimer m_timer;
+
+    Picture m_picture;
+    quint64 m_pictureSerial = 0;
+    MediaTime m_frameStart {0};
+    MediaTime m_frameEnd {0};
+    double m_rate = 1.0;
+    bool m_playing = false;
+    bool m_frameIsLastOfLap = false;
+    bool m_ended = false;
+    bool m_nearEndAnnounced = false;
+
+    std::unique_ptr<FrameQueue> m_queue; // last, so that its thread ends before the rest goes
+};
+
+} // namespace corvella

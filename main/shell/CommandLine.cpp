@@ -1,0 +1,37 @@
+#include "shell/CommandLine.h"
+
+#include <cmath>
+
+namespace corvella {
+
+namespace {
+
+std::optional<double> seconds(const QStringList &args)
+{
+    const qsizetype option = args.indexOf(QStringLiteral("--seconds"));
+    if (option < 0 || option + 1 >= args.size())
+        return std::nullopt;
+    const QString &text = args[option + 1];
+    bool isNumber = false;
+    const double value = text.toDouble(&isNumber);
+    // toDouble() forgives space around the number; a number here is the whole argument.
+    if (!isNumber || std::isnan(value) || text != text.trimmed())
+        return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+CommandLine CommandLine::parse(const QStringList &allArgs)
+{
+    CommandLine line;
+    line.allArgs = allArgs;
+    line.autoQuit = seconds(allArgs);
+    line.primeOnly = allArgs.contains(QStringLiteral("--prime"));
+    line.refreshOnly = allArgs.contains(QStringLiteral("--refresh"));
+    line.selfTest = allArgs.contains(QStringLiteral("--selftest"));
+    line.forceStart = allArgs.contains(QStringLiteral("--start"));
+    return line;
+}
+
+} // namespace corvella

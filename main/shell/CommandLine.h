@@ -1,0 +1,22 @@
+// The command line, read once at start. A value type; the rules are pure.
+#pragma once
+
+#include <QStringList>
+
+#include <optional>
+
+namespace corvella {
+
+struct CommandLine {
+    QStringList allArgs; // without the program's own path
+    std::optional<double> autoQuit; // seconds after launch at which to end
+    bool selfTest = false;
+    bool refreshOnly = false;
+    bool primeOnly = false;
+    bool forceStart = false;
+
+    // Options match whole arguments, exactly, wherever they stand; what matches nothing is passed over.
+    [[nodiscard]] static CommandLine parse(const QStringList &allArgs);
+};
+
+} // namespace corvella

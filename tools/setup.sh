@@ -1,0 +1,61 @@
+# Shared by ./run and ./test: installs what is missing from Debian, configures and builds.
+# Sourced, not run; the caller has set `top` to the checkout's root.
+
+# What the program is built from and needs at run time.
+build_packages="g++ cmake ninja-build pkg-config ccache qt6-base-dev qt6-base-private-dev qt6-wayland
+    libqt6opengl6-dev libgl-dev libegl-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+    libsystemd-dev libxcb1-dev libxcb-screensaver0-dev libgl1-mesa-dri fonts-dejavu-core"
+# A display where there is none, and a picture of it.
+virtual_display_packages="xvfb imagemagick"
+# The real servers, managers and tools that the tests run the program against.
+test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-core
+    xserver-xorg-video-dummy x11-xserver-utils xdotool openbox sway grim dbus-daemon
+    desktop-file-utils util-linux procps"
+
+say() { printf '== %s\n' "$*"; }
+
+# Prints those of the given packages that are not installed.
+missing_packages() {
+    local package
+    for package in "$@"; do
+        case $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) in
+            installed) ;;
+            *) printf '%s\n' "$package" ;;
+        esac
+    done
+}
+
+# Installs the given packages where they are missing; asks nothing.
+install_packages() {
+    local missing as_root=()
+    missing=$(missing_packages "$@")
+    [ -n "$missing" ] || return 0
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || {
+            say "these packages are missing, and there is no sudo to install them with:" $missing
+            return 1
+        }
+        as_root=(sudo)
+    fi
+    say "installing" $missing
+    "${as_root[@]}" apt-get update -qq
+    # Word splitting is meant: one word a package.
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends -o Dpkg::Use-Pty=0 -q $missing
+}
+
+# Configures and builds the given targets (all by default) in build/, where something changed.
+build() {
+    local targets=()
+    [ $# -eq 0 ] || targets=(--target "$@")
+    if [ ! -f "$top/build/build.ninja" ]; then
+        say "configuring"
+        cmake --preset daily -S "$top" >"$top/build-configure.log" 2>&1 || {
+            cat "$top/build-configure.log"
+            return 1
+        }
+        rm -f "$top/build-configure.log"
+    fi
+    say "building"
+    cmake --build "$top/build" "${targets[@]}"
+}
