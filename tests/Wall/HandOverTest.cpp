@@ -1,0 +1,167 @@
+#include "Wall/HandOver.h"
+
+#include "platform/layers/DrawList.h"
+#include "platform/layers/LayerTree.h"
+#include "platform/layers/PlayerLayer.h"
+#include "platform/layers/ShapeLayer.h"
+#include "support/ManualMediaClock.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace std::chrono_literals;
+
+class HandOver : public testing::Test
+{
+protected:
+    HandOver()
+    {
+        for (PlayerLayer **layer : {&m_from, &m_to}) {
+            *layer = m_tree.root().addSublayer(std::make_unique<PlayerLayer>());
+            (*layer)->setFrame({0, 0, 1920, 1080});
+        }
+        m_to->setOpacity(0);
+    }
+
+    void begin(Transition style, bool first = false)
+    {
+        m_from->setOpacity(first ? 0 : 1);
+        transition(style, m_tree, *m_from, *m_to, first, [this] { ++m_done; });
+    }
+
+    // Moves to this moment after the beginning.
+    void at(MediaTime time)
+    {
+        m_clock.set(m_start + time);
+        m_tree.advance();
+    }
+
+    double from() { return m_from->presentedOpacity(m_tree.now()); }
+    double to() { return m_to->presentedOpacity(m_tree.now()); }
+
+    void expectTheEnd()
+    {
+        EXPECT_EQ(to(), 1);
+        EXPECT_EQ(from(), 0);
+        EXPECT_EQ(m_to->mask(), nullptr);
+        EXPECT_EQ(m_done, 1);
+    }
+
+    test::ManualMediaClock m_clock;
+    MediaTime m_start = m_clock.now();
+    LayerTree m_tree{{1920, 1080}, 1, RendererKind::raster, m_clock};
+    PlayerLayer *m_from = nullptr;
+    PlayerLayer *m_to = nullptr;
+    int m_done = 0;
+};
+
+TEST_F(HandOver, ABlinkIsACutWithinTheCall)
+{
+    begin(Transition::blink);
+    expectTheEnd();
+    EXPECT_FALSE(m_tree.isAnimating());
+}
+
+TEST_F(HandOver, TheVeryFirstBlinkFadesIn)
+{
+    begin(Transition::blink, true);
+    EXPECT_EQ(to(), 0);
+    at(300ms);
+    EXPECT_NEAR(to(), 0.8024, 1e-3);
+    EXPECT_EQ(m_done, 0);
+    at(600ms);
+    expectTheEnd();
+}
+
+TEST_F(HandOver, ACrossfadeTakesSixTenthsOfASecond)
+{
+    begin(Transition::crossfade);
+    EXPECT_EQ(to(), 0);
+    EXPECT_EQ(from(), 1);
+    at(300ms);
+    EXPECT_NEAR(to(), 0.8024, 1e-3);
+    EXPECT_NEAR(from(), 1 - 0.8024, 1e-3);
+    at(599ms);
+    EXPECT_EQ(m_done, 0);
+    at(600ms);
+    expectTheEnd();
+}
+
+TEST_F(HandOver, ThroughBlackIsOutThenIn)
+{
+    begin(Transition::black);
+    at(175ms);
+    EXPECT_NEAR(from(), 1 - 0.8024, 1e-3);
+    EXPECT_EQ(to(), 0);
+    at(350ms);
+    EXPECT_EQ(from(), 0);
+    EXPECT_EQ(to(), 0);
+    at(525ms);
+    EXPECT_NEAR(to(), 0.5, 1e-6) << "in is linear";
+    at(700ms);
+    EXPECT_EQ(to(), 1);
+    at(749ms);
+    EXPECT_EQ(m_done, 0);
+    at(750ms);
+    expectTheEnd();
+}
+
+TEST_F(HandOver, TheFirstThroughBlackFadesInAtOnce)
+{
+    begin(Transition::black, true);
+    EXPECT_EQ(to(), 0);
+    at(175ms);
+    EXPECT_NEAR(to(), 0.5, 1e-6);
+    at(399ms);
+    EXPECT_EQ(m_done, 0);
+    at(400ms);
+    expectTheEnd();
+}
+
+TEST_F(HandOver, ACircleGrowsFromADotToTheCorners)
+{
+    begin(Transition::circle);
+    EXPECT_EQ(from(), 1);
+    EXPECT_EQ(to(), 1);
+    ASSERT_NE(m_to->mask(), nullptr);
+    EXPECT_EQ(m_to->mask()->presentedPath(m_tree.now()),
+              (ShapePath{ShapePath::Kind::ellipse, {959, 539, 2, 2}}));
+    at(450ms); // half way; radius from 1 to 1101.45
+    EXPECT_NEAR(m_to->mask()->presentedPath(m_tree.now()).rect.width() / 2, 551.2, 0.1);
+    EXPECT_EQ(from(), 1) << "the old clip stays beneath";
+    at(899ms);
+    EXPECT_EQ(m_done, 0);
+    EXPECT_NEAR(m_to->mask()->path().rect.width() / 2, 1101.45, 0.01);
+    at(900ms);
+    expectTheEnd();
+}
+
+TEST_F(HandOver, AWipeRunsFromLeftToRight)
+{
+    begin(Transition::wipe);
+    EXPECT_EQ(m_to->mask()->presentedPath(m_tree.now()).rect, QRectF(0, 0, 0, 1080));
+    at(300ms);
+    EXPECT_NEAR(m_to->mask()->presentedPath(m_tree.now()).rect.width(), 960, 0.01);
+    at(599ms);
+    EXPECT_EQ(m_done, 0);
+    at(600ms);
+    expectTheEnd();
+}
+
+TEST_F(HandOver, TheNewClipLiesAboveTheOldWhicheverWasMadeFirst)
+{
+    std::swap(m_from, m_to);
+    m_to->setOpacity(0);
+    begin(Transition::circle);
+    m_from->setBackground(Qt::red);
+    m_to->setBackground(Qt::blue);
+    const DrawList items = drawList(m_tree, m_tree.now());
+    ASSERT_EQ(items.size(), 2U);
+    EXPECT_EQ(items[1].source, m_to);
+}
+
+} // namespace
+} // namespace corvella

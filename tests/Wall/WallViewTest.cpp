@@ -1,0 +1,405 @@
+#include "Wall/WallView.h"
+
+#include "Wall/OnScreen.h"
+#include "cache/Cache.h"
+#include "platform/layers/DrawList.h"
+#include "platform/layers/RasterRenderer.h"
+#include "platform/video/VideoPlayer.h"
+#include "settings/Settings.h"
+#include "support/CapturedLog.h"
+#include "support/EventLoop.h"
+#include "support/ManualMediaClock.h"
+#include "support/TemporaryHome.h"
+#include "support/TestClip.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace std::chrono_literals;
+using test::happens;
+
+// Clips of 10 pictures at 30 a second: 667 ms each at half speed.
+class WallViewTest : public testing::Test
+{
+protected:
+    // The cache folder is fixed for the life of a process, so its home is, too.
+    static const test::TemporaryHome &home()
+    {
+        static const test::TemporaryHome theHome;
+        return theHome;
+    }
+
+    void SetUp() override
+    {
+        (void)home();
+        QDir(Cache::dir()).removeRecursively();
+        QDir().mkpath(Cache::dir());
+        QFile::remove(home().config(QStringLiteral("space.tarrow.corvella.json")));
+        Settings::setTransition(Transition::blink);
+        m_log.emplace();
+    }
+
+    void TearDown() override
+    {
+        m_views.clear();
+        m_log.reset();
+    }
+
+    // Puts products with one clip each into the cache.
+    void fillCache(const QStringList &ids)
+    {
+        QList<QJsonObject> entries;
+        for (const QString &id : ids) {
+            const QString name = id + QLatin1String(".mp4");
+            entries << QJsonObject{
+                {QStringLiteral("id"), id},
+                {QStringLiteral("label"), QString(QStringLiteral("Product ") + id)},
+                {QStringLiteral("video"), name},
+                {QStringLiteral("updated"), QStringLiteral("2026-11-14T18:00:00Z")}};
+            test::TestClip clip;
+            clip.width = clip.height = 64;
+            clip.marked = false;
+            clip.colour = [](int) { return QColor(200, 160, 0); };
+            clip.write(file(name));
+        }
+        Cache::write(entries);
+    }
+
+    static QString file(const QString &name) { return QDir(Cache::dir()).filePath(name); }
+
+    WallView &view(const QStringList &products = {})
+    {
+        m_views.push_back(
+            std::make_unique<WallView>(QRectF(0, 0, 192, 108), products, 1, std::nullopt,
+                                       WallView::Surroundings{RendererKind::raster, m_clock}));
+        return *m_views.back();
+    }
+
+    // Lets everything that is due by the clock happen.
+    void pump()
+    {
+        for (const auto &view : m_views) {
+            view->tree().advance();
+            for (const auto &layer : view->tree().root().sublayers()) {
+                auto *video = dynamic_cast<PlayerLayer *>(layer.get());
+                if (video && video->player())
+                    video->player()->advance();
+            }
+        }
+        QCoreApplication::processEvents();
+    }
+
+    // Runs the clock until the condition holds.
+    bool runUntil(const std::function<bool()> &condition)
+    {
+        return happens([&] {
+            m_clock.advance(5ms);
+            pump();
+            return condition();
+        });
+    }
+
+    QStringList played()
+    {
+        QStringList ids;
+        for (const QString &message : m_log->messages()) {
+            if (message.startsWith(QStringLiteral("playing ")))
+                ids << message.mid(8);
+        }
+        return ids;
+    }
+
+    int count(const QString &message) { return static_cast<int>(m_log->messages().count(message)); }
+
+    static QString caption(WallView &view)
+    {
+        for (const auto &layer : view.tree().root().sublayers()) {
+            const auto *text = dynamic_cast<const TextLayer *>(layer.get());
+            if (text && !text->text().text.isEmpty())
+                return text->text().text;
+        }
+        return {};
+    }
+
+    test::ManualMediaClock m_clock;
+    std::optional<test::CapturedLog> m_log;
+    std::vector<std::unique_ptr<WallView>> m_views;
+};
+
+const QString kA = QStringLiteral("171");
+const QString kB = QStringLiteral("193");
+const QString kC = QStringLiteral("304");
+const QString kWaiting = QStringLiteral("nothing to play here yet; looking again in 5 s");
+
+TEST_F(WallViewTest, PlaysAtOnce)
+{
+    fillCache({kA});
+    view();
+    EXPECT_EQ(played(), QStringList{kA});
+}
+
+TEST_F(WallViewTest, ThreeClipsRunFirstThirdFirstThird)
+{
+    fillCache({kA, kB, kC});
+    view();
+    ASSERT_TRUE(runUntil([&] { return played().size() == 4; }));
+    // Each end moves the search two places on; past the end the list is read again.
+    EXPECT_EQ(played(), (QStringList{kA, kC, kA, kC}));
+}
+
+TEST_F(WallViewTest, EachClipPlaysAsOftenAsItIsSetTo)
+{
+    fillCache({kA, kB});
+    Settings::setLoops(3);
+    view();
+    ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
+    EXPECT_EQ(m_log->messages().mid(0, 5),
+              (QStringList{QStringLiteral("playing 171"),
+                           QStringLiteral("clip ended (loops done 1 of 3)"),
+                           QStringLiteral("clip ended (loops done 2 of 3)"),
+                           QStringLiteral("clip ended (loops done 3 of 3)"),
+                           QStringLiteral("playing 193")}));
+}
+
+TEST_F(WallViewTest, WithOneLoopEveryEndIsANewChoice)
+{
+    fillCache({kA});
+    view();
+    ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
+    EXPECT_EQ(count(QStringLiteral("clip ended (loops done 1 of 1)")), 2);
+}
+
+TEST_F(WallViewTest, AClipAt30FramesASecondTakesTwiceItsLength)
+{
+    fillCache({kA});
+    view();
+    const auto ended = [&] { return count(QStringLiteral("clip ended (loops done 1 of 1)")); };
+    ASSERT_TRUE(runUntil([&] { return ended() == 1; }));
+    const MediaTime first = m_clock.now();
+    ASSERT_TRUE(runUntil([&] { return ended() == 2; }));
+    // 10 pictures at 15 a second; the steps of the clock are 5 ms.
+    EXPECT_NEAR(std::chrono::duration<double>(m_clock.now() - first).count(), 0.667, 0.02);
+}
+
+TEST_F(WallViewTest, TheUsersOrderRulesNotTheCaches)
+{
+    fillCache({kA, kB, kC});
+    view({kC, kA});
+    EXPECT_EQ(played(), QStringList{kC});
+    ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
+    EXPECT_EQ(played().last(), kA) << "past the end the list is read again and a repeat avoided";
+}
+
+TEST_F(WallViewTest, ProductsThatAreNotInTheCacheAreLeftOut)
+{
+    fillCache({QStringLiteral("y"), QStringLiteral("z")});
+    view({QStringLiteral("x"), QStringLiteral("y")});
+    ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
+    EXPECT_EQ(played(),
+              (QStringList{QStringLiteral("y"), QStringLiteral("y"), QStringLiteral("y")}));
+}
+
+TEST_F(WallViewTest, AllMeansEveryProduct)
+{
+    fillCache({kB, kA});
+    view({QStringLiteral("all")});
+    ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
+    EXPECT_EQ(played(), (QStringList{kB, kA}));
+}
+
+TEST_F(WallViewTest, ShuffledEveryProductStillComesInItsTurn)
+{
+    fillCache({kA, kB, kC});
+    Settings::setShuffle(true);
+    view();
+    ASSERT_TRUE(runUntil([&] {
+        const QStringList ids = played();
+        return ids.contains(kA) && ids.contains(kB) && ids.contains(kC);
+    }));
+}
+
+TEST_F(WallViewTest, TwoScreensDoNotShowTheSameProduct)
+{
+    fillCache({kA, kB});
+    view();
+    view();
+    EXPECT_EQ(played(), (QStringList{kA, kB}));
+}
+
+TEST_F(WallViewTest, StoppedItFreesItsProduct)
+{
+    fillCache({kA, kB});
+    WallView &first = view();
+    first.stop();
+    view();
+    EXPECT_EQ(played(), (QStringList{kA, kA}));
+}
+
+TEST_F(WallViewTest, SteppingForwardGoesToTheNextClip)
+{
+    fillCache({kA, kB, kC});
+    WallView &wall = view();
+    wall.step(+1);
+    EXPECT_EQ(played(), (QStringList{kA, kB}));
+    wall.step(+5);
+    EXPECT_EQ(played(), (QStringList{kA, kB, kC})) << "the size of the step is of no account";
+}
+
+TEST_F(WallViewTest, SteppingBackGoesToTheClipBefore)
+{
+    fillCache({kA, kB, kC});
+    WallView &wall = view();
+    wall.step(+1);
+    wall.step(-1);
+    EXPECT_EQ(played(), (QStringList{kA, kB, kA}));
+    wall.step(-1);
+    EXPECT_EQ(played().last(), kC) << "before the first comes the last";
+}
+
+TEST_F(WallViewTest, SteppingBeginsTheLoopsAnew)
+{
+    fillCache({kA, kB});
+    Settings::setLoops(3);
+    WallView &wall = view();
+    ASSERT_TRUE(
+        runUntil([&] { return count(QStringLiteral("clip ended (loops done 2 of 3)")) == 1; }));
+    wall.step(+1);
+    ASSERT_TRUE(
+        runUntil([&] { return count(QStringLiteral("clip ended (loops done 1 of 3)")) == 2; }));
+}
+
+TEST_F(WallViewTest, WithNothingToPlayItSaysSoAndLooksAgain)
+{
+    WallView &wall = view({kA});
+    EXPECT_EQ(caption(wall), QStringLiteral("AIA 171 Å  ·  DOWNLOADING…"));
+    EXPECT_EQ(count(kWaiting), 1);
+    m_clock.advance(4999ms);
+    pump();
+    EXPECT_EQ(count(kWaiting), 1);
+    m_clock.advance(1ms);
+    pump();
+    EXPECT_EQ(count(kWaiting), 2);
+    fillCache({kA});
+    m_clock.advance(5s);
+    pump();
+    EXPECT_EQ(played(), QStringList{kA});
+}
+
+TEST_F(WallViewTest, OfflineItDoesNotPromiseADownload)
+{
+    Settings::setOffline(true);
+    EXPECT_EQ(caption(view({kA})),
+              QStringLiteral("AIA 171 Å  ·  NOT DOWNLOADED, AND OFFLINE IS ON"));
+}
+
+TEST_F(WallViewTest, WithoutAProductOfTheCatalogueItWaitsForTheSun)
+{
+    EXPECT_EQ(caption(view()), QStringLiteral("the Sun  ·  DOWNLOADING…"));
+    EXPECT_EQ(caption(view({QStringLiteral("nosuch")})),
+              QStringLiteral("the Sun  ·  DOWNLOADING…"));
+}
+
+TEST_F(WallViewTest, StoppedItNeitherLooksAgainNorPlaysOn)
+{
+    WallView &waiting = view({kA});
+    waiting.stop();
+    fillCache({kB});
+    WallView &playing = view();
+    playing.stop();
+    const QStringList before = m_log->messages();
+    for (int i = 0; i < 400; ++i) { // 20 s
+        m_clock.advance(50ms);
+        pump();
+    }
+    EXPECT_EQ(m_log->messages(), before);
+}
+
+TEST_F(WallViewTest, AClipThatDoesNotPlayGivesWayToTheNext)
+{
+    fillCache({kA, kB});
+    home().write(file(kA + QStringLiteral(".mp4")), "this is no clip");
+    view();
+    ASSERT_TRUE(runUntil([&] { return played().size() == 4; }));
+    EXPECT_EQ(played(), (QStringList{kA, kB, kB, kB}));
+    const QStringList complaints =
+        m_log->messages().filter(QStringLiteral("clip does not play, passing it over"));
+    EXPECT_EQ(complaints.size(), 1);
+}
+
+TEST_F(WallViewTest, WhenNoClipPlaysItWaits)
+{
+    fillCache({kA, kB});
+    for (const QString &id : {kA, kB})
+        home().write(file(id + QStringLiteral(".mp4")), {});
+    WallView &wall = view();
+    ASSERT_TRUE(runUntil([&] { return count(kWaiting) == 3; }));
+    EXPECT_EQ(caption(wall), QStringLiteral("the Sun  ·  DOWNLOADING…"));
+    EXPECT_EQ(m_log->messages().filter(QStringLiteral("the file is empty")).size(), 2);
+}
+
+TEST_F(WallViewTest, AReplacedClipPlaysAgain)
+{
+    fillCache({kA});
+    const QString path = file(kA + QStringLiteral(".mp4"));
+    home().write(path, "no clip");
+    view();
+    ASSERT_TRUE(runUntil([&] { return count(kWaiting) == 1; }));
+    fillCache({kA});
+    ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
+}
+
+// Looks at every picture between the first and the fourth clip, as often as a 200 Hz display would.
+TEST_F(WallViewTest, NoPictureBetweenTwoClipsIsBlack)
+{
+    fillCache({kA, kB});
+    WallView &wall = view();
+    RasterRenderer renderer;
+    QImage screen(192, 108, QImage::Format_RGB32);
+    screen.fill(Qt::black);
+    const auto isLit = [&] {
+        const QRegion changed = renderer.advance(drawList(wall.tree(), m_clock.now()));
+        renderer.paint(screen, changed);
+        return screen.pixelColor(96, 40).red() > 150;
+    };
+    ASSERT_TRUE(runUntil(isLit));
+    int dark = 0;
+    ASSERT_TRUE(runUntil([&] {
+        dark += isLit() ? 0 : 1;
+        return played().size() == 6;
+    }));
+    EXPECT_EQ(dark, 0);
+}
+
+TEST_F(WallViewTest, TheNextClipIsThereWhenTheLastOneEnds)
+{
+    fillCache({kA, kB});
+    WallView &wall = view();
+    ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
+    // The clip that was chosen at this very step shows its first picture at once.
+    int withPicture = 0;
+    for (const auto &layer : wall.tree().root().sublayers()) {
+        const auto *video = dynamic_cast<const PlayerLayer *>(layer.get());
+        withPicture += video && video->opacity() == 1 && video->picture() ? 1 : 0;
+    }
+    EXPECT_EQ(withPicture, 1);
+}
+
+TEST_F(WallViewTest, LaysItselfOutAnewWhenItsSizeChanges)
+{
+    fillCache({kA});
+    WallView &wall = view();
+    wall.tree().setSize({400, 300});
+    for (const auto &layer : wall.tree().root().sublayers()) {
+        const bool isText = dynamic_cast<const TextLayer *>(layer.get()) != nullptr;
+        const bool isVideo = dynamic_cast<const PlayerLayer *>(layer.get()) != nullptr;
+        EXPECT_TRUE(!isVideo || layer->frame() == QRectF(0, 0, 400, 300));
+        EXPECT_TRUE(!isText || qFuzzyCompare(layer->frame().y(), 9)); // 0.03 x 300
+    }
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Fails on an include that runs up or across the house: each part of main/ may use itself and what stands below it.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/../main"
+
+# What each part may include, besides itself. Parts of the platform are named with their folder.
+declare -A allowed=(
+    [platform/storage]="log"
+    [platform/time]=""
+    [platform/video]="log platform/time"
+    [platform/layers]="log platform/time platform/video"
+    [platform/session]="log platform/storage"
+    [settings]="log platform"
+    [cache]="log platform settings"
+    [Wall]="log platform settings cache"
+    [updater]="log platform settings"
+    [Preferences]="log platform settings cache updater Wall"
+    [shell]="log platform settings cache updater Wall Preferences"
+)
+
+failures=0
+complain() {
+    echo "$1"
+    failures=$((failures + 1))
+}
+
+# The part that a file or an include belongs to: "log", "settings", "platform/video", ...
+part_of() {
+    case $1 in
+        platform/*/*) echo "${1%/*}" ;;
+        */*) echo "${1%%/*}" ;;
+        *) echo "${1%.*}" ;;
+    esac
+}
+
+for file in $(git ls-files --cached --others --exclude-standard '*.h' '*.cpp' | grep /); do
+    part=$(part_of "$file")
+    if [ -z "${allowed[$part]+known}" ]; then
+        complain "$file: the part $part is not in the list of layers"
+        continue
+    fi
+    while read -r included; do
+        target=$(part_of "$included")
+        [ "$target" != "$part" ] || continue
+        [[ " ${allowed[$part]} " == *" $target "* || " ${allowed[$part]} " == *" ${target%%/*} "* ]] \
+            || complain "$file includes $included: $part must not use $target"
+    done < <(sed -n 's/^#include "\(.*\)"$/\1/p' "$file")
+    case $file in
+        platform/*) ;;
+        *) if grep -nE '#include <(xcb|X11|wayland|QDBus|lib(av|sw)|curl)' "$file"; then
+            complain "$file speaks to the system past the platform"
+        fi ;;
+    esac
+done
+[ "$failures" -eq 0 ] || exit 1
+echo "every include runs down"

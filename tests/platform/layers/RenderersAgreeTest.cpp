@@ -1,0 +1,246 @@
+// The two renderers draw the same tree: GL in software on a real X server, raster in memory.
+#include "platform/layers/DrawList.h"
+#include "platform/layers/GlRenderer.h"
+#include "platform/layers/GradientLayer.h"
+#include "platform/layers/LayerTree.h"
+#include "platform/layers/PlayerLayer.h"
+#include "platform/layers/RasterRenderer.h"
+#include "platform/layers/ShapeLayer.h"
+#include "platform/layers/TextLayer.h"
+#include "platform/video/VideoPlayer.h"
+#include "support/EventLoop.h"
+#include "support/ManualMediaClock.h"
+#include "support/TestClip.h"
+
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QOpenGLFramebufferObject>
+#include <QPainter>
+#include <QTemporaryDir>
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+constexpr QSize kSize(640, 360);
+
+// How far two pictures are apart: the mean difference of a channel, and the share of pixels that
+// are clearly unlike all their neighbours in the other picture, which no smoothing of an edge
+// explains.
+struct Difference
+{
+    double mean = 0;
+    double clearly = 0;
+};
+
+constexpr int kClear = 24; // of 255
+
+int apart(const QColor &p, const QColor &q)
+{
+    return std::max({std::abs(p.red() - q.red()), std::abs(p.green() - q.green()),
+                     std::abs(p.blue() - q.blue())});
+}
+
+int apartFromNeighbours(const QImage &a, const QImage &b, int x, int y)
+{
+    int least = 255;
+    for (int v = std::max(y - 1, 0); v <= std::min(y + 1, b.height() - 1); ++v)
+        for (int u = std::max(x - 1, 0); u <= std::min(x + 1, b.width() - 1); ++u)
+            least = std::min(least, apart(a.pixelColor(x, y), b.pixelColor(u, v)));
+    return least;
+}
+
+Difference difference(const QImage &a, const QImage &b)
+{
+    double sum = 0;
+    int clear = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            sum += apart(a.pixelColor(x, y), b.pixelColor(x, y));
+            clear += apartFromNeighbours(a, b, x, y) > kClear ? 1 : 0;
+        }
+    }
+    const double pixels = static_cast<double>(a.width()) * a.height();
+    return {sum / pixels, clear / pixels};
+}
+
+class RenderersAgree : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_surface.create();
+        ASSERT_TRUE(m_context.create());
+        ASSERT_TRUE(m_context.makeCurrent(&m_surface));
+        ASSERT_TRUE(m_gl.initialise());
+    }
+
+    void TearDown() override { m_context.doneCurrent(); }
+
+    QImage rasterPicture(LayerTree &tree)
+    {
+        QImage image(kSize, QImage::Format_RGB32);
+        RasterRenderer renderer;
+        const QRegion region = renderer.advance(drawList(tree, tree.now()));
+        image.fill(Qt::black);
+        renderer.paint(image, region);
+        return image;
+    }
+
+    QImage glPicture(LayerTree &tree)
+    {
+        QOpenGLFramebufferObject buffer(kSize);
+        buffer.bind();
+        m_gl.paint(drawList(tree, tree.now()), kSize);
+        // paint() draws for a window, whose first line is at the top: so does toImage().
+        const QImage image = buffer.toImage().convertToFormat(QImage::Format_RGB32);
+        buffer.release();
+        return image;
+    }
+
+    void expectAgreement(const std::function<void(LayerTree &)> &build)
+    {
+        LayerTree raster(kSize, 1, RendererKind::raster, m_clock);
+        LayerTree gl(kSize, 1, RendererKind::gl, m_clock);
+        build(raster);
+        build(gl);
+        const QImage a = rasterPicture(raster);
+        const QImage b = glPicture(gl);
+        const Difference seen = difference(a, b);
+        EXPECT_LT(seen.mean, 1.5);
+        EXPECT_LT(seen.clearly, 0.002);
+        int lit = 0;
+        for (int x = 0; x < kSize.width(); x += 8)
+            for (int y = 0; y < kSize.height(); y += 8)
+                lit += a.pixelColor(x, y) != QColor(Qt::black) ? 1 : 0;
+        EXPECT_GT(lit, 50) << "two black pictures agree, too";
+    }
+
+    // Adds a layer that shows the first picture of a clip.
+    PlayerLayer *addClip(LayerTree &tree, const test::TestClip &clip)
+    {
+        const QString path = m_dir.filePath(QStringLiteral("clip%1.mp4").arg(++m_clips));
+        clip.write(path);
+        auto *layer = tree.root().addSublayer(std::make_unique<PlayerLayer>());
+        layer->setBackground(Qt::black);
+        layer->setFrame({QPointF(0, 0), tree.size()});
+        auto player = std::make_shared<VideoPlayer>(path, layer->pictureRequest(), m_clock);
+        EXPECT_TRUE(test::happens([&] { return !player->picture().isNull(); }));
+        layer->setPlayer(std::move(player));
+        return layer;
+    }
+
+    // Discs and bars in the colours of the imagery.
+    static test::TestClip sunLikeClip()
+    {
+        test::TestClip clip;
+        clip.width = 333; // not a multiple of a plane's padding
+        clip.height = 333;
+        clip.frames = 1;
+        clip.marked = false;
+        clip.paint = [](QImage &image, int) {
+            QPainter painter(&image);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setPen(Qt::NoPen);
+            painter.fillRect(image.rect(), Qt::black);
+            painter.setBrush(QColor(214, 160, 0));
+            painter.drawEllipse(QPoint(166, 166), 128, 128);
+            painter.setBrush(QColor(200, 40, 10));
+            painter.drawEllipse(QPoint(120, 100), 30, 30);
+            painter.fillRect(0, 0, 30, 15, Qt::white);
+        };
+        return clip;
+    }
+
+    QTemporaryDir m_dir;
+    int m_clips = 0;
+    test::ManualMediaClock m_clock;
+    QOffscreenSurface m_surface;
+    QOpenGLContext m_context;
+    GlRenderer m_gl;
+};
+
+TEST_F(RenderersAgree, OnBackgroundsAndOpacity)
+{
+    expectAgreement([](LayerTree &tree) {
+        tree.root().setBackground(Qt::black);
+        auto *red = tree.root().addSublayer(std::make_unique<Layer>());
+        red->setFrame({100, 50, 300, 200});
+        red->setBackground(QColor(200, 40, 10));
+        auto *white = tree.root().addSublayer(std::make_unique<Layer>());
+        white->setFrame({200, 100, 300, 200});
+        white->setBackground(Qt::white);
+        white->setCornerRadius(24);
+        white->setOpacity(0.6);
+    });
+}
+
+TEST_F(RenderersAgree, OnTextAndGradient)
+{
+    expectAgreement([](LayerTree &tree) {
+        tree.root().setBackground(QColor(120, 100, 30));
+        auto *scrim = tree.root().addSublayer(std::make_unique<GradientLayer>());
+        scrim->setColours(QColor::fromRgbF(0, 0, 0, 0.55F), QColor::fromRgbF(0, 0, 0, 0));
+        scrim->setFrame({0, 0, 640, 120});
+        auto *text = tree.root().addSublayer(std::make_unique<TextLayer>());
+        text->setFont(QFont(), 15);
+        text->setText({QStringLiteral("AIA 171 Å  ·  48 HR TO NOV 14, 06:00 PM"), 1.1});
+        text->setFrame({20, 20, 600, 22});
+        text->setOpacity(0.85);
+    });
+}
+
+TEST_F(RenderersAgree, OnAClipInEveryCoding)
+{
+    for (const bool fullRange : {false, true}) {
+        for (const auto matrix : {test::TestClip::Matrix::bt709, test::TestClip::Matrix::bt601}) {
+            expectAgreement([&](LayerTree &tree) {
+                test::TestClip clip = sunLikeClip();
+                clip.fullRange = fullRange;
+                clip.matrix = matrix;
+                addClip(tree, clip);
+            });
+        }
+    }
+}
+
+TEST_F(RenderersAgree, OnTurnedClips)
+{
+    for (const int degrees : {90, 180, 270}) {
+        expectAgreement([&](LayerTree &tree) {
+            test::TestClip clip = sunLikeClip();
+            clip.width = 200;
+            clip.rotationDegrees = degrees;
+            addClip(tree, clip);
+        });
+    }
+}
+
+TEST_F(RenderersAgree, HalfWayThroughACrossfade)
+{
+    expectAgreement([&](LayerTree &tree) {
+        addClip(tree, sunLikeClip())->setOpacity(0.4);
+        test::TestClip other = sunLikeClip();
+        other.paint = [](QImage &image, int) { image.fill(QColor(10, 60, 140)); };
+        addClip(tree, other)->setOpacity(0.6);
+    });
+}
+
+TEST_F(RenderersAgree, HalfWayThroughAReveal)
+{
+    for (const auto kind : {ShapePath::Kind::ellipse, ShapePath::Kind::rectangle}) {
+        expectAgreement([&](LayerTree &tree) {
+            test::TestClip other = sunLikeClip();
+            other.paint = [](QImage &image, int) { image.fill(QColor(10, 60, 140)); };
+            addClip(tree, other);
+            auto mask = std::make_unique<ShapeLayer>();
+            mask->setPath({kind, {220, 80, 200, 200}});
+            addClip(tree, sunLikeClip())->setMask(std::move(mask));
+        });
+    }
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,192 @@
+#include "platform/storage/DurableFile.h"
+#include "platform/storage/FileSizeLimit.h"
+#include "support/TemporaryHome.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace corvella {
+namespace {
+
+class DurableFileTest : public testing::Test
+{
+protected:
+    QStringList names() const { return QDir(m_home.path()).entryList(QDir::Files | QDir::Hidden); }
+
+    test::TemporaryHome m_home;
+    QString m_path = m_home.path(QStringLiteral("file"));
+};
+
+TEST_F(DurableFileTest, WritesANewFileAndLeavesNothingElse)
+{
+    EXPECT_TRUE(DurableFile::write(m_path, "content").isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("content"));
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, ReplacesALongerFileWhole)
+{
+    m_home.write(m_path, "a much longer content than the new one");
+    EXPECT_TRUE(DurableFile::write(m_path, "short").isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("short"));
+}
+
+TEST_F(DurableFileTest, IsNotConfusedByWhatACrashLeftBeside)
+{
+    m_home.write(m_path + QStringLiteral(".tmp"),
+                 "half of an old content that never became visible");
+    EXPECT_TRUE(DurableFile::write(m_path, "new").isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("new"));
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, KeepsThePermissionBits)
+{
+    m_home.write(m_path, "secret");
+    const auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
+    ASSERT_TRUE(QFile::setPermissions(m_path, ownerOnly));
+    EXPECT_TRUE(DurableFile::write(m_path, "secret too").isOk());
+    EXPECT_FALSE(QFile::permissions(m_path) & (QFile::ReadGroup | QFile::ReadOther));
+}
+
+TEST_F(DurableFileTest, ReplacesWhatASymbolicLinkPointsTo)
+{
+    const QString real = m_home.path(QStringLiteral("real"));
+    m_home.write(real, "old");
+    ASSERT_TRUE(QFile::link(real, m_path));
+    EXPECT_TRUE(DurableFile::write(m_path, "new").isOk());
+    EXPECT_TRUE(QFileInfo(m_path).isSymLink());
+    EXPECT_EQ(m_home.read(real), QByteArray("new"));
+}
+
+TEST_F(DurableFileTest, KeepsTheOldFileWhenTheDiskIsFull)
+{
+    m_home.write(m_path, "old");
+    FileResult result;
+    {
+        const test::FileSizeLimit fullDisk(1000);
+        result = DurableFile::write(m_path, QByteArray(2000, 'x'));
+    }
+    EXPECT_EQ(result.status, FileStatus::noSpace);
+    EXPECT_EQ(result.reason, QStringLiteral("File too large"));
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, FailsWithoutAFolder)
+{
+    const FileResult result =
+        DurableFile::write(m_home.path(QStringLiteral("absent/file")), "content");
+    EXPECT_EQ(result.status, FileStatus::failed);
+    EXPECT_EQ(result.reason, QStringLiteral("No such file or directory"));
+}
+
+TEST_F(DurableFileTest, FailsWhereADirectoryHasTheName)
+{
+    ASSERT_TRUE(QDir().mkpath(m_path));
+    EXPECT_EQ(DurableFile::write(m_path, "content").reason, QStringLiteral("Is a directory"));
+    EXPECT_TRUE(names().isEmpty());
+}
+
+TEST_F(DurableFileTest, FailsWhereTheTemporaryNameIsTaken)
+{
+    m_home.write(m_path, "old");
+    ASSERT_TRUE(QDir().mkpath(m_path + QStringLiteral(".tmp")));
+    EXPECT_FALSE(DurableFile::write(m_path, "new").isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+}
+
+TEST_F(DurableFileTest, LetsWritersOfOneFileTakeTurns)
+{
+    std::vector<std::thread> writers;
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+        writers.emplace_back([this, letter] {
+            for (int i = 1; i <= 50; ++i)
+                EXPECT_TRUE(DurableFile::write(m_path, QByteArray(i * 100, letter)).isOk());
+        });
+    }
+    for (std::thread &writer : writers)
+        writer.join();
+    const QByteArray content = m_home.read(m_path);
+    EXPECT_FALSE(content.isEmpty());
+    EXPECT_EQ(content.count(content.at(0)), content.size()) << "a mixture of two writers";
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, CopiesAFileOfManyBuffers)
+{
+    const QByteArray content = QByteArray(200'000, 'x') + "end";
+    const QString source = m_home.path(QStringLiteral("source"));
+    m_home.write(source, content);
+    EXPECT_TRUE(DurableFile::copy(source, m_path).isOk());
+    EXPECT_EQ(m_home.read(m_path), content);
+    EXPECT_EQ(m_home.read(source), content);
+}
+
+TEST_F(DurableFileTest, KeepsTheOldFileWhenThereIsNothingToCopy)
+{
+    m_home.write(m_path, "old");
+    EXPECT_FALSE(DurableFile::copy(m_home.path(QStringLiteral("absent")), m_path).isOk());
+    EXPECT_FALSE(DurableFile::copy(m_home.path(), m_path).isOk()) << "a directory";
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, KeepsTheOldFileWhenTheDiskIsTooFullForTheCopy)
+{
+    const QString source = m_home.path(QStringLiteral("source"));
+    m_home.write(source, QByteArray(2000, 'x'));
+    m_home.write(m_path, "old");
+    FileResult result;
+    {
+        const test::FileSizeLimit fullDisk(1000);
+        result = DurableFile::copy(source, m_path);
+    }
+    EXPECT_EQ(result.status, FileStatus::noSpace);
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+}
+
+TEST_F(DurableFileTest, MovesAWrittenFileIntoPlaceWithOrWithoutAnOldOne)
+{
+    const QString temporary = m_home.path(QStringLiteral("download"));
+    for (const char *content : {"first", "second"}) {
+        m_home.write(temporary, content);
+        EXPECT_TRUE(DurableFile::replace(m_path, temporary).isOk());
+        EXPECT_EQ(m_home.read(m_path), QByteArray(content));
+        EXPECT_FALSE(QFileInfo::exists(temporary));
+    }
+}
+
+TEST_F(DurableFileTest, LeavesTheWrittenFileToTheCallerWhenItCannotBeMoved)
+{
+    const QString temporary = m_home.path(QStringLiteral("download"));
+    m_home.write(temporary, "content");
+    EXPECT_FALSE(
+        DurableFile::replace(m_home.path(QStringLiteral("absent/file")), temporary).isOk());
+    EXPECT_EQ(m_home.read(temporary), QByteArray("content"));
+}
+
+TEST_F(DurableFileTest, HasNothingToMoveWhenTheWrittenFileIsMissing)
+{
+    m_home.write(m_path, "old");
+    EXPECT_FALSE(DurableFile::replace(m_path, m_home.path(QStringLiteral("absent"))).isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+}
+
+TEST(FileResultTest, CallsEveryWayToRunOutOfRoomNoSpace)
+{
+    EXPECT_EQ(FileResult::fromErrno(ENOSPC).status, FileStatus::noSpace);
+    EXPECT_EQ(FileResult::fromErrno(EDQUOT).status, FileStatus::noSpace);
+    EXPECT_EQ(FileResult::fromErrno(EFBIG).status, FileStatus::noSpace);
+    EXPECT_EQ(FileResult::fromErrno(EROFS).status, FileStatus::failed);
+    EXPECT_EQ(FileResult::fromErrno(EACCES).reason, QStringLiteral("Permission denied"));
+    EXPECT_TRUE(FileResult::fromErrno(0).isOk());
+}
+
+} // namespace
+} // namespace corvella

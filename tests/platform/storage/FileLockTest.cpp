@@ -1,0 +1,51 @@
+#include "platform/storage/FileLock.h"
+#include "support/TemporaryHome.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+
+namespace corvella {
+namespace {
+
+// Whether somebody else could take the lock now.
+bool isFree(const QString &path)
+{
+    const FileDescriptor other(::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC));
+    return ::flock(other.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+TEST(FileLockTest, HoldsUntilItsEnd)
+{
+    const test::TemporaryHome home;
+    const QString path = home.path(QStringLiteral("lock"));
+    {
+        const std::optional<FileLock> lock = FileLock::acquire(path);
+        ASSERT_TRUE(lock);
+        EXPECT_FALSE(isFree(path));
+    }
+    EXPECT_TRUE(isFree(path));
+}
+
+TEST(FileLockTest, CanBeTakenAgainWithTheFileOfBefore)
+{
+    const test::TemporaryHome home;
+    const QString path = home.path(QStringLiteral("lock"));
+    EXPECT_TRUE(FileLock::acquire(path));
+    EXPECT_TRUE(FileLock::acquire(path));
+}
+
+TEST(FileLockTest, CannotBeTakenWithoutAFolder)
+{
+    const test::TemporaryHome home;
+    const std::optional<FileLock> lock =
+        FileLock::acquire(home.path(QStringLiteral("absent/lock")));
+    const int error = errno;
+    EXPECT_FALSE(lock);
+    EXPECT_EQ(error, ENOENT);
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,77 @@
+#include "shell/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace corvella {
+namespace {
+
+QStringList words(const char *line)
+{
+    return QString::fromUtf8(line).split(u' ', Qt::SkipEmptyParts);
+}
+
+struct Seconds
+{
+    const char *name;
+    QStringList args;
+    std::optional<double> expected;
+};
+
+class SecondsOption : public testing::TestWithParam<Seconds>
+{
+};
+
+TEST_P(SecondsOption, IsTheNumberRightAfterTheFirst)
+{
+    EXPECT_EQ(CommandLine::parse(GetParam().args).autoQuit, GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, SecondsOption,
+    testing::Values(
+        Seconds{"Missing", {}, std::nullopt}, Seconds{"Last", words("--seconds"), std::nullopt},
+        Seconds{"Whole", words("--seconds 5"), 5.0},
+        Seconds{"Fraction", words("--seconds 0.25"), 0.25},
+        Seconds{"Negative", words("--seconds -3"), -3.0},
+        Seconds{"Exponent", words("--seconds 1e2"), 100.0},
+        Seconds{"Words", words("--seconds soon"), std::nullopt},
+        Seconds{"NumberWithUnit", words("--seconds 5s"), std::nullopt},
+        Seconds{"Spaces", {QStringLiteral("--seconds"), QStringLiteral(" 5")}, std::nullopt},
+        Seconds{"Comma", words("--seconds 0,5"), std::nullopt},
+        Seconds{"Empty", {QStringLiteral("--seconds"), QString()}, std::nullopt},
+        Seconds{"NotANumber", words("--seconds nan"), std::nullopt},
+        Seconds{"Twice", words("--seconds 5 --seconds 9"), 5.0},
+        Seconds{"FirstUnusable", words("--seconds x --seconds 9"), std::nullopt},
+        Seconds{"AnotherOptionForAValue", words("--seconds --start"), std::nullopt}),
+    [](const auto &row) { return row.param.name; });
+
+TEST(CommandLine, OptionsMatchWholeArgumentsWhereverTheyStand)
+{
+    const CommandLine line = CommandLine::parse(words("x --prime y --start --refresh --selftest"));
+    EXPECT_TRUE(line.primeOnly);
+    EXPECT_TRUE(line.forceStart);
+    EXPECT_TRUE(line.refreshOnly);
+    EXPECT_TRUE(line.selfTest);
+}
+
+TEST(CommandLine, NearMissesAreNoOptions)
+{
+    const CommandLine line =
+        CommandLine::parse(words("--Start --start= -start --primes start --REFRESH --self-test"));
+    EXPECT_FALSE(line.primeOnly);
+    EXPECT_FALSE(line.forceStart);
+    EXPECT_FALSE(line.refreshOnly);
+    EXPECT_FALSE(line.selfTest);
+}
+
+TEST(CommandLine, KeepsAllArgumentsInOrder)
+{
+    EXPECT_EQ(CommandLine::parse(words("b a --start")).allArgs, words("b a --start"));
+    EXPECT_EQ(CommandLine::parse({}).allArgs, QStringList());
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,102 @@
+#include "support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sys/prctl.h>
+
+namespace corvella::test {
+
+namespace {
+
+constexpr int kPatienceAfterTerminate = 5'000; // milliseconds
+
+} // namespace
+
+QProcessEnvironment bareEnvironment()
+{
+    const QProcessEnvironment own = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment bare;
+    for (const char *name :
+         {"PATH", "TMPDIR", "ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+        const QString key = QString::fromLatin1(name);
+        if (own.contains(key))
+            bare.insert(key, own.value(key));
+    }
+    bare.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    bare.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
+    return bare;
+}
+
+ChildProcess::ChildProcess(const Command &command)
+{
+    QObject::connect(&m_process, &QProcess::readyReadStandardOutput, &m_process,
+                     [this] { m_output += m_process.readAllStandardOutput(); });
+    QObject::connect(&m_process, &QProcess::readyReadStandardError, &m_process,
+                     [this] { m_errors += m_process.readAllStandardError(); });
+    m_process.setProcessEnvironment(command.environment);
+    m_process.setWorkingDirectory(command.folder);
+    // A test that is killed runs no destructor, and a server left behind would run for ever.
+    m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    m_process.start(command.program, command.arguments);
+    if (!m_process.waitForStarted())
+        ADD_FAILURE() << qPrintable(command.program) << ": " << qPrintable(m_process.errorString());
+}
+
+ChildProcess::~ChildProcess()
+{
+    m_process.terminate();
+    if (m_process.state() == QProcess::NotRunning
+        || m_process.waitForFinished(kPatienceAfterTerminate))
+        return;
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+bool ChildProcess::isRunning()
+{
+    return m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(0);
+}
+
+std::optional<int> ChildProcess::exitStatus(std::chrono::milliseconds within)
+{
+    if (!becomes([this] { return m_process.state() == QProcess::NotRunning; }, within))
+        return std::nullopt;
+    if (m_process.exitStatus() != QProcess::NormalExit)
+        return std::nullopt;
+    return m_process.exitCode();
+}
+
+void ChildProcess::signal(int number)
+{
+    if (isRunning())
+        ::kill(static_cast<pid_t>(m_process.processId()), number);
+}
+
+QByteArray ChildProcess::output()
+{
+    return m_output;
+}
+
+QByteArray ChildProcess::errors()
+{
+    return m_errors;
+}
+
+QStringList ChildProcess::errorLines()
+{
+    QStringList lines = QString::fromUtf8(m_errors).split(u'\n');
+    lines.removeLast(); // empty, or a line that is still being written
+    return lines;
+}
+
+QByteArray run(const Command &command)
+{
+    ChildProcess process(command);
+    EXPECT_EQ(process.exitStatus(), 0)
+        << qPrintable(command.program) << ' ' << qPrintable(command.arguments.join(u' ')) << ": "
+        << process.errors().toStdString();
+    return process.output();
+}
+
+} // namespace corvella::test
