@@ -4,3 +4,8 @@ if(CORVELLA_SANITIZE)
     add_compile_options(-fsanitize=${CORVELLA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${CORVELLA_SANITIZE})
 endif()
+
+# Coverage for libFuzzer, which the fuzz targets link.
+if(CORVELLA_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
