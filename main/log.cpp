@@ -6,7 +6,8 @@
 #include <cstdio>
 #include <string_view>
 
-// The journal is told where a message was logged from only if asked; the call site here is of no interest.
+// The journal is told where a message was logged from only if asked; the call site here is of no
+// interest.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 

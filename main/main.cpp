@@ -1,4 +1,5 @@
-// Entry point: reads the command line once, does a one-shot job and ends, or hands over to the application.
+// Entry point: reads the command line once, does a one-shot job and ends, or hands over to the
+// application.
 #include "Preferences/Preferences.h"
 #include "cache/Cache.h"
 #include "platform/layers/RendererKind.h"
@@ -14,10 +15,20 @@
 #include <QApplication>
 
 #include <cstdlib>
+#include <malloc.h>
 
 using namespace corvella;
 
 namespace {
+
+// Clips come and go for months: their buffers are given back to the system when they are freed,
+// instead of wearing holes into the heap.
+void keepTheHeapSmall()
+{
+    constexpr int kOwnMappingFrom = 256 * 1024; // bytes
+    mallopt(M_MMAP_THRESHOLD, kOwnMappingFrom);
+    mallopt(M_ARENA_MAX, 2);
+}
 
 CommandLine readCommandLine(int argc, char **argv)
 {
@@ -67,6 +78,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
 
 int main(int argc, char **argv)
 {
+    keepTheHeapSmall();
     const CommandLine commandLine = readCommandLine(argc, argv);
     if (commandLine.selfTest) {
         runSelfTest();

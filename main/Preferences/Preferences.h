@@ -15,7 +15,8 @@ namespace corvella {
 
 class WallControls;
 
-class Preferences : public QObject {
+class Preferences : public QObject
+{
     Q_OBJECT
 
 public:

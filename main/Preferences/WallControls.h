@@ -3,7 +3,8 @@
 
 namespace corvella {
 
-class WallControls {
+class WallControls
+{
 public:
     virtual ~WallControls() = default;
     virtual void show() = 0;

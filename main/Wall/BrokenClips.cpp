@@ -11,7 +11,8 @@ namespace corvella::BrokenClips {
 namespace {
 
 // What tells one file of a name from the next; a missing file has one of its own.
-struct FileStamp {
+struct FileStamp
+{
     qint64 size = -1;
     qint64 modified = 0; // milliseconds since 1970
 
@@ -23,7 +24,8 @@ using Table = QHash<QString, FileStamp>;
 FileStamp stampOf(const QString &path)
 {
     const QFileInfo info(path);
-    return info.exists() ? FileStamp {info.size(), info.lastModified().toMSecsSinceEpoch()} : FileStamp {};
+    return info.exists() ? FileStamp{info.size(), info.lastModified().toMSecsSinceEpoch()}
+                         : FileStamp{};
 }
 
 Table &unplayable()

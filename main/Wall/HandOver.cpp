@@ -14,7 +14,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr MediaTime kCrossfade = milliseconds(600);
-constexpr MediaTime kFade = milliseconds(350); // to black, and from it
+constexpr MediaTime kFade = milliseconds(350);     // to black, and from it
 constexpr MediaTime kFadeDone = milliseconds(400); // after the fade from black has begun
 constexpr MediaTime kCircle = milliseconds(900);
 constexpr MediaTime kWipe = milliseconds(600);
@@ -45,13 +45,15 @@ void throughBlack(LayerTree &tree, PlayerLayer &from, PlayerLayer &to, bool firs
     {
         const Transaction transaction = Transaction::withoutAnimations(tree);
         to.setOpacity(1);
-        to.addAnimation(QStringLiteral("fadeIn"),
-                        {0, 1, tree.now() + out, kFade, FillMode::backwards, TimingCurve::linear()});
+        to.addAnimation(
+            QStringLiteral("fadeIn"),
+            {0, 1, tree.now() + out, kFade, FillMode::backwards, TimingCurve::linear()});
     }
     tree.completeAt(tree.now() + out + kFadeDone, std::move(done));
 }
 
-struct Reveal {
+struct Reveal
+{
     ShapePath start;
     ShapePath end;
     MediaTime duration;
@@ -63,7 +65,7 @@ Reveal circleReveal(const QRectF &bounds)
     const QPointF middle = bounds.center();
     const double radius = std::hypot(bounds.width(), bounds.height()) / 2;
     const auto circle = [middle](double r) {
-        return ShapePath {ShapePath::Kind::ellipse, {middle.x() - r, middle.y() - r, 2 * r, 2 * r}};
+        return ShapePath{ShapePath::Kind::ellipse, {middle.x() - r, middle.y() - r, 2 * r, 2 * r}};
     };
     return {circle(1), circle(radius), kCircle};
 }

@@ -1,5 +1,5 @@
-// Which product each wall view shows, for the whole process, so that screens do not show the same one.
-// Main thread only.
+// Which product each wall view shows, for the whole process, so that screens do not show the same
+// one. Main thread only.
 #pragma once
 
 #include <QSet>

@@ -50,10 +50,11 @@ WallOverlays::WallOverlays(LayerTree &tree, const std::optional<QString> &attrib
 
 void WallOverlays::showCaption(const QJsonObject &entry)
 {
-    const QString name
-        = entry.value(QLatin1String("label")).toString(entry.value(QLatin1String("id")).toString());
+    const QString name =
+        entry.value(QLatin1String("label")).toString(entry.value(QLatin1String("id")).toString());
     const QJsonValue updated = entry.value(QLatin1String("updated"));
-    const QString time = pretty(updated.isString() ? std::optional(updated.toString()) : std::nullopt);
+    const QString time =
+        pretty(updated.isString() ? std::optional(updated.toString()) : std::nullopt);
     m_caption->setText(spaced(name + QStringLiteral("  ·  48 HR TO ") + time.toUpper()));
 
     setCaptionOpacity(kCaptionOpacity, 1);

@@ -15,7 +15,8 @@ namespace corvella {
 class GradientLayer;
 class LayerTree;
 
-class WallOverlays {
+class WallOverlays
+{
 public:
     // Adds its layers on top of the tree's others; the tree must outlive it.
     WallOverlays(LayerTree &tree, const std::optional<QString> &attribution);
@@ -30,7 +31,8 @@ public:
     // Places the layers on a wall of this size, in points.
     void layout(QSizeF size);
 
-    // A manifest time stamp made readable in the user's locale and time zone; "?" for none or a bad one.
+    // A manifest time stamp made readable in the user's locale and time zone; "?" for none or a bad
+    // one.
     [[nodiscard]] static QString pretty(const std::optional<QString> &stamp);
     // The text with the wall's letter spacing.
     [[nodiscard]] static AttributedText spaced(const QString &text);

@@ -48,7 +48,8 @@ QString catalogueLabel(const QStringList &wanted)
     return QStringLiteral("the Sun");
 }
 
-// An id that is in the table scores 2, the last one 1: being shown elsewhere weighs more than a repeat.
+// An id that is in the table scores 2, the last one 1: being shown elsewhere weighs more than a
+// repeat.
 int penalty(const QString &id, const QSet<QString> &elsewhere, const std::optional<QString> &last)
 {
     return (elsewhere.contains(id) ? 2 : 0) + (last == id ? 1 : 0);
@@ -88,7 +89,8 @@ void WallView::layout()
     m_overlays->layout(bounds.size());
 }
 
-std::optional<int> WallView::nextIndex(const QStringList &ids, int from, const QSet<QString> &elsewhere,
+std::optional<int> WallView::nextIndex(const QStringList &ids, int from,
+                                       const QSet<QString> &elsewhere,
                                        const std::optional<QString> &last)
 {
     if (from < 0)
@@ -161,7 +163,8 @@ QList<WallView::Entry> WallView::playable(const QList<Entry> &playlist)
 std::optional<int> WallView::choose(const QList<Entry> &playlist, int from) const
 {
     const int last = std::max(static_cast<int>(playlist.size()) - 1, 0);
-    return nextIndex(idsOf(playlist), std::min(from, last), OnScreen::heldElsewhere(this), m_lastId);
+    return nextIndex(idsOf(playlist), std::min(from, last), OnScreen::heldElsewhere(this),
+                     m_lastId);
 }
 
 void WallView::playCurrent()
@@ -179,7 +182,8 @@ void WallView::playCurrent()
         return waitForContent();
     m_playlist = clips;
 
-    const std::optional<int> position = prepared ? prepared->choice.position : choose(clips, m_index);
+    const std::optional<int> position =
+        prepared ? prepared->choice.position : choose(clips, m_index);
     if (!position)
         return;
     const Entry entry = m_playlist[*position];
@@ -253,7 +257,8 @@ void WallView::handOver(const std::shared_ptr<VideoPlayer> &old, int from, int t
     };
     if (!player->picture().isNull())
         return begin();
-    // Without its first picture the new clip would show as a black gap: the old one stays up until then.
+    // Without its first picture the new clip would show as a black gap: the old one stays up until
+    // then.
     m_handOverPending = true;
     connect(player, &VideoPlayer::readyForDisplay, this, [toLayer, player, begin] {
         if (toLayer->player().get() == player)
@@ -268,7 +273,8 @@ void WallView::clipEnded()
     ++m_loopsDone;
     if (m_loopsDone >= loops) {
         m_loopsDone = 0;
-        // On top of the step that choosing this clip made: the search starts two past it, on purpose.
+        // On top of the step that choosing this clip made: the search starts two past it, on
+        // purpose.
         ++m_index;
         playCurrent();
         return;
@@ -291,11 +297,12 @@ void WallView::prepareNext()
 {
     if (m_stopped || m_prepared || m_loopsDone + 1 < Settings::loops())
         return;
+    m_layers[static_cast<size_t>(m_active)]->player()->setLoops(false);
     const int index = m_index + 1; // as clipEnded() will leave it
     const bool runsOut = index >= m_playlist.size();
     const QList<Entry> playlist = playable(runsOut ? loadedPlaylist() : m_playlist);
     if (const std::optional<int> position = choose(playlist, runsOut ? 0 : index))
-        m_prepared = Prepared {index, {playlist, *position}, makePlayer(playlist[*position])};
+        m_prepared = Prepared{index, {playlist, *position}, makePlayer(playlist[*position])};
 }
 
 std::optional<WallView::Prepared> WallView::takePrepared()

@@ -1,6 +1,6 @@
-// One screen of the wall: plays the screen's playlist clip by clip, muted and at half speed, loops each
-// clip, hands over to the next, and keeps the overlays on top. Where nothing has been downloaded yet it
-// says so and looks again every few seconds. Main thread only.
+// One screen of the wall: plays the screen's playlist clip by clip, muted and at half speed, loops
+// each clip, hands over to the next, and keeps the overlays on top. Where nothing has been
+// downloaded yet it says so and looks again every few seconds. Main thread only.
 #pragma once
 
 #include "Wall/WallOverlays.h"
@@ -20,14 +20,16 @@ namespace corvella {
 
 class VideoPlayer;
 
-class WallView : public QObject {
+class WallView : public QObject
+{
     Q_OBJECT
 
 public:
     static constexpr double kRate = 0.5; // of every clip: half speed
 
     // What a view needs of its surroundings.
-    struct Surroundings {
+    struct Surroundings
+    {
         RendererKind renderer = RendererKind::raster;
         const MediaClock &clock; // must outlive the view
     };
@@ -47,25 +49,27 @@ public:
     [[nodiscard]] LayerTree &tree() { return m_tree; }
 
     // The playlist position to play next, searching forward from `from` (0 or more) and wrapping:
-    // the first that no other screen shows and that is not a repeat of `last`. Where there is none such,
-    // a repeat is better than what another screen shows. None for an empty list.
+    // the first that no other screen shows and that is not a repeat of `last`. Where there is none
+    // such, a repeat is better than what another screen shows. None for an empty list.
     [[nodiscard]] static std::optional<int> nextIndex(const QStringList &ids, int from,
                                                       const QSet<QString> &elsewhere,
                                                       const std::optional<QString> &last);
-    // Two positions back in a list of n, wrapping; 0 for an empty list. Two, because the position is
-    // already one past the clip that plays.
+    // Two positions back in a list of n, wrapping; 0 for an empty list. Two, because the position
+    // is already one past the clip that plays.
     [[nodiscard]] static int rewound(int i, int n);
 
 private:
     using Entry = QJsonObject;
 
     // A playlist and the position in it that is to play.
-    struct Choice {
+    struct Choice
+    {
         QList<Entry> playlist;
         int position = 0;
     };
     // The next choice and its player, made ready shortly before the current clip ends.
-    struct Prepared {
+    struct Prepared
+    {
         int index = 0; // the search start that the choice was made for
         Choice choice;
         std::shared_ptr<VideoPlayer> player;
@@ -96,9 +100,10 @@ private:
     int m_index = 0;
     int m_loopsDone = 0;
     std::optional<QString> m_lastId;
-    std::array<PlayerLayer *, 2> m_layers {}; // owned by the tree; each holds the player of its slot
+    std::array<PlayerLayer *, 2> m_layers{}; // owned by the tree; each holds the player of its slot
     int m_active = 0;
-    bool m_handOverPending = false; // the clip of slot m_active has no picture yet; the other slot shows
+    bool m_handOverPending =
+        false; // the clip of slot m_active has no picture yet; the other slot shows
     QMetaObject::Connection m_endObserver;
     std::optional<Prepared> m_prepared;
     std::optional<WallOverlays> m_overlays;

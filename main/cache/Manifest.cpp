@@ -8,7 +8,8 @@ namespace corvella {
 QList<QJsonObject> parseManifest(const QByteArray &bytes)
 {
     QList<QJsonObject> entries;
-    for (const QJsonValue &entry : QJsonDocument::fromJson(bytes).array()) {
+    const QJsonArray array = QJsonDocument::fromJson(bytes).array();
+    for (const auto &entry : array) {
         if (!entry.isObject())
             return {};
         entries << entry.toObject();

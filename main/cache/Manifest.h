@@ -11,7 +11,7 @@ namespace corvella {
 
 // A manifest lists a dozen products in a few hundred bytes each; readers on the main thread take no
 // more than this.
-inline constexpr qint64 kLargestManifestBytes = 1024 * 1024;
+inline constexpr qint64 kLargestManifestBytes = 1 << 20;
 
 // The entries in a manifest's bytes, in order, whatever they hold; empty unless it is an array of
 // objects and of nothing else.

@@ -51,6 +51,7 @@ LoginItem loginItem()
 // A screen's entry of products(); none when the list is empty.
 std::optional<QString> entryFor(int screen)
 {
+    Q_ASSERT(screen >= 0);
     const QStringList lists = products();
     if (lists.isEmpty())
         return std::nullopt;

@@ -16,8 +16,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kTick {250};
-constexpr double kSettleSeconds = 1.5; // without input, before shown saver walls react to input
+constexpr milliseconds kTick{250};
+constexpr double kSettleSeconds = 1.5;  // without input, before shown saver walls react to input
 constexpr double kDismissSeconds = 0.5; // input more recent than this ends a saver
 constexpr MediaTime kRebuildDelay = milliseconds(500);
 // Beyond this a --seconds value means "not while anybody looks".
@@ -101,13 +101,13 @@ void App::buildWall(const Screen &screen, int index, Mode mode)
 {
     if (!Settings::isEnabled(index))
         return;
-    const std::optional<QString> attribution
-        = Settings::attribution() ? std::optional(Settings::storeHost()) : std::nullopt;
+    const std::optional<QString> attribution =
+        Settings::attribution() ? std::optional(Settings::storeHost()) : std::nullopt;
     auto view = std::make_unique<WallView>(QRectF(QPointF(0, 0), screen.frame.size()),
                                            Settings::productList(index), screen.scale, attribution,
-                                           WallView::Surroundings {m_renderer, m_clock});
-    const PointerInput input
-        = mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
+                                           WallView::Surroundings{m_renderer, m_clock});
+    const PointerInput input =
+        mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
     auto window = std::make_unique<WallWindow>(view->tree(), screen.screen, input);
     window->show();
     m_walls.push_back(std::move(view));
@@ -276,7 +276,9 @@ void App::rebuildIfChanged()
     const QList<QRect> frames = framesOf(m_screens.list());
     if (!m_showing || frames.isEmpty() || frames == m_builtFor)
         return;
-    log(QStringLiteral("display layout changed (%1 -> %2)").arg(m_builtFor.size()).arg(frames.size()));
+    log(QStringLiteral("display layout changed (%1 -> %2)")
+            .arg(m_builtFor.size())
+            .arg(frames.size()));
     build();
 }
 

@@ -1,5 +1,5 @@
-// The application: decides at launch what to show, puts the walls up and takes them down, starts them
-// after a time without input, ends them on input, and follows the displays. Main thread only.
+// The application: decides at launch what to show, puts the walls up and takes them down, starts
+// them after a time without input, ends them on input, and follows the displays. Main thread only.
 #pragma once
 
 #include "Preferences/WallControls.h"
@@ -21,12 +21,14 @@ class QKeyEvent;
 
 namespace corvella {
 
-class App : public QObject, public WallControls {
+class App : public QObject, public WallControls
+{
     Q_OBJECT
 
 public:
     // What an App needs of the machine; all of it must outlive the App.
-    struct Surroundings {
+    struct Surroundings
+    {
         Screens &screens;
         IdleClock &idleClock;
         const MediaClock &clock;
@@ -56,7 +58,10 @@ public:
     [[nodiscard]] bool isShowing() const { return m_showing; }
     [[nodiscard]] bool isArmedWaiting() const { return m_armedWaiting; }
     [[nodiscard]] bool coversAll() const { return m_coversAll; }
-    [[nodiscard]] const std::vector<std::unique_ptr<WallWindow>> &windows() const { return m_windows; }
+    [[nodiscard]] const std::vector<std::unique_ptr<WallWindow>> &windows() const
+    {
+        return m_windows;
+    }
 
 protected:
     // The monitor of key presses that reach any window of ours.

@@ -7,15 +7,17 @@
 
 namespace corvella {
 
-struct CommandLine {
-    QStringList allArgs; // without the program's own path
+struct CommandLine
+{
+    QStringList allArgs;            // without the program's own path
     std::optional<double> autoQuit; // seconds after launch at which to end
     bool selfTest = false;
     bool refreshOnly = false;
     bool primeOnly = false;
     bool forceStart = false;
 
-    // Options match whole arguments, exactly, wherever they stand; what matches nothing is passed over.
+    // Options match whole arguments, exactly, wherever they stand; what matches nothing is passed
+    // over.
     [[nodiscard]] static CommandLine parse(const QStringList &allArgs);
 };
 

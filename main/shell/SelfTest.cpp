@@ -31,7 +31,7 @@ void checkPlaylistChooser()
 {
     const QString a = QStringLiteral("171");
     const QString b = QStringLiteral("193");
-    const QStringList ids {a, b, QStringLiteral("304")};
+    const QStringList ids{a, b, QStringLiteral("304")};
     check(WallView::nextIndex(ids, 0, {}, {}) == 0);
     check(WallView::nextIndex(ids, 0, {}, a) == 1);
     check(WallView::nextIndex(ids, 1, {b}, {}) == 2);

@@ -6,7 +6,8 @@
 
 namespace corvella {
 
-class WallWindow final : public LayerWindow {
+class WallWindow final : public LayerWindow
+{
     Q_OBJECT
 
 public:

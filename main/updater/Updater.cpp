@@ -8,7 +8,8 @@ namespace {
 constexpr int kQuietFrom = 3;
 constexpr int kQuietUntil = 5;
 
-// Where the clocks jump over this time, Qt moves it forward; where it comes twice, Qt takes the first.
+// Where the clocks jump over this time, Qt moves it forward; where it comes twice, Qt takes the
+// first.
 QDateTime quietStart(const QDate &day, const QTimeZone &zone)
 {
     return QDateTime(day, QTime(kQuietFrom, 0), zone);

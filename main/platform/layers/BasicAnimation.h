@@ -1,5 +1,5 @@
-// An explicit change of one value over time. A value type: what it shows at a moment depends on that
-// moment alone.
+// An explicit change of one value over time. A value type: what it shows at a moment depends on
+// that moment alone.
 #pragma once
 
 #include "platform/layers/TimingCurve.h"
@@ -10,9 +10,10 @@
 
 namespace corvella {
 
-// What an animation shows before it begins. After its end it shows nothing: the layer's own value holds.
+// What an animation shows before it begins. After its end it shows nothing: the layer's own value
+// holds.
 enum class FillMode {
-    removed, // nothing, too
+    removed,   // nothing, too
     backwards, // its first value
 };
 
@@ -21,12 +22,12 @@ inline double interpolated(double from, double to, double progress)
     return from + (to - from) * progress;
 }
 
-template <typename Value>
-struct BasicAnimation {
-    Value from {};
-    Value to {};
-    MediaTime begin {0};
-    MediaTime duration {0};
+template <typename Value> struct BasicAnimation
+{
+    Value from{};
+    Value to{};
+    MediaTime begin{0};
+    MediaTime duration{0};
     FillMode fillMode = FillMode::removed;
     TimingCurve curve = TimingCurve::linear();
 

@@ -13,7 +13,8 @@ namespace corvella {
 namespace {
 
 // Collects items while walking the tree, turning bottom-left points into top-left pixels.
-class Flattener {
+class Flattener
+{
 public:
     Flattener(double heightInPoints, double scale, MediaTime now, DrawList &list)
         : m_height(heightInPoints)
@@ -31,8 +32,8 @@ public:
         const QRectF frame = layer.frame().translated(origin);
         if (const ShapeLayer *shape = layer.mask()) {
             const ShapePath path = shape->presentedPath(m_now);
-            mask = DrawMask {path.kind == ShapePath::Kind::ellipse,
-                             toPixels(path.rect.translated(frame.topLeft()))};
+            mask = DrawMask{path.kind == ShapePath::Kind::ellipse,
+                            toPixels(path.rect.translated(frame.topLeft()))};
         }
         addItem(layer, toPixels(frame), own, mask);
         for (const auto &sublayer : layer.sublayers())
@@ -43,8 +44,15 @@ private:
     void addItem(const Layer &layer, const QRectF &rect, double opacity,
                  const std::optional<DrawMask> &mask)
     {
-        DrawItem item {rect, opacity, layer.background(), layer.cornerRadius() * m_scale, mask,
-                       {},   {},      layer.contentsSerial(), &layer};
+        DrawItem item{rect,
+                      opacity,
+                      layer.background(),
+                      layer.cornerRadius() * m_scale,
+                      mask,
+                      {},
+                      {},
+                      layer.contentsSerial(),
+                      &layer};
         if (const auto *video = dynamic_cast<const PlayerLayer *>(&layer)) {
             if (const Picture *picture = video->picture())
                 item.picture = *picture;
@@ -52,8 +60,8 @@ private:
         } else {
             item.contents = layer.contents(rect.size().toSize(), m_scale);
         }
-        const bool showsNothing
-            = item.background.alpha() == 0 && item.picture.isNull() && item.contents.isNull();
+        const bool showsNothing =
+            item.background.alpha() == 0 && item.picture.isNull() && item.contents.isNull();
         if (!showsNothing && !rect.isEmpty())
             m_list.push_back(std::move(item));
     }

@@ -1,5 +1,5 @@
-// A layer tree at one moment, flattened for drawing: what is visible, bottom to top, in device pixels
-// with the origin at the top left. Both renderers draw from this list and from nothing else.
+// A layer tree at one moment, flattened for drawing: what is visible, bottom to top, in device
+// pixels with the origin at the top left. Both renderers draw from this list and from nothing else.
 #pragma once
 
 #include "platform/time/MediaClock.h"
@@ -16,22 +16,24 @@ namespace corvella {
 
 class LayerTree;
 
-struct DrawMask {
+struct DrawMask
+{
     bool isEllipse = false;
     QRectF rect;
 
     bool operator==(const DrawMask &) const = default;
 };
 
-struct DrawItem {
+struct DrawItem
+{
     QRectF rect; // the layer's frame
     double opacity = 1;
     QColor background;
     double cornerRadius = 0;
     std::optional<DrawMask> mask;
-    Picture picture; // a clip's picture, fitted into rect; null for none
-    QImage contents; // else premultiplied pixels stretched over rect; null for none
-    quint64 serial = 0; // changes with the picture or the contents
+    Picture picture;              // a clip's picture, fitted into rect; null for none
+    QImage contents;              // else premultiplied pixels stretched over rect; null for none
+    quint64 serial = 0;           // changes with the picture or the contents
     const void *source = nullptr; // whose item this is, for comparing lists
 
     // What of the screen this item touches.

@@ -99,11 +99,12 @@ void main()
 
 QVector4D vector(const QRectF &rect)
 {
-    return {static_cast<float>(rect.x()), static_cast<float>(rect.y()), static_cast<float>(rect.width()),
-            static_cast<float>(rect.height())};
+    return {static_cast<float>(rect.x()), static_cast<float>(rect.y()),
+            static_cast<float>(rect.width()), static_cast<float>(rect.height())};
 }
 
-struct LumaWeights {
+struct LumaWeights
+{
     float red;
     float blue;
 };
@@ -130,9 +131,15 @@ QMatrix3x3 decodeMatrix(ColourMatrix matrix, ColourRange range)
     const float y = range == ColourRange::full ? 1.0F : 255.0F / 219.0F;
     const float c = range == ColourRange::full ? 1.0F : 255.0F / 224.0F;
     const float values[] = {
-        y, 0, 2 * (1 - red) * c, //
-        y, -2 * (1 - blue) * blue / green * c, -2 * (1 - red) * red / green * c, //
-        y, 2 * (1 - blue) * c, 0, //
+        y,
+        0,
+        2 * (1 - red) * c, //
+        y,
+        -2 * (1 - blue) * blue / green * c,
+        -2 * (1 - red) * red / green * c, //
+        y,
+        2 * (1 - blue) * c,
+        0, //
     };
     return QMatrix3x3(values);
 }
@@ -177,8 +184,8 @@ void GlRenderer::paint(const DrawList &list, QSize size)
     m_gl.glClearColor(0, 0, 0, 1);
     m_gl.glClear(GL_COLOR_BUFFER_BIT);
     m_program->bind();
-    m_program->setUniformValue("target", QVector2D(static_cast<float>(size.width()),
-                                                   static_cast<float>(size.height())));
+    m_program->setUniformValue(
+        "target", QVector2D(static_cast<float>(size.width()), static_cast<float>(size.height())));
     m_program->setUniformValue("plane0", 0);
     m_program->setUniformValue("plane1", 1);
     m_program->setUniformValue("plane2", 2);
@@ -280,7 +287,8 @@ GlRenderer::Uploaded &GlRenderer::uploaded(const void *source)
     return upload;
 }
 
-void GlRenderer::uploadTexture(GLuint &texture, GLenum unit, GLenum format, const uint8_t *data, QSize size)
+void GlRenderer::uploadTexture(GLuint &texture, GLenum unit, GLenum format, const uint8_t *data,
+                               QSize size)
 {
     if (texture == 0)
         m_gl.glGenTextures(1, &texture);
@@ -291,8 +299,8 @@ void GlRenderer::uploadTexture(GLuint &texture, GLenum unit, GLenum format, cons
     m_gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     m_gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     m_gl.glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    m_gl.glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(format), size.width(), size.height(), 0, format,
-                      GL_UNSIGNED_BYTE, data);
+    m_gl.glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(format), size.width(), size.height(), 0,
+                      format, GL_UNSIGNED_BYTE, data);
 }
 
 void GlRenderer::dropUnused()

@@ -1,4 +1,5 @@
-// Draws a layer tree with OpenGL ES 2 or OpenGL 2.1 and up. Every call needs the same context current.
+// Draws a layer tree with OpenGL ES 2 or OpenGL 2.1 and up. Every call needs the same context
+// current.
 #pragma once
 
 #include "platform/layers/DrawList.h"
@@ -14,7 +15,8 @@ class QOpenGLShaderProgram;
 
 namespace corvella {
 
-class GlRenderer {
+class GlRenderer
+{
 public:
     GlRenderer();
     // Frees its textures: the context must be current.
@@ -33,10 +35,11 @@ private:
     enum class Fill { colour = 0, image = 1, planes = 2 };
 
     // Pixels of one source on the GPU, kept until the source changes or is no longer drawn.
-    struct Uploaded {
+    struct Uploaded
+    {
         quint64 serial = 0;
         bool drawn = false;
-        std::array<GLuint, 3> textures {};
+        std::array<GLuint, 3> textures{};
     };
 
     void drawItem(const DrawItem &item);
@@ -46,7 +49,8 @@ private:
     void bindPlanes(const DrawItem &item);
     void bindImage(const DrawItem &item, const QImage &image);
     [[nodiscard]] Uploaded &uploaded(const void *source);
-    void uploadTexture(GLuint &texture, GLenum unit, GLenum format, const uint8_t *data, QSize size);
+    void uploadTexture(GLuint &texture, GLenum unit, GLenum format, const uint8_t *data,
+                       QSize size);
     void dropUnused();
 
     QOpenGLFunctions m_gl;

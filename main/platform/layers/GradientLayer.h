@@ -5,7 +5,8 @@
 
 namespace corvella {
 
-class GradientLayer final : public Layer {
+class GradientLayer final : public Layer
+{
 public:
     void setColours(const QColor &bottom, const QColor &top);
 

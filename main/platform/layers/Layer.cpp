@@ -79,13 +79,14 @@ void Layer::setCornerRadius(double points)
 
 void Layer::setOpacity(double opacity)
 {
-    m_opacityAnimations.erase(kImplicitOpacity);
     const Transaction *transaction = m_tree ? m_tree->transaction() : nullptr;
     if (transaction && transaction->animates()) {
         const MediaTime now = m_tree->now();
         addAnimation(kImplicitOpacity,
-                     {presentedOpacity(now), opacity, now, transaction->duration(), FillMode::removed,
-                      TimingCurve::standard()});
+                     {presentedOpacity(now), opacity, now, transaction->duration(),
+                      FillMode::removed, TimingCurve::standard()});
+    } else {
+        m_opacityAnimations.erase(kImplicitOpacity);
     }
     m_opacity = opacity;
     setNeedsDisplay();
@@ -153,7 +154,8 @@ std::optional<MediaTime> Layer::animationsEnd(MediaTime now) const
 
 void Layer::dropFinishedAnimations(MediaTime now)
 {
-    std::erase_if(m_opacityAnimations, [now](const auto &entry) { return now >= entry.second.end(); });
+    std::erase_if(m_opacityAnimations,
+                  [now](const auto &entry) { return now >= entry.second.end(); });
     if (m_mask)
         m_mask->dropFinishedAnimations(now);
     for (const auto &layer : m_sublayers)

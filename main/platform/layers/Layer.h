@@ -19,7 +19,8 @@ namespace corvella {
 class LayerTree;
 class ShapeLayer;
 
-class Layer {
+class Layer
+{
 public:
     Layer();
     virtual ~Layer();
@@ -27,8 +28,7 @@ public:
     Layer &operator=(const Layer &) = delete;
 
     // Puts a layer above all others of this one and returns it; this layer owns it from now on.
-    template <typename AnyLayer>
-    AnyLayer *addSublayer(std::unique_ptr<AnyLayer> layer)
+    template <typename AnyLayer> AnyLayer *addSublayer(std::unique_ptr<AnyLayer> layer)
     {
         AnyLayer *const added = layer.get();
         insert(std::move(layer));
@@ -36,7 +36,10 @@ public:
     }
     // Moves this layer right above a sibling. Nothing happens where `sibling` is no sibling.
     void raiseAbove(const Layer &sibling);
-    [[nodiscard]] const std::vector<std::unique_ptr<Layer>> &sublayers() const { return m_sublayers; }
+    [[nodiscard]] const std::vector<std::unique_ptr<Layer>> &sublayers() const
+    {
+        return m_sublayers;
+    }
 
     [[nodiscard]] QRectF frame() const { return m_frame; }
     virtual void setFrame(const QRectF &frame);
@@ -65,7 +68,8 @@ public:
     // Grows with every change of what the contents look like.
     [[nodiscard]] quint64 contentsSerial() const { return m_contentsSerial; }
 
-    // The end of the last animation that still runs at this moment in this layer or above it, if any.
+    // The end of the last animation that still runs at this moment in this layer or above it, if
+    // any.
     [[nodiscard]] std::optional<MediaTime> animationsEnd(MediaTime now) const;
     // Forgets animations that are over, here and above.
     virtual void dropFinishedAnimations(MediaTime now);

@@ -1,5 +1,5 @@
-// A tree of layers for one window: its size, its pixel scale, its clock, and what is due by that clock.
-// Main thread only.
+// A tree of layers for one window: its size, its pixel scale, its clock, and what is due by that
+// clock. Main thread only.
 #pragma once
 
 #include "platform/layers/Layer.h"
@@ -13,7 +13,8 @@ namespace corvella {
 
 class Transaction;
 
-class LayerTree : public QObject {
+class LayerTree : public QObject
+{
     Q_OBJECT
 
 public:
@@ -38,8 +39,8 @@ public:
     void completeAt(MediaTime moment, std::function<void()> completion);
 
     [[nodiscard]] bool isAnimating() const { return m_root.animationsEnd(now()).has_value(); }
-    // Runs due work and forgets animations that are over. The tree does it itself; tests that set the
-    // clock call it.
+    // Runs due work and forgets animations that are over. The tree does it itself; tests that set
+    // the clock call it.
     void advance();
 
     // The innermost open transaction, or null.

@@ -56,7 +56,8 @@ void LayerWindow::resizeEvent(QResizeEvent *event)
 
 MediaTime LayerWindow::frameInterval() const
 {
-    const double rate = screen() && screen()->refreshRate() > 1 ? screen()->refreshRate() : kFallbackRefreshRate;
+    const double rate =
+        screen() && screen()->refreshRate() > 1 ? screen()->refreshRate() : kFallbackRefreshRate;
     return std::chrono::duration_cast<MediaTime>(std::chrono::duration<double>(1 / rate));
 }
 
@@ -101,14 +102,17 @@ void LayerWindow::drawRaster()
     QRegion inPoints;
     const double ratio = devicePixelRatio();
     for (const QRect &rect : changed)
-        inPoints += QRectF(QPointF(rect.topLeft()) / ratio, QSizeF(rect.size()) / ratio).toAlignedRect();
+        inPoints +=
+            QRectF(QPointF(rect.topLeft()) / ratio, QSizeF(rect.size()) / ratio).toAlignedRect();
     if (m_store->size() != size())
         m_store->resize(size());
     m_store->beginPaint(inPoints);
-    if (QPaintDevice *device = m_store->paintDevice(); device && device->devType() == QInternal::Image) {
+    if (QPaintDevice *device = m_store->paintDevice();
+        device && device->devType() == QInternal::Image) {
         auto &image = static_cast<QImage &>(*device);
         // The same pixels without the store's own scaling: the list is in pixels already.
-        QImage pixels(image.bits(), image.width(), image.height(), image.bytesPerLine(), image.format());
+        QImage pixels(image.bits(), image.width(), image.height(), image.bytesPerLine(),
+                      image.format());
         m_raster.paint(pixels, changed);
     }
     m_store->endPaint();

@@ -1,5 +1,5 @@
-// A window that shows one layer tree and nothing else. It draws when the tree changed or an animation
-// runs, and at no other time. Main thread only.
+// A window that shows one layer tree and nothing else. It draws when the tree changed or an
+// animation runs, and at no other time. Main thread only.
 #pragma once
 
 #include "platform/layers/DrawList.h"
@@ -18,7 +18,8 @@ namespace corvella {
 class GlRenderer;
 class LayerTree;
 
-class LayerWindow : public QWindow {
+class LayerWindow : public QWindow
+{
     Q_OBJECT
 
 public:
@@ -46,7 +47,7 @@ private:
 
     LayerTree &m_tree;
     QTimer m_drawTimer;
-    MediaTime m_lastDrawn {0};
+    MediaTime m_lastDrawn{0};
 
     std::unique_ptr<QBackingStore> m_store; // raster only
     RasterRenderer m_raster;

@@ -1,4 +1,5 @@
-// A layer that shows what a VideoPlayer has up, fitted inside its frame: never cropped, its shape kept.
+// A layer that shows what a VideoPlayer has up, fitted inside its frame: never cropped, its shape
+// kept.
 #pragma once
 
 #include "platform/layers/Layer.h"
@@ -12,7 +13,8 @@ namespace corvella {
 
 class VideoPlayer;
 
-class PlayerLayer final : public Layer {
+class PlayerLayer final : public Layer
+{
 public:
     ~PlayerLayer() override;
 

@@ -57,7 +57,8 @@ void drawPicture(QPainter &painter, const DrawItem &item)
 // Whether the picture hides all of the background where it is drawn.
 bool pictureHides(const DrawItem &item, const QRect &area)
 {
-    return !item.picture.isNull() && !item.mask && item.opacity >= 1 && item.pictureRect().contains(area);
+    return !item.picture.isNull() && !item.mask && item.opacity >= 1
+        && item.pictureRect().contains(area);
 }
 
 void drawItem(QPainter &painter, const DrawItem &item, const QRect &area)
@@ -95,7 +96,7 @@ QRegion RasterRenderer::advance(DrawList list)
 void RasterRenderer::paint(QImage &target, const QRegion &region) const
 {
     QPainter painter(&target);
-    for (const QRect &area : region & target.rect()) {
+    for (const QRect &area : region &target.rect()) {
         painter.setClipRect(area);
         const std::optional<size_t> hiding = hidingItem(m_list, area);
         if (!hiding)

@@ -14,15 +14,19 @@ namespace corvella {
 
 namespace {
 
-struct Decision {
+struct Decision
+{
     RendererKind kind;
     QString reason;
 };
 
-// Loading a software GL costs more memory than a whole wall, so it is not even asked where no GPU is.
+// Loading a software GL costs more memory than a whole wall, so it is not even asked where no GPU
+// is.
 bool hasGpuDevice()
 {
-    return !QDir(QStringLiteral("/dev/dri")).entryList({QStringLiteral("renderD*")}, QDir::System).isEmpty()
+    return !QDir(QStringLiteral("/dev/dri"))
+                .entryList({QStringLiteral("renderD*")}, QDir::System)
+                .isEmpty()
         || QFile::exists(QStringLiteral("/dev/nvidiactl"));
 }
 
@@ -33,7 +37,8 @@ Decision askGl()
     QOpenGLContext context;
     if (!context.create() || !context.makeCurrent(&surface))
         return {RendererKind::raster, QStringLiteral("no OpenGL")};
-    const char *name = reinterpret_cast<const char *>(context.functions()->glGetString(GL_RENDERER));
+    const char *name =
+        reinterpret_cast<const char *>(context.functions()->glGetString(GL_RENDERER));
     const QString shown = QString::fromUtf8(name ? name : "nameless");
     context.doneCurrent();
     if (!name || isSoftwareGl(name))
@@ -52,7 +57,8 @@ Decision decide()
 
 bool isSoftwareGl(const char *rendererName)
 {
-    constexpr std::array kPrograms {"llvmpipe", "softpipe", "swrast", "SwiftShader", "Software Rasterizer"};
+    constexpr std::array kPrograms{"llvmpipe", "softpipe", "swrast", "SwiftShader",
+                                   "Software Rasterizer"};
     for (const char *program : kPrograms) {
         if (std::strstr(rendererName, program))
             return true;
@@ -65,7 +71,8 @@ RendererKind rendererKind()
     static const RendererKind kind = [] {
         const Decision decision = decide();
         log(QStringLiteral("renderer: %1 (%2)")
-                .arg(decision.kind == RendererKind::gl ? QStringLiteral("gl") : QStringLiteral("raster"),
+                .arg(decision.kind == RendererKind::gl ? QStringLiteral("gl")
+                                                       : QStringLiteral("raster"),
                      decision.reason));
         return decision.kind;
     }();

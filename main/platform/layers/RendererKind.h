@@ -5,7 +5,7 @@ namespace corvella {
 
 enum class RendererKind {
     raster, // frames scaled on the decoding thread, composed in memory
-    gl, // OpenGL ES 2 and up on a real GPU
+    gl,     // OpenGL ES 2 and up on a real GPU
 };
 
 // The renderer for this machine: GL where a GPU answers, raster where only software would. Decided

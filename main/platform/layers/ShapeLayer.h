@@ -6,7 +6,8 @@
 namespace corvella {
 
 // An ellipse or a rectangle: all that a mask ever grows from and to.
-struct ShapePath {
+struct ShapePath
+{
     enum class Kind { rectangle, ellipse };
 
     Kind kind = Kind::rectangle;
@@ -18,7 +19,8 @@ struct ShapePath {
 // Between two paths of one kind.
 [[nodiscard]] ShapePath interpolated(const ShapePath &from, const ShapePath &to, double progress);
 
-class ShapeLayer final : public Layer {
+class ShapeLayer final : public Layer
+{
 public:
     [[nodiscard]] ShapePath path() const { return m_path; }
     void setPath(const ShapePath &path);

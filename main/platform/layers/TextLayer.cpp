@@ -61,8 +61,8 @@ QImage TextLayer::drawContents(QSize pixels, double scale) const
     QFont font = m_font;
     font.setPixelSize(std::max(1, static_cast<int>(std::lround(m_size * scale))));
     font.setLetterSpacing(QFont::AbsoluteSpacing, m_text.kerning * scale);
-    const QString shown
-        = QFontMetricsF(font).elidedText(m_text.text, Qt::ElideRight, pixels.width());
+    const QString shown =
+        QFontMetricsF(font).elidedText(m_text.text, Qt::ElideRight, pixels.width());
 
     const auto drawn = [&](const QColor &colour) {
         QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
@@ -70,13 +70,14 @@ QImage TextLayer::drawContents(QSize pixels, double scale) const
         QPainter painter(&image);
         painter.setFont(font);
         painter.setPen(colour);
-        painter.drawText(QRectF(image.rect()), static_cast<int>(m_alignment | Qt::AlignVCenter), shown);
+        painter.drawText(QRectF(image.rect()), static_cast<int>(m_alignment | Qt::AlignVCenter),
+                         shown);
         return image;
     };
     QImage image = drawn(m_text.colour);
     if (m_shadow.colour.alpha() > 0) {
-        const QImage shadow
-            = blurred(drawn(m_shadow.colour), static_cast<int>(std::lround(m_shadow.blurRadius * scale)));
+        const QImage shadow = blurred(drawn(m_shadow.colour),
+                                      static_cast<int>(std::lround(m_shadow.blurRadius * scale)));
         QPainter painter(&image);
         painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
         painter.drawImage(QPointF(m_shadow.offset.x(), -m_shadow.offset.y()) * scale, shadow);

@@ -8,7 +8,8 @@
 namespace corvella {
 
 // A text with its letter spacing (points added after each letter) and colour.
-struct AttributedText {
+struct AttributedText
+{
     QString text;
     double kerning = 0;
     QColor colour = Qt::white;
@@ -16,15 +17,17 @@ struct AttributedText {
     bool operator==(const AttributedText &) const = default;
 };
 
-struct TextShadow {
+struct TextShadow
+{
     QColor colour = Qt::transparent;
     double blurRadius = 0; // points
-    QPointF offset; // points, upwards positive
+    QPointF offset;        // points, upwards positive
 
     bool operator==(const TextShadow &) const = default;
 };
 
-class TextLayer final : public Layer {
+class TextLayer final : public Layer
+{
 public:
     // The font's size in points of the tree.
     void setFont(const QFont &font, double size);

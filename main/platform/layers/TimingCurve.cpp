@@ -19,7 +19,10 @@ double TimingCurve::progress(double time) const
         return 0;
     if (time >= 1)
         return 1;
-    // x grows with t throughout, so halving finds the one t of this x; 30 steps are exact to a billionth.
+    if (isLinear())
+        return time;
+    // x grows with t throughout, so halving finds the one t of this x; 30 steps are exact to a
+    // billionth.
     double low = 0;
     double high = 1;
     for (int step = 0; step < 30; ++step) {

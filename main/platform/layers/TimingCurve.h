@@ -5,7 +5,8 @@
 
 namespace corvella {
 
-class TimingCurve {
+class TimingCurve
+{
 public:
     // The two inner control points; x within 0 to 1.
     constexpr TimingCurve(QPointF first, QPointF second)
@@ -22,6 +23,11 @@ public:
     [[nodiscard]] double progress(double time) const;
 
 private:
+    [[nodiscard]] bool isLinear() const
+    {
+        return m_first == QPointF(0, 0) && m_second == QPointF(1, 1);
+    }
+
     QPointF m_first;
     QPointF m_second;
 };

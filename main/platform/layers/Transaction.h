@@ -10,7 +10,8 @@ namespace corvella {
 
 class LayerTree;
 
-class Transaction {
+class Transaction
+{
 public:
     // Changes of opacity inside are animated over `duration` (0: at once) on the standard curve.
     Transaction(LayerTree &tree, MediaTime duration);

@@ -18,7 +18,7 @@ constexpr const char *kPlatformVariable = "QT_QPA_PLATFORM";
 
 bool socketAnswers(const QByteArray &path)
 {
-    sockaddr_un address {};
+    sockaddr_un address{};
     if (path.isEmpty() || static_cast<size_t>(path.size()) >= sizeof address.sun_path)
         return false;
     address.sun_family = AF_UNIX;
@@ -26,8 +26,8 @@ bool socketAnswers(const QByteArray &path)
     const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0)
         return false;
-    const bool answers
-        = ::connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    const bool answers =
+        ::connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
     ::close(descriptor);
     return answers;
 }
@@ -37,7 +37,8 @@ bool waylandAnswers()
     const QByteArray display = qgetenv("WAYLAND_DISPLAY");
     if (display.isEmpty())
         return false;
-    return socketAnswers(display.startsWith('/') ? display : qgetenv("XDG_RUNTIME_DIR") + '/' + display);
+    return socketAnswers(display.startsWith('/') ? display
+                                                 : qgetenv("XDG_RUNTIME_DIR") + '/' + display);
 }
 
 } // namespace
@@ -46,7 +47,8 @@ DisplayFacts DisplayFacts::gather()
 {
     DisplayFacts facts;
     facts.waylandSocketAnswers = waylandAnswers();
-    facts.xServerAnswers = !qEnvironmentVariableIsEmpty("DISPLAY") && x11::connectToServer() != nullptr;
+    facts.xServerAnswers =
+        !qEnvironmentVariableIsEmpty("DISPLAY") && x11::connectToServer() != nullptr;
     facts.hasKmsDevice = !QDir(QStringLiteral("/dev/dri"))
                               .entryList({QStringLiteral("card*")}, QDir::System)
                               .isEmpty();

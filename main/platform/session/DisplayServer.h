@@ -9,10 +9,11 @@
 namespace corvella {
 
 // What of this machine decides.
-struct DisplayFacts {
+struct DisplayFacts
+{
     bool waylandSocketAnswers = false;
     bool xServerAnswers = false;
-    bool hasKmsDevice = false; // /dev/dri/card*
+    bool hasKmsDevice = false;   // /dev/dri/card*
     bool hasFramebuffer = false; // /dev/fb0
 
     [[nodiscard]] static DisplayFacts gather();
@@ -21,8 +22,8 @@ struct DisplayFacts {
 // The plug-in to use, best first in Qt's own notation; none where nothing can be shown at all.
 [[nodiscard]] std::optional<QByteArray> platformPlugin(const DisplayFacts &facts);
 
-// Sets QT_QPA_PLATFORM unless the user did. False when there is no display of any kind, with the log
-// saying so. Call it before the application object is made.
+// Sets QT_QPA_PLATFORM unless the user did. False when there is no display of any kind, with the
+// log saying so. Call it before the application object is made.
 [[nodiscard]] bool chooseDisplayServer();
 
 } // namespace corvella

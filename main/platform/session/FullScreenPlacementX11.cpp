@@ -11,8 +11,8 @@ namespace {
 
 xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
 {
-    const auto cookie
-        = xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
+    const auto cookie =
+        xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
     const x11::ReplyOf<xcb_intern_atom_reply_t> reply(
         xcb_intern_atom_reply(connection, cookie, nullptr));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
@@ -21,7 +21,7 @@ xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
 void sendToRoot(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type,
                 std::array<uint32_t, 5> data)
 {
-    xcb_client_message_event_t event {};
+    xcb_client_message_event_t event{};
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = 32;
     event.window = window;

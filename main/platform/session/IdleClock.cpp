@@ -7,7 +7,8 @@ namespace corvella {
 
 namespace {
 
-class NeverIdle final : public IdleClock {
+class NeverIdle final : public IdleClock
+{
 public:
     double secondsIdle() override { return 0; }
 };

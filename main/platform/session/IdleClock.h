@@ -6,7 +6,8 @@
 
 namespace corvella {
 
-class IdleClock {
+class IdleClock
+{
 public:
     virtual ~IdleClock() = default;
 

@@ -7,7 +7,8 @@ namespace corvella {
 
 namespace {
 
-class IdleClockX11 final : public IdleClock {
+class IdleClockX11 final : public IdleClock
+{
 public:
     explicit IdleClockX11(x11::Connection connection)
         : m_connection(std::move(connection))
@@ -16,8 +17,8 @@ public:
 
     double secondsIdle() override
     {
-        const auto cookie
-            = xcb_screensaver_query_info(m_connection.get(), x11::rootWindow(m_connection.get()));
+        const auto cookie =
+            xcb_screensaver_query_info(m_connection.get(), x11::rootWindow(m_connection.get()));
         const x11::ReplyOf<xcb_screensaver_query_info_reply_t> info(
             xcb_screensaver_query_info_reply(m_connection.get(), cookie, nullptr));
         return info ? info->ms_since_user_input / 1000.0 : 0;
@@ -34,8 +35,8 @@ std::unique_ptr<IdleClock> createIdleClockX11()
     x11::Connection connection = x11::connectToServer();
     if (!connection)
         return nullptr;
-    const xcb_query_extension_reply_t *extension
-        = xcb_get_extension_data(connection.get(), &xcb_screensaver_id);
+    const xcb_query_extension_reply_t *extension =
+        xcb_get_extension_data(connection.get(), &xcb_screensaver_id);
     if (!extension || !extension->present)
         return nullptr;
     return std::make_unique<IdleClockX11>(std::move(connection));

@@ -17,7 +17,7 @@ namespace corvella {
 namespace {
 
 // Entries are a few hundred bytes, with translations a few thousand.
-constexpr qint64 kLargestEntryBytes = 256 * 1024;
+constexpr qint64 kLargestEntryBytes = 1 << 18;
 
 QString entryIn(const QString &configFolder)
 {

@@ -30,7 +30,7 @@ QList<Screen> Screens::list() const
     for (QScreen *screen : QGuiApplication::screens()) {
         // With no display attached Qt offers a placeholder without a size.
         if (!screen->geometry().isEmpty())
-            list << Screen {screen, screen->geometry(), screen->devicePixelRatio()};
+            list << Screen{screen, screen->geometry(), screen->devicePixelRatio()};
     }
     return list;
 }

@@ -8,13 +8,15 @@ class QScreen;
 
 namespace corvella {
 
-struct Screen {
+struct Screen
+{
     QScreen *screen = nullptr; // owned by Qt; valid until the displays change
-    QRect frame; // points, in the platform's global coordinates
-    double scale = 1; // pixels per point
+    QRect frame;               // points, in the platform's global coordinates
+    double scale = 1;          // pixels per point
 };
 
-class Screens : public QObject {
+class Screens : public QObject
+{
     Q_OBJECT
 
 public:

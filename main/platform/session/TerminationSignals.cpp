@@ -32,11 +32,10 @@ TerminationSignals::TerminationSignals(QObject *parent)
     m_notifier = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
         char number = 0;
-        while (::read(pipeEnds[0], &number, 1) == 1) {
-        }
+        while (::read(pipeEnds[0], &number, 1) == 1) {}
         Q_EMIT received();
     });
-    for (const int signal : std::array {SIGTERM, SIGINT, SIGHUP}) {
+    for (const int signal : std::array{SIGTERM, SIGINT, SIGHUP}) {
         struct sigaction action = {};
         action.sa_handler = forward;
         action.sa_flags = SA_RESTART;

@@ -1,4 +1,5 @@
-// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that the program ends in order.
+// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that the program ends in
+// order.
 #pragma once
 
 #include <QObject>
@@ -8,7 +9,8 @@
 
 namespace corvella {
 
-class TerminationSignals : public QObject {
+class TerminationSignals : public QObject
+{
     Q_OBJECT
 
 public:

@@ -6,7 +6,8 @@ namespace corvella::x11 {
 
 bool isX11Session()
 {
-    return QGuiApplication::platformName() == QLatin1String("xcb") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    return QGuiApplication::platformName() == QLatin1String("xcb")
+        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 Connection connectToServer()

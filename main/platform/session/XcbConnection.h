@@ -8,16 +8,17 @@
 
 namespace corvella::x11 {
 
-struct CloseConnection {
+struct CloseConnection
+{
     void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
 };
-struct FreeReply {
+struct FreeReply
+{
     void operator()(void *reply) const { std::free(reply); }
 };
 
 using Connection = std::unique_ptr<xcb_connection_t, CloseConnection>;
-template <typename Reply>
-using ReplyOf = std::unique_ptr<Reply, FreeReply>;
+template <typename Reply> using ReplyOf = std::unique_ptr<Reply, FreeReply>;
 
 // Whether this program talks to an X server that is no mere guest of a Wayland compositor.
 [[nodiscard]] bool isX11Session();

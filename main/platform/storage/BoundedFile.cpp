@@ -44,7 +44,7 @@ BoundedRead failure(int error)
 // too.
 int readUpTo(int descriptor, qint64 limitBytes, QByteArray &bytes)
 {
-    constexpr qsizetype kChunkBytes = 16 * 1024;
+    constexpr qsizetype kChunkBytes = 1 << 14;
     for (;;) {
         const qsizetype have = bytes.size();
         const qsizetype wanted = std::min(kChunkBytes, qsizetype(limitBytes) + 1 - have);

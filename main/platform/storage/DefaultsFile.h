@@ -15,7 +15,7 @@ namespace corvella {
 
 // A settings file is a few KiB. It is read on the main thread, so one that grew past this is
 // somebody's mistake and must not stall the walls.
-inline constexpr qint64 kLargestDefaultsBytes = 1024 * 1024;
+inline constexpr qint64 kLargestDefaultsBytes = 1 << 20;
 
 // The settings in a file's bytes; none when they are not one JSON object.
 [[nodiscard]] std::optional<QJsonObject> parseDefaults(const QByteArray &bytes);
@@ -55,8 +55,8 @@ private:
 
     Clock m_nowNs;
     std::mutex m_mutex;
-    QHash<QString, DefaultsContent>
-        m_settled; // guarded by m_mutex; only what its stamp proves unchanged
+    // Guarded by m_mutex: only what its stamp proves unchanged.
+    QHash<QString, DefaultsContent> m_settled;
 };
 
 } // namespace corvella

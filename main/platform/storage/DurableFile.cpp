@@ -51,7 +51,7 @@ FileResult writeAll(int descriptor, const char *bytes, size_t count)
 
 FileResult copyAll(int from, int to)
 {
-    std::array<char, 64 * 1024> buffer;
+    std::array<char, 1 << 16> buffer;
     for (;;) {
         const ssize_t got = ::read(from, buffer.data(), buffer.size());
         if (got == 0)

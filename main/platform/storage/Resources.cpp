@@ -16,7 +16,7 @@ QString readExecutablePath()
 {
     std::array<char, PATH_MAX> buffer;
     const ssize_t length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
-    const QString path = QFile::decodeName(QByteArray(buffer.data(), std::max<ssize_t>(length, 0)));
+    QString path = QFile::decodeName(QByteArray(buffer.data(), std::max<ssize_t>(length, 0)));
     // What the kernel adds when the file has been replaced under a running program.
     const QString removed = QStringLiteral(" (deleted)");
     if (path.endsWith(removed) && !QFileInfo::exists(path))
@@ -35,8 +35,7 @@ QString executablePath()
 std::optional<QString> resourcePath(const QString &name)
 {
     const QDir folder = QFileInfo(executablePath()).dir();
-    const QString path =
-        QDir::cleanPath(folder.filePath(QStringLiteral("../share/corvella/") + name));
+    QString path = QDir::cleanPath(folder.filePath(QStringLiteral("../share/corvella/") + name));
     if (!QFileInfo::exists(path))
         return std::nullopt;
     return path;

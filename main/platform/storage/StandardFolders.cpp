@@ -3,12 +3,25 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <array>
 #include <cerrno>
+#include <pwd.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace corvella::StandardFolders {
 
 namespace {
+
+// A service started at boot may have no $HOME.
+QString accountHome()
+{
+    passwd entry = {};
+    passwd *found = nullptr;
+    std::array<char, 1 << 14> texts; // far more than the few lines of an account's names and paths
+    ::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found);
+    return found ? QFile::decodeName(found->pw_dir) : QDir::rootPath();
+}
 
 QString folderOr(const char *variable, const QString &relativeToHome)
 {
@@ -20,7 +33,8 @@ QString folderOr(const char *variable, const QString &relativeToHome)
 
 QString home()
 {
-    return QDir::homePath();
+    const QString value = qEnvironmentVariable("HOME");
+    return QDir::isAbsolutePath(value) ? QDir::cleanPath(value) : accountHome();
 }
 
 QString config()

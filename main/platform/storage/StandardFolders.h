@@ -1,6 +1,6 @@
-// Where a user's files belong, by the XDG base directory specification
+// Where a user's files belong, as all desktops agree
 // (https://specifications.freedesktop.org/basedir-spec/latest/). Read from the environment on every
-// call, without touching the disk; the folders need not exist. Any thread. All paths are absolute
+// call, without looking at the folders, which need not exist. Any thread. All paths are absolute
 // and end without a slash.
 #pragma once
 
@@ -14,8 +14,8 @@ namespace corvella::StandardFolders {
 // $HOME, or the password database's answer where it is unset or not absolute.
 [[nodiscard]] QString home();
 
-// $XDG_CONFIG_HOME, or ~/.config. A relative value counts as unset here and below, as the
-// specification demands.
+// $XDG_CONFIG_HOME, or ~/.config. A relative value counts as unset, as agreed, here and
+// below.
 [[nodiscard]] QString config();
 
 // $XDG_CACHE_HOME, or ~/.cache.
@@ -28,8 +28,8 @@ namespace corvella::StandardFolders {
 // alone.
 [[nodiscard]] QStringList machineConfig();
 
-// Makes a folder and those above it that are missing, for the user alone (0700, as the
-// specification demands). A folder that is there already is ok and stays as it is.
+// Makes a folder and those above it that are missing, for the user alone (0700, as
+// agreed). A folder that is there already is ok and stays as it is.
 FileResult make(const QString &folder);
 
 } // namespace corvella::StandardFolders

@@ -97,11 +97,11 @@ bool UserDefaults::isReadable() const
 
 QJsonValue UserDefaults::value(const QString &key) const
 {
-    const QJsonValue users = userSettings().value(key);
+    QJsonValue users = userSettings().value(key);
     if (!users.isUndefined() && !users.isNull())
         return users;
     for (const QString &folder : StandardFolders::machineConfig()) {
-        const QJsonValue machines = machineSettings(folder).value(key);
+        QJsonValue machines = machineSettings(folder).value(key);
         if (!machines.isUndefined() && !machines.isNull())
             return machines;
     }
@@ -145,23 +145,22 @@ std::optional<bool> UserDefaults::boolean(const QString &key) const
 std::optional<double> UserDefaults::number(const QString &key) const
 {
     const QJsonValue stored = value(key);
-    if (!stored.isDouble() || !std::isfinite(stored.toDouble()))
-        return std::nullopt;
-    return stored.toDouble();
+    return stored.isDouble() ? std::optional(stored.toDouble()) : std::nullopt;
 }
 
 std::optional<qint64> UserDefaults::integer(const QString &key) const
 {
-    const std::optional<double> stored = number(key);
-    if (!stored)
+    const QJsonValue stored = value(key);
+    if (!stored.isDouble())
         return std::nullopt;
     constexpr double kBeyond = 9223372036854775808.0; // two to the power of 63
-    if (*stored >= kBeyond)
+    const double number = stored.toDouble();
+    if (number >= kBeyond)
         return std::numeric_limits<qint64>::max();
-    if (*stored < -kBeyond)
+    if (number < -kBeyond)
         return std::numeric_limits<qint64>::min();
-    // The value itself, where it is whole, keeps the digits that a double has no room for.
-    return value(key).toInteger(qint64(*stored));
+    // A whole number keeps the digits that a double has no room for.
+    return stored.toInteger(qint64(number));
 }
 
 std::optional<QDateTime> UserDefaults::date(const QString &key) const
@@ -179,7 +178,7 @@ std::optional<QStringList> UserDefaults::stringList(const QString &key) const
     if (!stored.isArray() || !allText)
         return std::nullopt;
     QStringList list;
-    for (const QJsonValue &item : array)
+    for (const auto &item : array)
         list << item.toString();
     return list;
 }
@@ -219,8 +218,8 @@ bool UserDefaults::remove(const QString &key)
     return change(key, QJsonValue(QJsonValue::Undefined));
 }
 
-// Sets one key, or removes it when the value is undefined, leaving whatever else the file holds by
-// then.
+// Sets one key, or removes it when the value is undefined; all else stays as the file has it by
+// now.
 bool UserDefaults::change(const QString &key, const QJsonValue &value)
 {
     const QString path = filePath();
@@ -302,7 +301,7 @@ bool UserDefaults::isKnown(const QString &path, const DefaultsContent &content) 
     return m_complaints.value(path) == Complaint{content.state, content.stamp};
 }
 
-// Settings are read many times a second; what is wrong with them is worth one line until it
+// Settings are read many times a second; what is wrong with a file is worth one line until it
 // changes.
 void UserDefaults::complainOnce(const QString &path, const DefaultsContent &content) const
 {

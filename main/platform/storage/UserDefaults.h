@@ -23,8 +23,8 @@ namespace corvella {
 class UserDefaults
 {
 public:
-    // Lets some time pass; called, at most a second in all, before a file is judged damaged: an
-    // editor may be in the middle of writing it.
+    // Lets some time pass before a file is judged damaged: an editor may be in the middle of
+    // writing it. Called once, or up to twenty times while the file keeps changing; 50 ms each.
     using Pause = std::function<void()>;
 
     explicit UserDefaults(QString domain, Pause pause = briefPause);
@@ -90,8 +90,8 @@ private:
     Pause m_pause;
     mutable DefaultsReader m_reader;
     mutable std::mutex m_mutex;
-    mutable QHash<QString, Complaint>
-        m_complaints; // guarded by m_mutex; what was logged and has not changed since
+    // Guarded by m_mutex: what was logged and has not changed since.
+    mutable QHash<QString, Complaint> m_complaints;
 };
 
 } // namespace corvella

@@ -8,13 +8,15 @@ namespace corvella {
 
 using MediaTime = std::chrono::nanoseconds;
 
-class MediaClock {
+class MediaClock
+{
 public:
     virtual ~MediaClock() = default;
     [[nodiscard]] virtual MediaTime now() const = 0;
 };
 
-class SteadyMediaClock final : public MediaClock {
+class SteadyMediaClock final : public MediaClock
+{
 public:
     [[nodiscard]] MediaTime now() const override
     {

@@ -23,7 +23,7 @@ WorkItem WorkQueue::after(MediaTime delay, std::function<void()> work)
     const MediaTime due = now() + delay;
     const auto later = [](MediaTime moment, const Entry &entry) { return moment < entry.due; };
     m_entries.insert(std::upper_bound(m_entries.begin(), m_entries.end(), due, later),
-                     Entry {due, pending, std::move(work)});
+                     Entry{due, pending, std::move(work)});
     wakeForNext();
     return WorkItem(std::move(pending));
 }

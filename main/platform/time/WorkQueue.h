@@ -13,8 +13,10 @@
 
 namespace corvella {
 
-// One piece of delayed work. Letting it go (or overwriting it) cancels it; after it has run it is inert.
-class WorkItem {
+// One piece of delayed work. Letting it go (or overwriting it) cancels it; after it has run it is
+// inert.
+class WorkItem
+{
 public:
     WorkItem() = default;
     [[nodiscard]] bool isPending() const { return m_state && *m_state; }
@@ -29,7 +31,8 @@ private:
     std::shared_ptr<bool> m_state;
 };
 
-class WorkQueue : public QObject {
+class WorkQueue : public QObject
+{
     Q_OBJECT
 
 public:
@@ -38,15 +41,16 @@ public:
 
     [[nodiscard]] MediaTime now() const { return m_clock.now(); }
 
-    // Runs `work` once, `delay` from now, never before this call returns. Work of one moment runs in
-    // the order in which it was asked for. Dropped when the item or the queue goes first.
+    // Runs `work` once, `delay` from now, never before this call returns. Work of one moment runs
+    // in the order in which it was asked for. Dropped when the item or the queue goes first.
     [[nodiscard]] WorkItem after(MediaTime delay, std::function<void()> work);
 
     // Runs what is due. Called by the timer, and by tests.
     void advance();
 
 private:
-    struct Entry {
+    struct Entry
+    {
         MediaTime due;
         std::weak_ptr<bool> pending; // expired: cancelled
         std::function<void()> work;

@@ -15,7 +15,7 @@ using std::chrono::nanoseconds;
 // A clip with this many unreadable packets one after the other is broken beyond showing.
 constexpr int kMaxBadPacketsInARow = 30;
 // Where neither frame nor stream tells how long a frame lasts.
-constexpr nanoseconds kFallbackDuration {1'000'000'000 / 30};
+constexpr nanoseconds kFallbackDuration{1'000'000'000 / 30};
 // Beyond this a single core may not keep up; below it more threads only cost memory and delay.
 constexpr qint64 kSingleThreadPixels = 2048 * 2048;
 constexpr int kLargeClipThreads = 4;
@@ -34,7 +34,7 @@ int isCancelled(void *flag)
 
 nanoseconds toTime(int64_t timestamp, AVRational unit)
 {
-    return nanoseconds(av_rescale_q(timestamp, unit, AVRational {1, 1'000'000'000}));
+    return nanoseconds(av_rescale_q(timestamp, unit, AVRational{1, 1'000'000'000}));
 }
 
 int streamQuarterTurns(const AVStream &stream)
@@ -62,48 +62,49 @@ std::variant<ClipDecoder, ClipError> ClipDecoder::open(const QString &path,
 {
     av_log_set_level(AV_LOG_QUIET); // what matters is logged once, in our own words
     if (QFileInfo(path).size() == 0 && QFileInfo::exists(path))
-        return ClipError {QStringLiteral("the file is empty")};
+        return ClipError{QStringLiteral("the file is empty")};
 
     AVFormatContext *context = avformat_alloc_context();
     if (!context)
-        return ClipError {QStringLiteral("out of memory")};
+        return ClipError{QStringLiteral("out of memory")};
     context->interrupt_callback = {isCancelled, const_cast<std::atomic_bool *>(&cancelled)};
     // "file:" keeps a name with a colon from being taken for another protocol.
     const QByteArray url = "file:" + QFile::encodeName(path);
     if (const int code = avformat_open_input(&context, url.constData(), nullptr, nullptr); code < 0)
-        return ClipError {errorText(code)}; // avformat_open_input has freed the context
+        return ClipError{errorText(code)}; // avformat_open_input has freed the context
 
     ClipDecoder clip;
     clip.m_format.reset(context);
     if (const int code = avformat_find_stream_info(context, nullptr); code < 0)
-        return ClipError {errorText(code)};
+        return ClipError{errorText(code)};
     const AVCodec *codec = nullptr;
     const int index = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
     if (index < 0 || !codec)
-        return ClipError {QStringLiteral("no video stream in it")};
+        return ClipError{QStringLiteral("no video stream in it")};
     clip.m_stream = context->streams[index];
     for (unsigned i = 0; i < context->nb_streams; ++i)
-        context->streams[i]->discard = static_cast<int>(i) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        context->streams[i]->discard =
+            static_cast<int>(i) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
 
     const AVCodecParameters &parameters = *clip.m_stream->codecpar;
-    const qint64 pixels = qint64 {parameters.width} * parameters.height;
+    const qint64 pixels = qint64{parameters.width} * parameters.height;
     if (pixels <= 0)
-        return ClipError {QStringLiteral("its picture has no size")};
+        return ClipError{QStringLiteral("its picture has no size")};
     if (pixels > kMaxPixels)
-        return ClipError {QStringLiteral("a picture of %1 x %2 is too large")
-                              .arg(parameters.width)
-                              .arg(parameters.height)};
+        return ClipError{QStringLiteral("a picture of %1 x %2 is too large")
+                             .arg(parameters.width)
+                             .arg(parameters.height)};
 
     clip.m_codec.reset(avcodec_alloc_context3(codec));
     clip.m_packet.reset(av_packet_alloc());
     if (!clip.m_codec || !clip.m_packet)
-        return ClipError {QStringLiteral("out of memory")};
+        return ClipError{QStringLiteral("out of memory")};
     avcodec_parameters_to_context(clip.m_codec.get(), &parameters);
     clip.m_codec->pkt_timebase = clip.m_stream->time_base;
     clip.m_codec->max_pixels = kMaxPixels; // a stream may change its size on the way
     clip.m_codec->thread_count = threadCount(pixels);
     if (const int code = avcodec_open2(clip.m_codec.get(), codec, nullptr); code < 0)
-        return ClipError {errorText(code)};
+        return ClipError{errorText(code)};
     clip.m_quarterTurns = streamQuarterTurns(*clip.m_stream);
     return clip;
 }
@@ -113,16 +114,16 @@ std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::next()
     while (true) {
         ffmpeg::Frame frame(av_frame_alloc());
         if (!frame)
-            return ClipError {QStringLiteral("out of memory")};
+            return ClipError{QStringLiteral("out of memory")};
         const int code = avcodec_receive_frame(m_codec.get(), frame.get());
         if (code == 0)
             return timed(std::move(frame));
         if (code == AVERROR_EOF)
             return endOfLap();
         if (code != AVERROR(EAGAIN) && ++m_badPacketsInARow > kMaxBadPacketsInARow)
-            return ClipError {errorText(code)};
+            return ClipError{errorText(code)};
         if (!feed() && m_badPacketsInARow > kMaxBadPacketsInARow)
-            return ClipError {QStringLiteral("its pictures cannot be decoded")};
+            return ClipError{QStringLiteral("its pictures cannot be decoded")};
     }
 }
 
@@ -150,12 +151,12 @@ bool ClipDecoder::feed()
 std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::endOfLap()
 {
     if (m_framesInLap == 0)
-        return ClipError {QStringLiteral("no picture in it can be decoded")};
+        return ClipError{QStringLiteral("no picture in it can be decoded")};
     if (m_packetsInLap >= m_stream->nb_frames)
-        return EndOfLap {};
-    return EndOfLap {QStringLiteral("breaks off after %1 of %2 pictures")
-                         .arg(m_packetsInLap)
-                         .arg(m_stream->nb_frames)};
+        return EndOfLap{};
+    return EndOfLap{QStringLiteral("breaks off after %1 of %2 pictures")
+                        .arg(m_packetsInLap)
+                        .arg(m_stream->nb_frames)};
 }
 
 DecodedFrame ClipDecoder::timed(ffmpeg::Frame frame)
@@ -201,13 +202,14 @@ bool ClipDecoder::rewind()
 
 nanoseconds ClipDecoder::announcedLength() const
 {
-    return m_stream->duration > 0 ? toTime(m_stream->duration, m_stream->time_base) : nanoseconds(0);
+    return m_stream->duration > 0 ? toTime(m_stream->duration, m_stream->time_base)
+                                  : nanoseconds(0);
 }
 
 double ClipDecoder::pixelAspect(const AVFrame &frame) const
 {
-    const AVRational aspect
-        = av_guess_sample_aspect_ratio(m_format.get(), m_stream, const_cast<AVFrame *>(&frame));
+    const AVRational aspect =
+        av_guess_sample_aspect_ratio(m_format.get(), m_stream, const_cast<AVFrame *>(&frame));
     return aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1.0;
 }
 

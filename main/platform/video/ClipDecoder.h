@@ -14,30 +14,35 @@
 namespace corvella {
 
 // A frame with its place in the lap. Times are counted from the lap's first frame.
-struct DecodedFrame {
+struct DecodedFrame
+{
     ffmpeg::Frame frame;
-    std::chrono::nanoseconds start {0};
-    std::chrono::nanoseconds duration {0};
+    std::chrono::nanoseconds start{0};
+    std::chrono::nanoseconds duration{0};
 };
 
-// The lap is over. A file that breaks off early ends its lap there; brokenOff then says what is missing.
-struct EndOfLap {
+// The lap is over. A file that breaks off early ends its lap there; brokenOff then says what is
+// missing.
+struct EndOfLap
+{
     QString brokenOff;
 };
 
 // Nothing can be played; the text says why, for the log.
-struct ClipError {
+struct ClipError
+{
     QString text;
 };
 
-class ClipDecoder {
+class ClipDecoder
+{
 public:
     // Pictures larger than 8K (7680 x 4320) are refused: a few frames of more would take gigabytes.
-    static constexpr qint64 kMaxPixels = qint64 {1} << 25;
+    static constexpr qint64 kMaxPixels = qint64{1} << 25;
 
     // Opens a clip. `cancelled` is watched during slow reads and must outlive the decoder.
-    [[nodiscard]] static std::variant<ClipDecoder, ClipError> open(const QString &path,
-                                                                   const std::atomic_bool &cancelled);
+    [[nodiscard]] static std::variant<ClipDecoder, ClipError>
+    open(const QString &path, const std::atomic_bool &cancelled);
 
     // The next frame of the lap, or its end, or why there is none.
     // A lap without a single frame is an error, so that a caller never loops over nothing.
@@ -51,7 +56,8 @@ public:
     [[nodiscard]] double pixelAspect(const AVFrame &frame) const;
     [[nodiscard]] int quarterTurns() const { return m_quarterTurns; }
 
-    // The clip's length as the file announces it; 0 where it does not. A torn file still announces all.
+    // The clip's length as the file announces it; 0 where it does not. A torn file still announces
+    // all.
     [[nodiscard]] std::chrono::nanoseconds announcedLength() const;
 
 private:
@@ -69,8 +75,8 @@ private:
     int m_quarterTurns = 0;
 
     std::optional<int64_t> m_firstTimestamp; // of the lap, in stream units
-    std::chrono::nanoseconds m_lastStart {0};
-    std::chrono::nanoseconds m_lastDuration {0};
+    std::chrono::nanoseconds m_lastStart{0};
+    std::chrono::nanoseconds m_lastDuration{0};
     int64_t m_packetsInLap = 0;
     int m_framesInLap = 0;
     int m_badPacketsInARow = 0;

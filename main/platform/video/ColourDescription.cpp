@@ -13,6 +13,13 @@ bool isFullRangeFormat(int format)
         || format == AV_PIX_FMT_YUVJ411P;
 }
 
+ColourMatrix untaggedMatrix(const AVFrame &frame)
+{
+    const bool isVideoLike = colourRange(frame) == ColourRange::limited;
+    return isVideoLike && frame.height >= kHighDefinitionLines ? ColourMatrix::bt709
+                                                               : ColourMatrix::bt601;
+}
+
 } // namespace
 
 ColourMatrix colourMatrix(const AVFrame &frame)
@@ -28,7 +35,7 @@ ColourMatrix colourMatrix(const AVFrame &frame)
     case AVCOL_SPC_BT2020_CL:
         return ColourMatrix::bt2020;
     default:
-        return frame.height >= kHighDefinitionLines ? ColourMatrix::bt709 : ColourMatrix::bt601;
+        return untaggedMatrix(frame);
     }
 }
 

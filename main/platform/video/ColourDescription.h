@@ -6,8 +6,9 @@
 
 namespace corvella::ffmpeg {
 
-// The frame's own matrix; where it says none, BT.709 from 720 lines up and BT.601 below,
-// as encoders and players have it by convention.
+// The frame's own matrix. Where it says none: full range is coded as in JPEG, which is BT.601 (so
+// are the observatory's own browse movies, by their colour tables); limited range is BT.709 from
+// 720 lines up and BT.601 below, as encoders and players have it by convention.
 [[nodiscard]] ColourMatrix colourMatrix(const AVFrame &frame);
 
 // The frame's own range; a "J" pixel format is full range by definition, untagged is limited.

@@ -14,19 +14,24 @@ extern "C" {
 
 namespace corvella::ffmpeg {
 
-struct FreeFormat {
+struct FreeFormat
+{
     void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
 };
-struct FreeCodec {
+struct FreeCodec
+{
     void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
 };
-struct FreeFrame {
+struct FreeFrame
+{
     void operator()(AVFrame *frame) const { av_frame_free(&frame); }
 };
-struct FreePacket {
+struct FreePacket
+{
     void operator()(AVPacket *packet) const { av_packet_free(&packet); }
 };
-struct FreeScaler {
+struct FreeScaler
+{
     void operator()(SwsContext *context) const { sws_freeContext(context); }
 };
 

@@ -30,7 +30,7 @@ std::optional<FrameQueue::Upcoming> FrameQueue::front()
     m_starved = m_ready.empty();
     if (m_starved)
         return std::nullopt;
-    return Upcoming {m_ready.front().start, m_ready.front().isLastOfLap};
+    return Upcoming{m_ready.front().start, m_ready.front().isLastOfLap};
 }
 
 std::optional<VideoFrame> FrameQueue::take()
@@ -51,6 +51,20 @@ void FrameQueue::restart()
     m_ready.clear();
     m_restart = true;
     m_starved = true;
+    m_changed.notify_all();
+}
+
+void FrameQueue::startPlaying()
+{
+    const std::lock_guard lock(m_mutex);
+    m_capacity = kCapacity;
+    m_changed.notify_all();
+}
+
+void FrameQueue::setGoesOnAfterLap(bool goesOn)
+{
+    const std::lock_guard lock(m_mutex);
+    m_goesOnAfterLap = goesOn;
     m_changed.notify_all();
 }
 
@@ -88,9 +102,10 @@ void FrameQueue::decode(ClipDecoder &decoder)
 
     const auto publish = [&](bool isLastOfLap) {
         const AVFrame &frame = *held->frame;
-        VideoFrame ready {converter.convert(frame, {decoder.pixelAspect(frame), decoder.quarterTurns()},
-                                            request()),
-                          held->start, held->duration, isLastOfLap};
+        VideoFrame ready{converter.convert(frame,
+                                           {decoder.pixelAspect(frame), decoder.quarterTurns()},
+                                           request()),
+                         held->start, held->duration, isLastOfLap};
         held.reset();
         push(std::move(ready));
     };
@@ -125,7 +140,11 @@ void FrameQueue::decode(ClipDecoder &decoder)
 bool FrameQueue::waitForRoom()
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_stopping || m_restart || m_ready.size() < kCapacity; });
+    m_changed.wait(lock, [this] {
+        const bool mayDecode = m_goesOnAfterLap || !m_betweenLaps;
+        return m_stopping || m_restart || (mayDecode && m_ready.size() < m_capacity);
+    });
+    m_betweenLaps = false;
     return !m_stopping;
 }
 
@@ -142,6 +161,7 @@ void FrameQueue::push(VideoFrame frame)
         const std::lock_guard lock(m_mutex);
         if (m_restart)
             return;
+        m_betweenLaps = frame.isLastOfLap;
         m_ready.push_back(std::move(frame));
         wasStarved = std::exchange(m_starved, false);
     }

@@ -21,21 +21,26 @@ namespace corvella {
 class ClipDecoder;
 
 // A picture with its place in its lap; times are clip time from the lap's first picture.
-struct VideoFrame {
+struct VideoFrame
+{
     Picture picture;
-    MediaTime start {0};
-    MediaTime duration {0};
+    MediaTime start{0};
+    MediaTime duration{0};
     bool isLastOfLap = false;
 };
 
-class FrameQueue {
+class FrameQueue
+{
 public:
-    // Frames ready ahead of the one that shows. Enough to hide the seek at the loop point; each costs
-    // a picture of memory.
-    static constexpr size_t kCapacity = 3;
+    // Frames ready ahead of the one that shows. Enough to hide the seek at the loop point; each
+    // costs a picture of memory. Until the clip plays, its first frame is all that is made ready.
+    static constexpr size_t kCapacity = 2;
+    static constexpr size_t kCapacityBeforePlaying = 1;
 
-    struct Events {
-        // The first frame arrived, or one after take() or front() found none. On the decoding thread.
+    struct Events
+    {
+        // The first frame arrived, or one after take() or front() found none. On the decoding
+        // thread.
         std::function<void()> frameArrived;
         // The clip cannot be played (any more), or breaks off early (once). On the decoding thread.
         std::function<void(const QString &reason)> failed;
@@ -48,25 +53,31 @@ public:
     FrameQueue &operator=(const FrameQueue &) = delete;
 
     // The start time of the next frame, if one is ready; otherwise frameArrived follows.
-    struct Upcoming {
+    struct Upcoming
+    {
         MediaTime start;
         bool isLastOfLap;
     };
     [[nodiscard]] std::optional<Upcoming> front();
     [[nodiscard]] std::optional<VideoFrame> take();
 
+    // From now on kCapacity frames are kept ready.
+    void startPlaying();
     // Throws away what is decoded and begins again with the clip's first frame.
     void restart();
+    // Whether decoding goes on into the next lap by itself (it does, at first).
+    void setGoesOnAfterLap(bool goesOn);
     // What further pictures are to look like.
     void setRequest(const PictureRequest &request);
-    // The clip's length as its file announces it; 0 while it is not open or where the file does not say.
+    // The clip's length as its file announces it; 0 while it is not open or where the file does not
+    // say.
     [[nodiscard]] MediaTime announcedLength() const { return m_announcedLength.load(); }
 
 private:
     void run(const QString &path);
     // Decodes until told to stop or the clip fails.
     void decode(ClipDecoder &decoder);
-    // Waits for room; false when it is time to end or to begin again.
+    // Waits until there is something to decode and room for it; false when it is time to end.
     bool waitForRoom();
     // Makes the frame visible to take(), unless restart() has thrown its lap away meanwhile.
     void push(VideoFrame frame);
@@ -75,14 +86,17 @@ private:
 
     const Events m_events;
     std::atomic_bool m_stopping = false;
-    std::atomic<MediaTime> m_announcedLength {MediaTime(0)};
+    std::atomic<MediaTime> m_announcedLength{MediaTime(0)};
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<VideoFrame> m_ready; // guarded by m_mutex
-    PictureRequest m_request; // guarded by m_mutex
-    bool m_restart = false; // guarded by m_mutex
-    bool m_starved = true; // guarded by m_mutex: somebody waits for frameArrived
+    std::deque<VideoFrame> m_ready;             // guarded by m_mutex
+    PictureRequest m_request;                   // guarded by m_mutex
+    size_t m_capacity = kCapacityBeforePlaying; // guarded by m_mutex
+    bool m_restart = false;                     // guarded by m_mutex
+    bool m_goesOnAfterLap = true;               // guarded by m_mutex
+    bool m_betweenLaps = false; // guarded by m_mutex: the next frame is the first of a lap
+    bool m_starved = true;      // guarded by m_mutex: somebody waits for frameArrived
 
     std::thread m_thread; // last: everything it uses is made before it and outlives it
 };

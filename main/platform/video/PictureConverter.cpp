@@ -13,7 +13,8 @@ namespace {
 
 constexpr int kAlignment = 32; // bytes; what the scaler's vector code likes best
 
-// The old "J" formats are the plain ones with the range in their name; the range travels apart here.
+// The old "J" formats are the plain ones with the range in their name; the range travels apart
+// here.
 AVPixelFormat plainFormat(int format)
 {
     switch (format) {
@@ -41,8 +42,8 @@ int scalerMatrix(ColourMatrix matrix)
     return SWS_CS_ITU709;
 }
 
-// Enlarging by little, as a wall does, the fast filter looks like the slow one; reducing, a filter that
-// averages keeps fine loops from flickering.
+// Enlarging by little, as a wall does, the fast filter looks like the slow one; reducing, a filter
+// that averages keeps fine loops from flickering.
 int scalerFlags(const AVFrame &frame, QSize size)
 {
     const bool reduces = size.width() < frame.width || size.height() < frame.height;
@@ -59,8 +60,10 @@ Picture turned(const Picture &picture, int quarterTurns)
 {
     if (quarterTurns == 0 || picture.isNull())
         return picture;
-    const auto image = std::make_shared<const QImage>(
-        picture.image().transformed(QTransform().rotate(90.0 * quarterTurns)).convertToFormat(QImage::Format_RGB32));
+    const auto image =
+        std::make_shared<const QImage>(picture.image()
+                                           .transformed(QTransform().rotate(90.0 * quarterTurns))
+                                           .convertToFormat(QImage::Format_RGB32));
     Picture result = picture;
     result.planes[0] = {image->constBits(), static_cast<int>(image->bytesPerLine()), image->size()};
     result.storage = image;
@@ -129,16 +132,17 @@ Picture PictureConverter::scaled(const AVFrame &frame, AVPixelFormat format, QSi
 
 bool PictureConverter::prepareScaler(const AVFrame &frame, AVPixelFormat format, QSize size)
 {
-    m_scaler.reset(sws_getCachedContext(m_scaler.release(), frame.width, frame.height,
-                                        plainFormat(frame.format), size.width(), size.height(), format,
-                                        scalerFlags(frame, size), nullptr, nullptr, nullptr));
+    m_scaler.reset(sws_getCachedContext(
+        m_scaler.release(), frame.width, frame.height, plainFormat(frame.format), size.width(),
+        size.height(), format, scalerFlags(frame, size), nullptr, nullptr, nullptr));
     if (!m_scaler)
         return false;
     // Planes keep the stream's own coding; only RGB decodes it.
     const int *matrix = sws_getCoefficients(scalerMatrix(ffmpeg::colourMatrix(frame)));
     const int range = ffmpeg::colourRange(frame) == ColourRange::full ? 1 : 0;
     constexpr int kUnchanged = 1 << 16;
-    sws_setColorspaceDetails(m_scaler.get(), matrix, range, matrix, range, 0, kUnchanged, kUnchanged);
+    sws_setColorspaceDetails(m_scaler.get(), matrix, range, matrix, range, 0, kUnchanged,
+                             kUnchanged);
     return true;
 }
 

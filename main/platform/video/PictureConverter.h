@@ -1,5 +1,6 @@
-// Turns decoded frames into the pictures a renderer asked for. Included by this folder's sources only;
-// one converter per decoding thread, since it keeps scaling tables and a pool of pixel buffers.
+// Turns decoded frames into the pictures a renderer asked for. Included by this folder's sources
+// only; one converter per decoding thread, since it keeps scaling tables and a pool of pixel
+// buffers.
 #pragma once
 
 #include "platform/video/FFmpegHandles.h"
@@ -9,10 +10,12 @@
 
 namespace corvella {
 
-class PictureConverter {
+class PictureConverter
+{
 public:
     // How the frame is to be shown, as its stream tells it.
-    struct Presentation {
+    struct Presentation
+    {
         double pixelAspect = 1.0;
         int quarterTurns = 0; // clockwise
     };
@@ -22,14 +25,16 @@ public:
                                   const PictureRequest &request);
 
 private:
-    struct FreePool {
+    struct FreePool
+    {
         void operator()(AVBufferPool *pool) const { av_buffer_pool_uninit(&pool); }
     };
 
     [[nodiscard]] Picture planes(const AVFrame &frame);
     [[nodiscard]] Picture scaled(const AVFrame &frame, AVPixelFormat format, QSize size);
     [[nodiscard]] bool prepareScaler(const AVFrame &frame, AVPixelFormat format, QSize size);
-    // Pixels for one picture; buffers come back to the pool when the last picture over them is gone.
+    // Pixels for one picture; buffers come back to the pool when the last picture over them is
+    // gone.
     [[nodiscard]] std::shared_ptr<const void> allocate(int bytes, uint8_t **data);
 
     ffmpeg::Scaler m_scaler;

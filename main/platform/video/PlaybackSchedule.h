@@ -7,7 +7,8 @@
 
 namespace corvella {
 
-class PlaybackSchedule {
+class PlaybackSchedule
+{
 public:
     // Beyond this the machine was asleep or stopped rather than slow: go on from here instead of
     // skipping what was missed.
@@ -29,7 +30,8 @@ public:
     // Begins the next lap without a gap, `lapLength` of clip time after this one began.
     void nextLap(MediaTime lapLength) { m_lapStart = due(lapLength); }
 
-    // Moves the anchor so that `clipTime` is due now, if it is overdue by more than kLongestCatchUp.
+    // Moves the anchor so that `clipTime` is due now, if it is overdue by more than
+    // kLongestCatchUp.
     void reanchorIfOverdue(MediaTime clipTime, MediaTime now);
 
     // While paused, time stands still.

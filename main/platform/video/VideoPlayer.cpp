@@ -14,8 +14,8 @@ quint64 lastPictureSerial = 0; // main thread only
 
 } // namespace
 
-VideoPlayer::VideoPlayer(const QString &path, const PictureRequest &request, const MediaClock &clock,
-                         QObject *parent)
+VideoPlayer::VideoPlayer(const QString &path, const PictureRequest &request,
+                         const MediaClock &clock, QObject *parent)
     : QObject(parent)
     , m_path(path)
     , m_clock(clock)
@@ -27,13 +27,16 @@ VideoPlayer::VideoPlayer(const QString &path, const PictureRequest &request, con
     // Events come from the decoding thread and are queued to this object; what is queued for an
     // object that has gone is dropped by Qt.
     FrameQueue::Events events;
-    events.frameArrived
-        = [this] { QMetaObject::invokeMethod(this, &VideoPlayer::frameArrived, Qt::QueuedConnection); };
+    events.frameArrived = [this] {
+        QMetaObject::invokeMethod(this, &VideoPlayer::frameArrived, Qt::QueuedConnection);
+    };
     events.failed = [this](const QString &reason) {
-        QMetaObject::invokeMethod(this, [this, reason] { Q_EMIT failed(reason); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, reason] { Q_EMIT failed(reason); }, Qt::QueuedConnection);
     };
     events.brokenOff = [this](const QString &reason) {
-        QMetaObject::invokeMethod(this, [this, reason] { Q_EMIT brokenOff(reason); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, reason] { Q_EMIT brokenOff(reason); }, Qt::QueuedConnection);
     };
     m_queue = std::make_unique<FrameQueue>(path, request, std::move(events));
 }
@@ -44,6 +47,7 @@ void VideoPlayer::play(double rate)
 {
     if (!m_queue)
         return;
+    m_queue->startPlaying();
     if (!m_schedule.isAnchored())
         m_schedule = PlaybackSchedule(rate);
     else if (!m_playing)
@@ -69,6 +73,7 @@ void VideoPlayer::seekToStart()
     m_nearEndAnnounced = false;
     if (!m_queue)
         return;
+    m_queue->setGoesOnAfterLap(true);
     if (m_ended) {
         // The decoder has gone on into the next lap by itself.
         m_ended = false;
@@ -79,6 +84,12 @@ void VideoPlayer::seekToStart()
     m_frameIsLastOfLap = false;
     m_schedule = PlaybackSchedule(m_rate);
     m_queue->restart();
+}
+
+void VideoPlayer::setLoops(bool loops)
+{
+    if (m_queue)
+        m_queue->setGoesOnAfterLap(loops);
 }
 
 void VideoPlayer::clear()

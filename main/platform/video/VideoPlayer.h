@@ -1,6 +1,6 @@
-// Plays one clip file, muted by nature. Lives on the main thread and never waits there: decoding runs
-// on a thread of its own, a few frames ahead, across the loop point too.
-// Which picture is up is a function of the media clock alone; a timer only says when to look.
+// Plays one clip file, muted by nature. Lives on the main thread and never waits there: decoding
+// runs on a thread of its own, a few frames ahead, across the loop point too. Which picture is up
+// is a function of the media clock alone; a timer only says when to look.
 #pragma once
 
 #include "platform/time/MediaClock.h"
@@ -17,7 +17,8 @@ namespace corvella {
 
 class FrameQueue;
 
-class VideoPlayer : public QObject {
+class VideoPlayer : public QObject
+{
     Q_OBJECT
 
 public:
@@ -37,6 +38,9 @@ public:
     void pause();
     // Back to the first picture. Called at the end of the clip, playing on is seamless.
     void seekToStart();
+    // Tells that the clip will not be played again after this lap (or that it will, as at first),
+    // so that nothing is decoded for it. seekToStart() works all the same, only not without a gap.
+    void setLoops(bool loops);
     // Lets the file and all pictures go, for good.
     void clear();
 
@@ -48,16 +52,18 @@ public:
     // Another number for every picture of every player; 0 before the first.
     [[nodiscard]] quint64 pictureSerial() const { return m_pictureSerial; }
 
-    // Brings up what is due by the clock. The player does this itself; tests that set the clock call it.
+    // Brings up what is due by the clock. The player does this itself; tests that set the clock
+    // call it.
     void advance();
 
 Q_SIGNALS:
-    void readyForDisplay(); // the first picture is there
-    void frameDue(); // picture() has changed
-    void nearEnd(); // once a lap: the end is kNearEnd away, or less
-    void playedToEnd(); // the last picture has had its time
+    void readyForDisplay();             // the first picture is there
+    void frameDue();                    // picture() has changed
+    void nearEnd();                     // once a lap: the end is kNearEnd away, or less
+    void playedToEnd();                 // the last picture has had its time
     void failed(const QString &reason); // nothing (more) will come
-    void brokenOff(const QString &reason); // once: the file ends early; it is played as far as it goes
+    void
+    brokenOff(const QString &reason); // once: the file ends early; it is played as far as it goes
 
 private:
     void frameArrived();
@@ -76,8 +82,8 @@ private:
 
     Picture m_picture;
     quint64 m_pictureSerial = 0;
-    MediaTime m_frameStart {0};
-    MediaTime m_frameEnd {0};
+    MediaTime m_frameStart{0};
+    MediaTime m_frameEnd{0};
     double m_rate = 1.0;
     bool m_playing = false;
     bool m_frameIsLastOfLap = false;
