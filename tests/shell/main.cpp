@@ -18,6 +18,8 @@ constexpr const char *kScreens = R"({"screens": [
 int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
+    if (testing::GTEST_FLAG(list_tests))
+        return RUN_ALL_TESTS();
     const QTemporaryDir dir;
     QFile screens(dir.filePath(QStringLiteral("screens.json")));
     if (!screens.open(QIODevice::WriteOnly) || screens.write(kScreens) < 0)

@@ -107,7 +107,12 @@ void FrameQueue::decode(ClipDecoder &decoder)
                                            request()),
                          held->start, held->duration, isLastOfLap};
         held.reset();
+        if (ready.picture.isNull()) {
+            m_events.failed(QStringLiteral("there is no memory for its pictures"));
+            return false;
+        }
         push(std::move(ready));
+        return true;
     };
 
     while (waitForRoom()) {
@@ -120,15 +125,15 @@ void FrameQueue::decode(ClipDecoder &decoder)
         if (m_stopping)
             return;
         if (auto *frame = std::get_if<DecodedFrame>(&next)) {
-            if (held)
-                publish(false);
+            if (held && !publish(false))
+                return;
             held = std::move(*frame);
         } else if (auto *end = std::get_if<EndOfLap>(&next)) {
             if (!end->brokenOff.isEmpty() && !saidBrokenOff)
                 m_events.brokenOff(end->brokenOff);
             saidBrokenOff = saidBrokenOff || !end->brokenOff.isEmpty();
-            if (held)
-                publish(true);
+            if (held && !publish(true))
+                return;
             if (!decoder.rewind())
                 return m_events.failed(QStringLiteral("it cannot be played from the start again"));
         } else {

@@ -115,14 +115,10 @@ void VideoPlayer::frameArrived()
 {
     if (!m_queue)
         return;
-    if (m_picture.isNull()) {
-        if (!takeFrame())
-            return;
-        if (m_playing)
-            m_schedule.anchor(m_clock.now());
-        Q_EMIT readyForDisplay();
+    // Before it plays the first picture is brought up all the same, so that it is ready when it
+    // shall.
+    if (!m_playing && m_picture.isNull() && takeFrame())
         Q_EMIT frameDue();
-    }
     advance();
 }
 
@@ -143,9 +139,10 @@ bool VideoPlayer::bringUpDueFrames()
             return changed;
         }
         changed = takeFrame() || changed;
-        announceNearEnd();
+        if (self && m_queue)
+            announceNearEnd();
         if (!self || !m_queue || !m_playing)
-            return false;
+            return false; // a listener has let the clip go
     }
     return self && changed;
 }
@@ -175,10 +172,11 @@ bool VideoPlayer::takeFrame()
     m_frameStart = frame->start;
     m_frameEnd = frame->start + frame->duration;
     m_frameIsLastOfLap = frame->isLastOfLap;
-    if (frame->picture.isNull())
-        return false; // memory was short: the picture before it stays up
+    const bool isFirst = m_picture.isNull();
     m_picture = std::move(frame->picture);
     m_pictureSerial = ++lastPictureSerial;
+    if (isFirst)
+        Q_EMIT readyForDisplay();
     return true;
 }
 

@@ -118,7 +118,7 @@ TEST_F(LoginItemTest, IsOffWhenTheFileIsNoEntry)
         m_home.write(m_entry, content);
         EXPECT_FALSE(m_item.isEnabled()) << content;
     }
-    m_home.write(m_entry, "[Desktop Entry]\n" + QByteArray(1024 * 1024, '#'));
+    m_home.write(m_entry, "[Desktop Entry]\n" + QByteArray(1 << 20, '#'));
     EXPECT_FALSE(m_item.isEnabled()) << "far too large";
 }
 

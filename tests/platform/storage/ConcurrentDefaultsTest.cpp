@@ -90,6 +90,7 @@ TEST(ConcurrentDefaults, LosesNothingOfFourThreadsThatShareTheStore)
     const HomeInMemory home;
     UserDefaults defaults(QStringLiteral("shared"));
     std::vector<std::thread> writers;
+    writers.reserve(kWriters);
     for (int writer = 0; writer < kWriters; ++writer) {
         writers.emplace_back([&defaults, writer] {
             for (int i = 0; i < kWritesEach; ++i) {

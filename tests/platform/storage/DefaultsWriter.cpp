@@ -1,5 +1,5 @@
 // One of several processes that change the same settings at once: stores COUNT numbers under keys
-// of its own. Usage: defaults_writer DOMAIN PREFIX COUNT
+// of its own. Usage: defaults-writer DOMAIN PREFIX COUNT
 #include "platform/storage/UserDefaults.h"
 
 int main(int argc, char **argv)

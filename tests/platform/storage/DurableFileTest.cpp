@@ -106,7 +106,7 @@ TEST_F(DurableFileTest, LetsWritersOfOneFileTakeTurns)
     std::vector<std::thread> writers;
     for (const char letter : {'a', 'b', 'c', 'd'}) {
         writers.emplace_back([this, letter] {
-            for (int i = 1; i <= 50; ++i)
+            for (qsizetype i = 1; i <= 50; ++i)
                 EXPECT_TRUE(DurableFile::write(m_path, QByteArray(i * 100, letter)).isOk());
         });
     }

@@ -63,6 +63,20 @@ TEST_F(VideoPlayerTest, ShowsTheFirstPictureBeforeItPlays)
     EXPECT_EQ(number(*clip), 0);
 }
 
+// A picture may be fetched by play() before the decoder's message about it is read.
+TEST_F(VideoPlayerTest, SaysThatItIsReadyHoweverItsFirstPictureCame)
+{
+    const auto clip = player();
+    int ready = 0;
+    QObject::connect(clip.get(), &VideoPlayer::readyForDisplay, [&] { ++ready; });
+    const QDeadlineTimer deadline(20'000);
+    while (clip->picture().isNull() && !deadline.hasExpired())
+        clip->play(0.5); // without the event loop, which would bring the message
+    EXPECT_EQ(ready, 1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ready, 1);
+}
+
 TEST_F(VideoPlayerTest, EachPictureComesWhenItIsDueAndNotBefore)
 {
     const auto clip = player();

@@ -1,0 +1,72 @@
+#include "cache/Cache.h"
+#include "settings/Settings.h"
+#include "support/CapturedLog.h"
+#include "support/TemporaryHome.h"
+
+#include <QFileInfo>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using testing::ElementsAre;
+
+// The folder is fixed for the life of a process, so that one test goes through all that needs it.
+TEST(CacheTest, IsTheFolderUnderTheCacheHomeForTheLifeOfTheProcess)
+{
+    const test::TemporaryHome home;
+    const QString folder = home.path(QStringLiteral("H/Library/Caches/Corvella"));
+    Settings::d().setString(QStringLiteral("cacheHome"), home.path(QStringLiteral("H")));
+
+    EXPECT_EQ(Cache::dir(), folder);
+    EXPECT_TRUE(QFileInfo(folder).isDir());
+    EXPECT_EQ(Cache::manifestFile(), folder + QStringLiteral("/manifest.json"));
+    EXPECT_FALSE(Cache::isPrimed());
+    EXPECT_EQ(Cache::count(), 0);
+
+    home.write(folder + QStringLiteral("/171.mp4"), "clip");
+    const QJsonObject entry{{QStringLiteral("video"), QStringLiteral("171.mp4")}};
+    Cache::write({entry, {}});
+    EXPECT_TRUE(Cache::isPrimed());
+    EXPECT_EQ(Cache::entries(), QList<QJsonObject>{entry});
+    EXPECT_EQ(Cache::count(), 1);
+
+    test::CapturedLog log;
+    Cache::seedIfEmpty();
+    EXPECT_TRUE(log.messages().isEmpty()) << "nothing to seed in a cache with a manifest";
+
+    Settings::d().remove(QStringLiteral("cacheHome"));
+    EXPECT_EQ(Cache::dir(), folder) << "moved only by a restart";
+}
+
+TEST(CacheTest, IsNotRefreshedOfflineOrReadOnly)
+{
+    const test::TemporaryHome home;
+    EXPECT_FALSE(Cache::readOnly());
+    test::CapturedLog log;
+    Settings::setOffline(true);
+    Cache::refresh();
+    Settings::setOffline(false);
+    Cache::setReadOnly(true);
+    EXPECT_TRUE(Cache::readOnly());
+    Cache::refresh();
+    Cache::setReadOnly(false);
+
+    const QString refused = QStringLiteral("offline or read-only, not refreshing the cache");
+    EXPECT_THAT(log.messages(), ElementsAre(refused, refused));
+}
+
+TEST(CacheTest, KeepsTheCacheWhenARefreshHasNothingToDownloadWith)
+{
+    const test::TemporaryHome home;
+    test::CapturedLog log;
+    Cache::refresh();
+    EXPECT_THAT(
+        log.messages(),
+        ElementsAre(QStringLiteral("refresh: downloading is not built in yet; keeping the cache")));
+}
+
+} // namespace
+} // namespace corvella
