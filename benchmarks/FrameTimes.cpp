@@ -110,7 +110,7 @@ int main(int argc, char **argv)
         last = clock.now();
         black += middleBrightness(server.get(), size) < 24 ? 1 : 0;
     });
-    window.show();
+    window.setVisible(true);
     QTimer::singleShot(std::chrono::seconds(args[1].toInt()), &application, &QGuiApplication::quit);
     QGuiApplication::exec();
     report(std::move(intervals), black);

@@ -109,7 +109,8 @@ void App::buildWall(const Screen &screen, int index, Mode mode)
     const PointerInput input =
         mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
     auto window = std::make_unique<WallWindow>(view->tree(), screen.screen, input);
-    window->show();
+    // Not show(), which would begin with an ordinary window.
+    window->setVisible(true);
     m_walls.push_back(std::move(view));
     m_windows.push_back(std::move(window));
 }

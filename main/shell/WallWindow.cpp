@@ -4,6 +4,7 @@ namespace corvella {
 
 WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput input)
     : LayerWindow(tree, screen)
+    , m_input(input)
 {
     setTitle(QStringLiteral("Corvella"));
     placeFullScreen(*this, input);
@@ -14,7 +15,7 @@ void WallWindow::exposeEvent(QExposeEvent *event)
     LayerWindow::exposeEvent(event);
     // A window manager listens only once it manages the window.
     if (isExposed() && !std::exchange(m_wasExposed, true))
-        keepOnAllWorkspaces(*this);
+        finishPlacement(*this, m_input);
 }
 
 } // namespace corvella

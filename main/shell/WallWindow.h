@@ -18,6 +18,7 @@ protected:
     void exposeEvent(QExposeEvent *event) override;
 
 private:
+    const PointerInput m_input;
     bool m_wasExposed = false;
 };
 

@@ -11,7 +11,8 @@ namespace corvella {
 void placeFullScreen(QWindow &window, PointerInput input)
 {
     Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
-    if (input == PointerInput::passedThrough)
+    // On X11 this flag would keep the keys away, too; there the window's shape does it.
+    if (input == PointerInput::passedThrough && !x11::isX11Session())
         flags |= Qt::WindowTransparentForInput;
     window.setFlags(flags);
     window.setGeometry(window.screen()->geometry());
@@ -19,10 +20,10 @@ void placeFullScreen(QWindow &window, PointerInput input)
     window.setWindowStates(Qt::WindowFullScreen);
 }
 
-void keepOnAllWorkspaces(QWindow &window)
+void finishPlacement(QWindow &window, PointerInput input)
 {
     if (x11::isX11Session())
-        keepOnAllWorkspacesX11(window.winId());
+        finishPlacementX11(window.winId(), input);
 }
 
 } // namespace corvella

@@ -8,13 +8,14 @@ namespace corvella {
 
 enum class PointerInput { accepted, passedThrough };
 
-// Before show(): the flags and the place. The window's screen must be set.
+// The flags and the place. The window's screen must be set; bring it up with setVisible(true)
+// afterwards, since QWindow::show() would make it an ordinary window again.
 void placeFullScreen(QWindow &window, PointerInput input);
 
-// After show(): asks a window manager for what cannot be said before.
-void keepOnAllWorkspaces(QWindow &window);
+// Once it is up: asks the display server for what cannot be said before.
+void finishPlacement(QWindow &window, PointerInput input);
 
-// The X11 half of keepOnAllWorkspaces; `windowId` as the server knows it.
-void keepOnAllWorkspacesX11(unsigned long windowId);
+// The X11 half of finishPlacement; `windowId` as the server knows it.
+void finishPlacementX11(unsigned long windowId, PointerInput input);
 
 } // namespace corvella

@@ -1,6 +1,8 @@
 #include "platform/session/FullScreenPlacement.h"
 #include "platform/session/XcbConnection.h"
 
+#include <xcb/shape.h>
+
 #include <array>
 #include <cstring>
 #include <string_view>
@@ -34,7 +36,7 @@ void sendToRoot(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t ty
 
 } // namespace
 
-void keepOnAllWorkspacesX11(unsigned long windowId)
+void finishPlacementX11(unsigned long windowId, PointerInput input)
 {
     const x11::Connection connection = x11::connectToServer();
     if (!connection)
@@ -48,6 +50,11 @@ void keepOnAllWorkspacesX11(unsigned long windowId)
     sendToRoot(server, window, atom(server, "_NET_WM_STATE"),
                {kAdd, atom(server, "_NET_WM_STATE_SKIP_TASKBAR"),
                 atom(server, "_NET_WM_STATE_SKIP_PAGER"), kFromPager});
+    if (input == PointerInput::passedThrough) {
+        // An input shape without a single rectangle: clicks go to what lies beneath, keys still come.
+        xcb_shape_rectangles(server, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+                             window, 0, 0, 0, nullptr);
+    }
     xcb_flush(server);
 }
 
