@@ -1,0 +1,166 @@
+// Displays that are plugged in and pulled out while the program runs.
+#include "support/DummyXorg.h"
+#include "support/ProgramUnderTest.h"
+#include "support/TestPattern.h"
+#include "support/VirtualDisplay.h"
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using test::becomes;
+
+struct Display
+{
+    QString name;
+    QRect frame;
+};
+const Display kFirst{u"DUMMY0"_s, {0, 0, 640, 480}};
+const Display kSecond{u"DUMMY1"_s, {640, 0, 800, 600}};
+const Display kThird{u"DUMMY2"_s, {1440, 0, 640, 480}};
+
+std::unique_ptr<test::XServer> makeServer()
+{
+    if (std::unique_ptr<test::XServer> server = test::DummyXorg::create())
+        return server;
+    return std::make_unique<test::VirtualDisplay>(QSize(2080, 700));
+}
+
+// A wall on two displays under a window manager.
+class DisplaysComeAndGo : public testing::Test
+{
+protected:
+    DisplaysComeAndGo()
+    {
+        plugIn(kFirst);
+        plugIn(kSecond);
+        m_server->startWindowManager();
+        m_program.showOn(*m_server);
+        m_program.configureWall();
+        m_program.addClip(u"171"_s, 1);
+        m_program.addClip(u"193"_s, 2);
+        m_program.addClip(u"304"_s, 3);
+    }
+
+    void plugIn(const Display &display) { m_server->plugIn(display.name, display.frame); }
+    void pullOut(const Display &display) { m_server->pullOut(display.name); }
+
+    void startOn(const QList<Display> &displays)
+    {
+        m_program.start();
+        ASSERT_TRUE(becomes([&] { return areCovered(displays); }));
+    }
+
+    // Waits for one rebuild more than there were, from and to so many displays, and for these to be
+    // covered.
+    void expectRebuild(const QString &counts, const QList<Display> &covered)
+    {
+        m_rebuilds << u"display layout changed (%1)"_s.arg(counts);
+        EXPECT_TRUE(becomes([this] { return layoutChanges().size() >= m_rebuilds.size(); }));
+        EXPECT_TRUE(becomes([&] { return areCovered(covered); }));
+        EXPECT_EQ(layoutChanges(), m_rebuilds);
+    }
+
+    // Whether there is one wall on each of these displays, with its picture whole in it, and no
+    // other.
+    [[nodiscard]] bool areCovered(const QList<Display> &displays)
+    {
+        const QImage picture = m_server->client().picture();
+        const auto showsPattern = [&picture](const Display &display) {
+            const auto seen = test::seenPattern(picture, test::fittedPattern(display.frame));
+            return seen && seen->isWhole;
+        };
+        return windowFrames() == framesOf(displays)
+            && std::all_of(displays.begin(), displays.end(), showsPattern);
+    }
+
+    [[nodiscard]] QStringList layoutChanges()
+    {
+        return m_program.messages().filter(u"display layout changed"_s);
+    }
+
+    std::unique_ptr<test::XServer> m_server = makeServer();
+    test::ProgramUnderTest m_program;
+    QStringList m_rebuilds;
+
+private:
+    // From left to right.
+    [[nodiscard]] QList<QRect> windowFrames()
+    {
+        QList<QRect> frames;
+        for (const test::XWindow &window : m_server->client().windows())
+            frames << window.frame;
+        std::sort(frames.begin(), frames.end(),
+                  [](const QRect &a, const QRect &b) { return a.x() < b.x(); });
+        return frames;
+    }
+    [[nodiscard]] static QList<QRect> framesOf(const QList<Display> &displays)
+    {
+        QList<QRect> frames;
+        for (const Display &display : displays)
+            frames << display.frame;
+        return frames;
+    }
+};
+
+TEST_F(DisplaysComeAndGo, WallFollowsThem)
+{
+    startOn({kFirst, kSecond});
+    plugIn(kThird);
+    expectRebuild(u"2 -> 3"_s, {kFirst, kSecond, kThird});
+    pullOut(kSecond);
+    expectRebuild(u"3 -> 2"_s, {kFirst, kThird});
+    plugIn(kSecond);
+    expectRebuild(u"2 -> 3"_s, {kFirst, kSecond, kThird});
+}
+
+TEST_F(DisplaysComeAndGo, WallFollowsADisplayThatMoves)
+{
+    startOn({kFirst, kSecond});
+    const Display moved{kSecond.name, kSecond.frame.translated(0, 100)};
+    plugIn(moved);
+    expectRebuild(u"2 -> 2"_s, {kFirst, moved});
+}
+
+// As when a computer is taken from its dock.
+TEST_F(DisplaysComeAndGo, WallFollowsTheDisplayThatTakesTheMainOnesPlace)
+{
+    startOn({kFirst, kSecond});
+    const Display moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
+    pullOut(kFirst);
+    plugIn(moved);
+    expectRebuild(u"2 -> 1"_s, {moved});
+}
+
+TEST_F(DisplaysComeAndGo, BurstOfChangesIsOneRebuild)
+{
+    startOn({kFirst, kSecond});
+    plugIn(kThird);
+    pullOut(kSecond);
+    expectRebuild(u"2 -> 2"_s, {kFirst, kThird});
+}
+
+TEST_F(DisplaysComeAndGo, ChangeThatIsTakenBackChangesNothing)
+{
+    startOn({kFirst, kSecond});
+    plugIn(kThird);
+    pullOut(kThird);
+    EXPECT_FALSE(becomes([this] { return !layoutChanges().isEmpty(); }, 1s));
+    EXPECT_TRUE(areCovered({kFirst, kSecond}));
+}
+
+TEST_F(DisplaysComeAndGo, NobodyMindsWhileNoWallIsUp)
+{
+    m_program.configure({{u"mode"_s, u"saver"_s}});
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return !m_server->client().windows().isEmpty(); }));
+    plugIn(kThird);
+    EXPECT_FALSE(becomes([this] { return !layoutChanges().isEmpty(); }, 1s));
+    EXPECT_TRUE(m_program.process().isRunning());
+}
+
+} // namespace
+} // namespace corvella

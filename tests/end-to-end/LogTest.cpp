@@ -1,0 +1,65 @@
+// Where the program's messages go.
+#include "support/AlteredMachine.h"
+#include "support/JournalSocket.h"
+#include "support/ProgramUnderTest.h"
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+constexpr const char *kMessage = "offline or read-only, not refreshing the cache";
+
+class LogOfTheProgram : public testing::Test
+{
+protected:
+    LogOfTheProgram()
+    {
+        m_program.addClip(u"171"_s, 1, 1);
+        m_program.configure({{u"offline"_s, true}});
+    }
+
+    test::ProgramUnderTest m_program;
+};
+
+TEST_F(LogOfTheProgram, IsOneLineAMessageOnStandardError)
+{
+    m_program.start({u"--refresh"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_EQ(m_program.process().errors(), QByteArray("corvella: ") + kMessage + '\n');
+    EXPECT_EQ(m_program.process().output(), QByteArray());
+}
+
+TEST_F(LogOfTheProgram, ReachesTheJournalWithoutThePrefix)
+{
+    test::JournalSocket journal;
+    test::AlteredMachine machine;
+    machine.setJournal(journal.folder());
+    m_program.setMachine(machine);
+    m_program.start({u"--refresh"_s});
+    ASSERT_EQ(m_program.process().exitStatus(), 0) << m_program.process().errors().toStdString();
+
+    const std::optional<test::JournalSocket::Fields> fields = journal.next();
+    ASSERT_TRUE(fields);
+    EXPECT_EQ(fields->value("MESSAGE"), kMessage);
+    EXPECT_EQ(fields->value("SYSLOG_IDENTIFIER"), "corvella");
+    EXPECT_EQ(fields->value("CORVELLA_SUBSYSTEM"), "space.tarrow.corvella");
+    EXPECT_EQ(fields->value("CORVELLA_CATEGORY"), "app");
+    EXPECT_FALSE(journal.next());
+}
+
+TEST_F(LogOfTheProgram, IsCompleteOnStandardErrorWithoutAJournal)
+{
+    QTemporaryDir empty;
+    test::AlteredMachine machine;
+    machine.setJournal(empty.path());
+    m_program.setMachine(machine);
+    m_program.start({u"--refresh"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_EQ(m_program.process().errors(), QByteArray("corvella: ") + kMessage + '\n');
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,119 @@
+// A screen saver on a desktop: it comes with idleness and goes with input.
+#include "support/ProgramUnderTest.h"
+#include "support/TestPattern.h"
+#include "support/VirtualDisplay.h"
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using test::becomes;
+
+constexpr auto kSettle = 1500ms; // without input, before a shown saver heeds it
+constexpr auto kMargin = 700ms;  // it looks four times a second, and machines are busy
+
+class Saver : public testing::Test
+{
+protected:
+    Saver()
+    {
+        m_program.showOn(m_display);
+        m_program.configureWall();
+        m_program.configure({{u"mode"_s, u"saver"_s}, {u"lockOnDismiss"_s, false}});
+        m_program.addClip(u"171"_s, 1);
+    }
+
+    // Launches the program so that it shows the saver after a second or so, and waits for that.
+    void startAndWaitForSaver()
+    {
+        setIdleTime(1200ms);
+        m_program.start();
+        ASSERT_TRUE(m_program.logs(kShowing));
+        ASSERT_TRUE(becomes([this] { return isUp(); }));
+    }
+
+    void setIdleTime(std::chrono::duration<double> time) const
+    {
+        const std::chrono::duration<double, std::ratio<60>> minutes = time;
+        m_program.configure({{u"idleMinutes"_s, minutes.count()}});
+    }
+
+    [[nodiscard]] bool isUp()
+    {
+        const QList<test::XWindow> windows = m_display.client().windows();
+        return windows.size() == 1 && windows.first().frame == QRect(0, 0, 640, 480);
+    }
+    [[nodiscard]] bool isDown() { return m_display.client().windows().isEmpty(); }
+    // Whether it stays up for this long.
+    [[nodiscard]] bool staysUp(std::chrono::milliseconds time)
+    {
+        return !becomes([this] { return !isUp(); }, time);
+    }
+
+    void moveMouse() { m_display.input({u"mousemove"_s, QString::number(++m_x), u"100"_s}); }
+
+    const QString kShowing = u"showing on 1 of 1 display(s), mode saver"_s;
+    test::VirtualDisplay m_display{QSize(640, 480)};
+    test::ProgramUnderTest m_program;
+    int m_x = 100;
+};
+
+TEST_F(Saver, ComesAfterTheIdleTimeAndNotBefore)
+{
+    setIdleTime(3s);
+    const test::Stopwatch sinceInput;
+    moveMouse();
+    m_program.start();
+    ASSERT_TRUE(m_program.logs(kShowing));
+    EXPECT_GE(sinceInput.elapsed(), 3s);
+    EXPECT_LT(sinceInput.elapsed(), 6s);
+    EXPECT_TRUE(becomes([this] {
+        return test::seenPattern(m_display.client().picture(), QRect(0, 0, 640, 480)).has_value();
+    }));
+}
+
+TEST_F(Saver, HeedsAMovementOnlyOnceInputHasSettled)
+{
+    startAndWaitForSaver();
+    moveMouse();
+    EXPECT_TRUE(staysUp(kSettle + kMargin));
+    const test::Stopwatch sinceInput;
+    moveMouse();
+    EXPECT_TRUE(becomes([this] { return isDown(); }));
+    EXPECT_LT(sinceInput.elapsed(), 2s); // a quarter of a second, on a machine at leisure
+}
+
+TEST_F(Saver, ComesAgainAfterItWasDismissed)
+{
+    startAndWaitForSaver();
+    EXPECT_TRUE(staysUp(kSettle + kMargin));
+    moveMouse();
+    ASSERT_TRUE(becomes([this] { return isDown(); }));
+    EXPECT_TRUE(m_program.logs(kShowing, 2));
+    EXPECT_TRUE(becomes([this] { return isUp(); }));
+}
+
+TEST_F(Saver, LetsAClickThroughAndEndsOnIt)
+{
+    m_display.client().listenToRoot();
+    startAndWaitForSaver();
+    EXPECT_TRUE(staysUp(kSettle + kMargin));
+    m_display.input({u"click"_s, u"1"_s});
+    EXPECT_TRUE(becomes([this] { return isDown(); }));
+    EXPECT_EQ(m_display.client().pressesOnRoot(), 1);
+}
+
+TEST_F(Saver, EndsAtOnceOnAnyKey)
+{
+    startAndWaitForSaver();
+    ASSERT_TRUE(becomes(
+        [this] { return m_display.client().focus() == m_display.client().windows().value(0).id; }));
+    m_display.input({u"key"_s, u"F5"_s});
+    EXPECT_TRUE(becomes([this] { return isDown(); }, kSettle));
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,80 @@
+// A wall under a Wayland compositor.
+#include "support/HeadlessSway.h"
+#include "support/ProgramUnderTest.h"
+#include "support/TestPattern.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+
+constexpr QSize kLeft(800, 450);
+constexpr QSize kRight(480, 600);
+// The clips are four wide by three high.
+constexpr QRect kLeftPicture(100, 0, 600, 450);
+constexpr QRect kRightPicture(0, 120, 480, 360);
+
+class Sway : public testing::Test
+{
+protected:
+    Sway()
+    {
+        m_program.showOn(m_sway);
+        m_program.configureWall();
+        m_program.addClip(u"171"_s, 1);
+        m_program.addClip(u"193"_s, 2);
+    }
+
+    [[nodiscard]] bool showsWall(int output, QSize size, const QRect &picture)
+    {
+        const QImage grab = m_sway.picture(output);
+        const std::optional<test::SeenPattern> seen = test::seenPattern(grab, picture);
+        return seen && seen->isWhole
+            && test::isBlackBeside(grab, QRect(QPoint(0, 0), size), picture);
+    }
+
+    test::HeadlessSway m_sway{{QRect(QPoint(0, 0), kLeft), QRect(QPoint(800, 0), kRight)}};
+    test::ProgramUnderTest m_program;
+};
+
+TEST_F(Sway, HasAWallOnEachOutput)
+{
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"showing on 2 of 2 display(s), mode wall"_s));
+    EXPECT_TRUE(becomes([this] { return showsWall(0, kLeft, kLeftPicture); }));
+    EXPECT_TRUE(becomes([this] { return showsWall(1, kRight, kRightPicture); }));
+}
+
+TEST_F(Sway, OutputThatIsOffIsLeftAlone)
+{
+    m_program.configure({{u"products"_s, QJsonArray{u"off"_s, u"171"_s}}});
+    const QImage before = m_sway.picture(0);
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"showing on 1 of 2 display(s), mode wall"_s));
+    EXPECT_TRUE(becomes([this] { return showsWall(1, kRight, kRightPicture); }));
+    EXPECT_EQ(m_sway.picture(0), before);
+}
+
+TEST_F(Sway, WallEndsInOrder)
+{
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return showsWall(0, kLeft, kLeftPicture); }));
+    m_program.process().signal(SIGTERM);
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+}
+
+TEST_F(Sway, ProgramEndsWhenTheCompositorGoes)
+{
+    m_program.start();
+    ASSERT_TRUE(m_program.logs(u"showing on 2 of 2 display(s), mode wall"_s));
+    m_sway.stop();
+    EXPECT_TRUE(becomes([this] { return !m_program.process().isRunning(); }));
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,53 @@
+// A wall among the other windows of an X11 desktop.
+#include "support/ProgramUnderTest.h"
+#include "support/VirtualDisplay.h"
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+
+class WindowManager : public testing::Test
+{
+protected:
+    WindowManager()
+    {
+        m_display.startWindowManager();
+        m_program.showOn(m_display);
+        m_program.configureWall();
+        m_program.addClip(u"171"_s, 1);
+    }
+
+    [[nodiscard]] test::XWindow wall() { return m_display.client().windows().value(0); }
+
+    test::VirtualDisplay m_display{QSize(640, 480)};
+    test::ProgramUnderTest m_program;
+};
+
+TEST_F(WindowManager, HoldsTheWallAboveAllOnEveryWorkspace)
+{
+    m_program.start();
+    const QList<QByteArray> wanted{"_NET_WM_STATE_FULLSCREEN", "_NET_WM_STATE_ABOVE",
+                                   "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"};
+    QList<QByteArray> states;
+    EXPECT_TRUE(becomes([&] {
+        states = m_display.client().states(wall().id);
+        return std::all_of(wanted.begin(), wanted.end(),
+                           [&states](const QByteArray &state) { return states.contains(state); });
+    })) << testing::PrintToString(states);
+    EXPECT_TRUE(becomes([&] { return m_display.client().isOnAllWorkspaces(wall().id); }));
+    EXPECT_EQ(wall().frame, QRect(0, 0, 640, 480));
+}
+
+TEST_F(WindowManager, GivesTheKeysToAWallThatCoversEveryScreen)
+{
+    m_program.start();
+    EXPECT_TRUE(
+        becomes([this] { return wall().id != 0 && m_display.client().focus() == wall().id; }));
+}
+
+} // namespace
+} // namespace corvella

@@ -1,0 +1,33 @@
+// Runs a program on a machine that differs from this one in parts: the differences are mounted in a
+// namespace that the program alone sees. An ordinary user needs a kernel that lets him make one.
+#pragma once
+
+#include "support/ChildProcess.h"
+
+#include <QTemporaryDir>
+
+namespace corvella::test {
+
+class AlteredMachine
+{
+public:
+    // The journal's socket is the one in this folder.
+    void setJournal(const QString &folder) { m_journal = folder; }
+    // There are no devices but the few that every program needs: no graphics, no framebuffer.
+    void removeDevices() { m_hasDevices = false; }
+    // No network answers; sockets that are files still do.
+    void removeNetwork() { m_hasNetwork = false; }
+
+    // The command that runs a command there. Its process is the program's own.
+    [[nodiscard]] Command around(const Command &command) const;
+
+private:
+    [[nodiscard]] QString script() const;
+
+    QString m_journal;
+    bool m_hasDevices = true;
+    bool m_hasNetwork = true;
+    QTemporaryDir m_folder; // to build in
+};
+
+} // namespace corvella::test

@@ -1,0 +1,124 @@
+#include "support/HeadlessSway.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace corvella::test {
+
+namespace {
+
+constexpr const char *kOrdinaryUser = "nobody";
+
+bool isRoot()
+{
+    return ::geteuid() == 0;
+}
+
+// Lets the ordinary user have a file or folder; root keeps access to it anyway.
+void handOver(const QString &path)
+{
+    const passwd *const user = ::getpwnam(kOrdinaryUser);
+    ASSERT_TRUE(user);
+    ASSERT_EQ(::chown(QFile::encodeName(path).constData(), user->pw_uid, user->pw_gid), 0);
+}
+
+QString nameOf(int output)
+{
+    return QStringLiteral("HEADLESS-%1").arg(output + 1);
+}
+
+} // namespace
+
+HeadlessSway::HeadlessSway(const QList<QRect> &outputs)
+{
+    writeConfiguration(outputs);
+    if (isRoot()) {
+        handOver(m_folder.path());
+        handOver(configurationFile());
+    }
+    m_compositor = std::make_unique<ChildProcess>(command(outputs.size()));
+    EXPECT_TRUE(becomes([this] { return findSocket(); }))
+        << "sway does not start: " << m_compositor->errors().toStdString();
+}
+
+QString HeadlessSway::configurationFile() const
+{
+    return m_folder.filePath(QStringLiteral("config"));
+}
+
+void HeadlessSway::writeConfiguration(const QList<QRect> &outputs)
+{
+    QFile file(configurationFile());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    QTextStream text(&file);
+    text << "xwayland disable\n";
+    for (int i = 0; i < outputs.size(); ++i) {
+        const QRect &frame = outputs[i];
+        text << "output " << nameOf(i) << " resolution " << frame.width() << 'x' << frame.height()
+             << " position " << frame.x() << ' ' << frame.y() << '\n';
+    }
+}
+
+Command HeadlessSway::command(qsizetype outputs) const
+{
+    QProcessEnvironment environment = bareEnvironment();
+    const struct
+    {
+        const char *name;
+        QString value;
+    } variables[] = {
+        {"HOME", m_folder.path()},
+        {"XDG_RUNTIME_DIR", m_folder.path()},
+        {"WLR_BACKENDS", QStringLiteral("headless")},
+        {"WLR_HEADLESS_OUTPUTS", QString::number(outputs)},
+        {"WLR_LIBINPUT_NO_DEVICES", QStringLiteral("1")},
+        {"WLR_RENDERER", QStringLiteral("pixman")},
+    };
+    for (const auto &variable : variables)
+        environment.insert(QString::fromLatin1(variable.name), variable.value);
+
+    QStringList words{QStringLiteral("sway"), QStringLiteral("-c"), configurationFile()};
+    if (isRoot()) {
+        const QString user = QString::fromLatin1(kOrdinaryUser);
+        // The change of user would undo that the compositor ends with the test.
+        words = QStringList{QStringLiteral("setpriv"),
+                            QStringLiteral("--reuid"),
+                            user,
+                            QStringLiteral("--regid"),
+                            QStringLiteral("nogroup"),
+                            QStringLiteral("--clear-groups"),
+                            QStringLiteral("--pdeathsig"),
+                            QStringLiteral("KILL")}
+            + words;
+    }
+    return {words.first(), words.mid(1), environment, {}};
+}
+
+bool HeadlessSway::findSocket()
+{
+    const QStringList names =
+        QDir(m_folder.path()).entryList({QStringLiteral("wayland-?")}, QDir::System);
+    if (names.isEmpty())
+        return false;
+    m_socket = m_folder.filePath(names.first());
+    return true;
+}
+
+QImage HeadlessSway::picture(int output) const
+{
+    QProcessEnvironment environment = bareEnvironment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtimeFolder());
+    environment.insert(QStringLiteral("WAYLAND_DISPLAY"), socket());
+    return QImage::fromData(run({QStringLiteral("grim"),
+                                 {QStringLiteral("-o"), nameOf(output), QStringLiteral("-t"),
+                                  QStringLiteral("ppm"), QStringLiteral("-")},
+                                 environment,
+                                 {}}));
+}
+
+} // namespace corvella::test

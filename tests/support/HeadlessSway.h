@@ -1,0 +1,42 @@
+// A Wayland compositor of the test's own (sway) with screens that nobody sees, ended with the
+// object. It refuses to run as root and is then started as "nobody". Main thread only.
+#pragma once
+
+#include "support/ChildProcess.h"
+
+#include <QImage>
+#include <QList>
+#include <QRect>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace corvella::test {
+
+class HeadlessSway
+{
+public:
+    // With one output per frame, in pixels. Fails the test when it does not start.
+    explicit HeadlessSway(const QList<QRect> &outputs);
+
+    // What a program needs to be shown here.
+    [[nodiscard]] QString runtimeFolder() const { return m_folder.path(); }
+    [[nodiscard]] QString socket() const { return m_socket; } // its path
+
+    // What one output shows; counted from 0.
+    [[nodiscard]] QImage picture(int output) const;
+    // The compositor goes away under everything that it shows.
+    void stop() { m_compositor.reset(); }
+
+private:
+    void writeConfiguration(const QList<QRect> &outputs);
+    [[nodiscard]] Command command(qsizetype outputs) const;
+    [[nodiscard]] bool findSocket();
+    [[nodiscard]] QString configurationFile() const;
+
+    QTemporaryDir m_folder; // for sockets, and its home
+    QString m_socket;
+    std::unique_ptr<ChildProcess> m_compositor;
+};
+
+} // namespace corvella::test

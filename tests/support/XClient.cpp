@@ -1,0 +1,208 @@
+#include "support/XClient.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <xcb/xcb.h>
+
+namespace corvella::test {
+
+namespace {
+
+struct FreeReply
+{
+    void operator()(void *reply) const { std::free(reply); }
+};
+template <typename Reply> using ReplyOf = std::unique_ptr<Reply, FreeReply>;
+
+// A manager's frame lies between the root and a window, and some put in a second one.
+constexpr int kDeepestFrame = 2;
+constexpr uint32_t kLongestProperty = 1024; // in units of four bytes
+
+} // namespace
+
+void XClient::Disconnect::operator()(xcb_connection_t *connection) const
+{
+    xcb_disconnect(connection);
+}
+
+XClient::XClient(const QString &display)
+    : m_connection(xcb_connect(qPrintable(display), nullptr))
+{
+    if (xcb_connection_has_error(m_connection.get())) {
+        ADD_FAILURE() << "no X server at " << qPrintable(display);
+        return;
+    }
+    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection.get())).data->root;
+    selectRootEvents(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+}
+
+void XClient::selectRootEvents(quint32 mask)
+{
+    const auto cookie =
+        xcb_change_window_attributes_checked(m_connection.get(), m_root, XCB_CW_EVENT_MASK, &mask);
+    const ReplyOf<xcb_generic_error_t> error(xcb_request_check(m_connection.get(), cookie));
+    EXPECT_FALSE(error) << "the X server refused to tell of events";
+}
+
+void XClient::listenToRoot()
+{
+    selectRootEvents(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_BUTTON_PRESS);
+}
+
+XClient::~XClient() = default;
+
+QImage XClient::picture() const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const QSize size = frameOf(m_root).size();
+    const auto cookie = xcb_get_image(
+        server, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root, 0, 0, static_cast<uint16_t>(size.width()),
+        static_cast<uint16_t>(size.height()), std::numeric_limits<uint32_t>::max());
+    const ReplyOf<xcb_get_image_reply_t> image(xcb_get_image_reply(server, cookie, nullptr));
+    if (!image || xcb_get_image_data_length(image.get()) != size.width() * size.height() * 4)
+        return {};
+    return QImage(xcb_get_image_data(image.get()), size.width(), size.height(),
+                  QImage::Format_RGB32)
+        .copy();
+}
+
+void XClient::paintRoot(const QColor &colour)
+{
+    const uint32_t pixel = colour.rgb() & 0xFFFFFFU;
+    xcb_change_window_attributes(m_connection.get(), m_root, XCB_CW_BACK_PIXEL, &pixel);
+    xcb_clear_area(m_connection.get(), 0, m_root, 0, 0, 0, 0);
+    xcb_flush(m_connection.get());
+}
+
+QByteArray XClient::property(quint32 window, const char *name) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const auto atomCookie =
+        xcb_intern_atom(server, 1, static_cast<uint16_t>(std::strlen(name)), name);
+    const ReplyOf<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(server, atomCookie, nullptr));
+    if (!atom || atom->atom == XCB_ATOM_NONE)
+        return {};
+    const auto cookie =
+        xcb_get_property(server, 0, window, atom->atom, XCB_ATOM_ANY, 0, kLongestProperty);
+    const ReplyOf<xcb_get_property_reply_t> reply(xcb_get_property_reply(server, cookie, nullptr));
+    if (!reply)
+        return {};
+    return {static_cast<const char *>(xcb_get_property_value(reply.get())),
+            xcb_get_property_value_length(reply.get())};
+}
+
+QList<XWindow> XClient::windows() const
+{
+    QList<XWindow> windows;
+    collectWindows(m_root, 0, windows);
+    // A window manager keeps one of its own out of sight.
+    const QRect screen = frameOf(m_root);
+    windows.removeIf([&screen](const XWindow &window) { return !screen.intersects(window.frame); });
+    return windows;
+}
+
+QRect XClient::frameOf(quint32 window) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const ReplyOf<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(server, xcb_get_geometry(server, window), nullptr));
+    const ReplyOf<xcb_translate_coordinates_reply_t> place(xcb_translate_coordinates_reply(
+        server, xcb_translate_coordinates(server, window, m_root, 0, 0), nullptr));
+    return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
+}
+
+void XClient::collectWindows(quint32 parent, int depth, QList<XWindow> &windows) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const ReplyOf<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(server, xcb_query_tree(server, parent), nullptr));
+    if (!tree)
+        return;
+    const xcb_window_t *const children = xcb_query_tree_children(tree.get());
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+        const std::optional<XWindow> window = describe(children[i]);
+        if (window && !window->title.isEmpty())
+            windows << *window;
+        else if (window && depth < kDeepestFrame)
+            collectWindows(children[i], depth + 1, windows);
+    }
+}
+
+std::optional<XWindow> XClient::describe(quint32 window) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const ReplyOf<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+        server, xcb_get_window_attributes(server, window), nullptr));
+    if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE)
+        return std::nullopt;
+    return XWindow{window, QString::fromUtf8(property(window, "_NET_WM_NAME")), frameOf(window)};
+}
+
+void XClient::takeEvents()
+{
+    while (const ReplyOf<xcb_generic_event_t> event{xcb_poll_for_event(m_connection.get())}) {
+        if ((event->response_type & 0x7F) == XCB_MAP_NOTIFY)
+            ++m_windowsShown;
+        else if ((event->response_type & 0x7F) == XCB_BUTTON_PRESS)
+            ++m_pressesOnRoot;
+    }
+}
+
+int XClient::windowsShown()
+{
+    takeEvents();
+    return m_windowsShown;
+}
+
+int XClient::pressesOnRoot()
+{
+    takeEvents();
+    return m_pressesOnRoot;
+}
+
+quint32 XClient::focus() const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const ReplyOf<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(server, xcb_get_input_focus(server), nullptr));
+    return reply ? reply->focus : static_cast<quint32>(XCB_NONE);
+}
+
+QList<quint32> XClient::numbers(quint32 window, const char *name) const
+{
+    const QByteArray bytes = property(window, name);
+    QList<quint32> numbers(bytes.size() / static_cast<qsizetype>(sizeof(quint32)));
+    std::memcpy(numbers.data(), bytes.constData(),
+                static_cast<size_t>(numbers.size()) * sizeof(quint32));
+    return numbers;
+}
+
+QList<QByteArray> XClient::states(quint32 window) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    QList<QByteArray> states;
+    for (const quint32 atom : numbers(window, "_NET_WM_STATE")) {
+        const ReplyOf<xcb_get_atom_name_reply_t> name(
+            xcb_get_atom_name_reply(server, xcb_get_atom_name(server, atom), nullptr));
+        if (name)
+            states << QByteArray(xcb_get_atom_name_name(name.get()),
+                                 xcb_get_atom_name_name_length(name.get()));
+    }
+    return states;
+}
+
+bool XClient::isOnAllWorkspaces(quint32 window) const
+{
+    constexpr quint32 kAll = 0xFFFFFFFF;
+    return numbers(window, "_NET_WM_DESKTOP") == QList{kAll};
+}
+
+bool XClient::isManaged() const
+{
+    return !property(m_root, "_NET_SUPPORTING_WM_CHECK").isEmpty();
+}
+
+} // namespace corvella::test

@@ -1,0 +1,56 @@
+#include "support/XServer.h"
+
+#include <gtest/gtest.h>
+
+namespace corvella::test {
+
+namespace {
+
+QProcessEnvironment environmentOf(const QString &display)
+{
+    QProcessEnvironment environment = bareEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), display);
+    return environment;
+}
+
+} // namespace
+
+XServer::~XServer() = default;
+
+bool XServer::startServer(const Command &command)
+{
+    m_server = std::make_unique<ChildProcess>(command);
+    const bool answers =
+        becomes([this] { return m_server->output().endsWith('\n') || !m_server->isRunning(); });
+    if (!answers || !m_server->isRunning())
+        return false;
+    m_display = u':' + QString::fromLatin1(m_server->output().trimmed());
+    m_client = std::make_unique<XClient>(m_display);
+    return true;
+}
+
+void XServer::startWindowManager()
+{
+    m_windowManager = std::make_unique<ChildProcess>(
+        Command{QStringLiteral("openbox"), {}, environmentOf(m_display), {}});
+    EXPECT_TRUE(becomes([this] { return m_client->isManaged(); })) << "no window manager";
+}
+
+void XServer::input(const QStringList &arguments) const
+{
+    runHere(QStringLiteral("xdotool"), arguments);
+}
+
+void XServer::stop()
+{
+    m_client.reset();
+    m_windowManager.reset();
+    m_server.reset();
+}
+
+void XServer::runHere(const QString &program, const QStringList &arguments) const
+{
+    run({program, arguments, environmentOf(m_display), {}});
+}
+
+} // namespace corvella::test
