@@ -194,15 +194,14 @@ void WallView::playCurrent()
     // A clip that never came to show gives its slot to this one; what shows stays up.
     if (std::exchange(m_handOverPending, false))
         m_active = 1 - m_active;
-    const int next = 1 - m_active;
-    const std::shared_ptr<VideoPlayer> old = m_layers[static_cast<size_t>(m_active)]->player();
+    const std::shared_ptr<VideoPlayer> old = active().player();
     const std::shared_ptr<VideoPlayer> player = prepared ? prepared->player : makePlayer(entry);
-    m_layers[static_cast<size_t>(next)]->setPlayer(player);
+    other().setPlayer(player);
     disconnect(m_endObserver);
     m_endObserver = connect(player.get(), &VideoPlayer::playedToEnd, this, &WallView::clipEnded);
     player->play(kRate);
-    handOver(old, m_active, next);
-    m_active = next;
+    handOver(old);
+    m_active = 1 - m_active;
     m_overlays->showCaption(entry);
     log(QStringLiteral("playing ") + idOf(entry));
 }
@@ -220,11 +219,11 @@ void WallView::waitForContent()
 std::shared_ptr<VideoPlayer> WallView::makePlayer(const Entry &entry)
 {
     const QString path = fileOf(entry);
-    const PlayerLayer &layer = *m_layers[static_cast<size_t>(1 - m_active)];
+    const PlayerLayer &layer = other();
     auto player = std::make_shared<VideoPlayer>(path, layer.pictureRequest(), m_tree.clock());
     const std::weak_ptr<VideoPlayer> weak = player;
     connect(player.get(), &VideoPlayer::nearEnd, this, [this, weak] {
-        if (weak.lock() == m_layers[static_cast<size_t>(m_active)]->player())
+        if (weak.lock() == active().player())
             prepareNext();
     });
     connect(player.get(), &VideoPlayer::brokenOff, this,
@@ -240,10 +239,10 @@ std::shared_ptr<VideoPlayer> WallView::makePlayer(const Entry &entry)
     return player;
 }
 
-void WallView::handOver(const std::shared_ptr<VideoPlayer> &old, int from, int to)
+void WallView::handOver(const std::shared_ptr<VideoPlayer> &old)
 {
-    PlayerLayer *const fromLayer = m_layers[static_cast<size_t>(from)];
-    PlayerLayer *const toLayer = m_layers[static_cast<size_t>(to)];
+    PlayerLayer *const fromLayer = &active();
+    PlayerLayer *const toLayer = &other();
     const VideoPlayer *const player = toLayer->player().get();
     const auto begin = [this, fromLayer, toLayer, old] {
         m_handOverPending = false;
@@ -279,7 +278,7 @@ void WallView::clipEnded()
         playCurrent();
         return;
     }
-    const std::shared_ptr<VideoPlayer> player = m_layers[static_cast<size_t>(m_active)]->player();
+    const std::shared_ptr<VideoPlayer> player = active().player();
     player->seekToStart();
     player->play(kRate);
 }
@@ -289,7 +288,7 @@ void WallView::clipFailed(const std::shared_ptr<VideoPlayer> &player, const QStr
     BrokenClips::add(player->path(), reason);
     if (m_prepared && m_prepared->player == player)
         m_prepared.reset();
-    else if (m_layers[static_cast<size_t>(m_active)]->player() == player && !m_stopped)
+    else if (active().player() == player && !m_stopped)
         playCurrent();
 }
 
@@ -297,7 +296,7 @@ void WallView::prepareNext()
 {
     if (m_stopped || m_prepared || m_loopsDone + 1 < Settings::loops())
         return;
-    m_layers[static_cast<size_t>(m_active)]->player()->setLoops(false);
+    active().player()->setLoops(false);
     const int index = m_index + 1; // as clipEnded() will leave it
     const bool runsOut = index >= m_playlist.size();
     const QList<Entry> playlist = playable(runsOut ? loadedPlaylist() : m_playlist);

@@ -88,10 +88,18 @@ private:
     [[nodiscard]] std::optional<Prepared> takePrepared();
     [[nodiscard]] std::shared_ptr<VideoPlayer> makePlayer(const Entry &entry);
 
-    void handOver(const std::shared_ptr<VideoPlayer> &old, int from, int to);
+    // From the active slot, whose player is `old` (null at first), to the other.
+    void handOver(const std::shared_ptr<VideoPlayer> &old);
     void clipEnded();
     void clipFailed(const std::shared_ptr<VideoPlayer> &player, const QString &reason);
     void layout();
+
+    // The layer of the slot whose clip is the current one, and the free one beside it.
+    [[nodiscard]] PlayerLayer &active() const { return *m_layers[static_cast<size_t>(m_active)]; }
+    [[nodiscard]] PlayerLayer &other() const
+    {
+        return *m_layers[static_cast<size_t>(1 - m_active)];
+    }
 
     QStringList m_wanted;
     bool m_stopped = false;

@@ -29,15 +29,18 @@ std::unique_ptr<test::XServer> makeServer()
     return std::make_unique<test::VirtualDisplay>(QSize(2080, 700));
 }
 
-// A wall on two displays under a window manager.
+enum class Manager { running, none };
+
+// A wall on two displays.
 class DisplaysComeAndGo : public testing::Test
 {
 protected:
-    DisplaysComeAndGo()
+    explicit DisplaysComeAndGo(Manager manager = Manager::running)
     {
         plugIn(kFirst);
         plugIn(kSecond);
-        m_server->startWindowManager();
+        if (manager == Manager::running)
+            m_server->startWindowManager();
         m_program.showOn(*m_server);
         m_program.configureWall();
         m_program.addClip(u"171"_s, 1);
@@ -127,6 +130,34 @@ TEST_F(DisplaysComeAndGo, WallFollowsADisplayThatMoves)
 
 // As when a computer is taken from its dock.
 TEST_F(DisplaysComeAndGo, WallFollowsTheDisplayThatTakesTheMainOnesPlace)
+{
+    startOn({kFirst, kSecond});
+    const Display moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
+    pullOut(kFirst);
+    plugIn(moved);
+    expectRebuild(u"2 -> 1"_s, {moved});
+}
+
+// As in a kiosk that runs nothing but the wall: nobody else puts the windows in their places.
+class DisplaysOfABareServer : public DisplaysComeAndGo
+{
+protected:
+    DisplaysOfABareServer()
+        : DisplaysComeAndGo(Manager::none)
+    {
+    }
+};
+
+TEST_F(DisplaysOfABareServer, WallFollowsThem)
+{
+    startOn({kFirst, kSecond});
+    plugIn(kThird);
+    expectRebuild(u"2 -> 3"_s, {kFirst, kSecond, kThird});
+    pullOut(kSecond);
+    expectRebuild(u"3 -> 2"_s, {kFirst, kThird});
+}
+
+TEST_F(DisplaysOfABareServer, WallFollowsTheDisplayThatTakesTheMainOnesPlace)
 {
     startOn({kFirst, kSecond});
     const Display moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
