@@ -14,6 +14,7 @@
 
 #include <QApplication>
 
+#include <csignal>
 #include <cstdlib>
 #include <malloc.h>
 
@@ -30,6 +31,12 @@ void keepTheHeapSmall()
     mallopt(M_ARENA_MAX, 2);
 }
 
+// A reader of our messages that goes away, a terminal or a launcher, must not take the walls along.
+void outliveReaders()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
 CommandLine readCommandLine(int argc, char **argv)
 {
     QStringList args;
@@ -38,15 +45,8 @@ CommandLine readCommandLine(int argc, char **argv)
     return CommandLine::parse(args);
 }
 
+// --refresh and --prime; until downloads are built in, both only make sure of the built-in clip.
 int refresh(int &argc, char **argv)
-{
-    const QCoreApplication application(argc, argv);
-    Cache::seedIfEmpty();
-    Cache::refresh();
-    return EXIT_SUCCESS;
-}
-
-int prime(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     Cache::seedIfEmpty();
@@ -79,14 +79,13 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
 int main(int argc, char **argv)
 {
     keepTheHeapSmall();
+    outliveReaders();
     const CommandLine commandLine = readCommandLine(argc, argv);
     if (commandLine.selfTest) {
         runSelfTest();
         return EXIT_SUCCESS;
     }
-    if (commandLine.refreshOnly)
+    if (commandLine.refreshOnly || commandLine.primeOnly)
         return refresh(argc, argv);
-    if (commandLine.primeOnly)
-        return prime(argc, argv);
     return runApplication(argc, argv, commandLine);
 }

@@ -48,6 +48,11 @@ void Preferences::hide()
         m_window->hide();
 }
 
+void Preferences::close()
+{
+    m_window.reset();
+}
+
 bool Preferences::isVisible() const
 {
     return m_window && m_window->isVisible();

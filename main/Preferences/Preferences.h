@@ -20,7 +20,7 @@ class Preferences : public QObject
     Q_OBJECT
 
 public:
-    // The one settings window, made at the first call; it lives until the application ends.
+    // The one settings window, made at the first call; its window lives until close().
     static Preferences &shared();
     ~Preferences() override;
 
@@ -30,6 +30,8 @@ public:
     // Opens the window or brings it to the front. What waits for the idle time stops waiting.
     void show();
     void hide();
+    // Lets the window go, as it must before the application object does.
+    void close();
     [[nodiscard]] bool isVisible() const;
 
 private:

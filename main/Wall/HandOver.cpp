@@ -90,12 +90,16 @@ void growMask(const Reveal &reveal, LayerTree &tree, PlayerLayer &from, PlayerLa
         const Transaction transaction = Transaction::withoutAnimations(tree);
         to.setOpacity(1);
     }
-    // The layers live as long as the tree, which drops the completion with itself.
+    // The layers live as long as the tree, which drops the completion with itself. A layer that has
+    // got another player by then belongs to a later hand-over.
     Transaction transaction(tree, MediaTime(0));
-    transaction.setCompletion([&tree, &from, &to, done = std::move(done)] {
-        to.setMask(nullptr);
+    transaction.setCompletion([&tree, &from, &to, ending = from.player(), beginning = to.player(),
+                               done = std::move(done)] {
+        if (to.player() == beginning)
+            to.setMask(nullptr);
         const Transaction atOnce = Transaction::withoutAnimations(tree);
-        from.setOpacity(0);
+        if (from.player() == ending)
+            from.setOpacity(0);
         done();
     });
     shape->addAnimation(QStringLiteral("reveal"),

@@ -278,6 +278,7 @@ void WallView::clipEnded()
         playCurrent();
         return;
     }
+    m_prepared.reset(); // the setting was raised meanwhile
     const std::shared_ptr<VideoPlayer> player = active().player();
     player->seekToStart();
     player->play(kRate);

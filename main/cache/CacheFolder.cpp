@@ -38,7 +38,8 @@ QList<QJsonObject> CacheFolder::entries() const
          parseManifest(readBounded(manifestFile(), kLargestManifestBytes).bytes)) {
         if (!holds(entry.value(QStringLiteral("video"))))
             continue;
-        if (!holds(entry.value(QStringLiteral("still"))))
+        const QJsonValue still = entry.value(QStringLiteral("still"));
+        if (still.isString() && !holds(still))
             entry.remove(QStringLiteral("still"));
         usable << entry;
     }

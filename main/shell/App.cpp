@@ -84,6 +84,7 @@ void App::applicationWillTerminate()
 {
     hide();
     Preferences::shared().setWallControls(nullptr);
+    Preferences::shared().close();
 }
 
 void App::build()
@@ -95,6 +96,10 @@ void App::build()
         buildWall(screens[i], i, mode);
     m_builtFor = framesOf(screens);
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
+    // New windows have to be given the keys anew. Beside a screen in use nothing takes its focus
+    // away.
+    if (m_coversAll && !m_windows.empty())
+        m_windows.front()->requestActivate();
 }
 
 void App::buildWall(const Screen &screen, int index, Mode mode)
@@ -139,8 +144,6 @@ void App::show()
     m_showing = true;
     m_armed = false;
     setCursor(m_coversAll);
-    if (m_coversAll)
-        m_windows.front()->requestActivate();
     log(QStringLiteral("showing on %1 of %2 display(s), mode %3")
             .arg(m_windows.size())
             .arg(m_builtFor.size())
@@ -227,9 +230,10 @@ bool App::handleKey(const QKeyEvent &event)
             dismiss();
         return true;
     default:
-        if (isQ && modifiers == Qt::ControlModifier)
-            qGuiApp->quit();
-        return handleWallKey(event);
+        if (!isQ || modifiers != Qt::ControlModifier)
+            return handleWallKey(event);
+        qGuiApp->quit();
+        return true;
     }
 }
 

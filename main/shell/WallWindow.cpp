@@ -4,7 +4,6 @@ namespace corvella {
 
 WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput input)
     : LayerWindow(tree, screen)
-    , m_input(input)
 {
     setTitle(QStringLiteral("Corvella"));
     placeFullScreen(*this, input);
@@ -15,7 +14,7 @@ void WallWindow::exposeEvent(QExposeEvent *event)
     LayerWindow::exposeEvent(event);
     // A window manager listens only once it manages the window.
     if (isExposed() && !std::exchange(m_wasExposed, true))
-        finishPlacement(*this, m_input);
+        finishPlacement(*this);
 }
 
 } // namespace corvella

@@ -18,7 +18,6 @@ protected:
     void exposeEvent(QExposeEvent *event) override;
 
 private:
-    const PointerInput m_input;
     bool m_wasExposed = false;
 };
 

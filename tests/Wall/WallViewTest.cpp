@@ -264,6 +264,38 @@ TEST_F(WallViewTest, SteppingBackGoesToTheClipBefore)
     EXPECT_EQ(played().last(), kC) << "before the first comes the last";
 }
 
+class SteppingTwice : public WallViewTest, public testing::WithParamInterface<Transition>
+{
+};
+
+TEST_P(SteppingTwice, WithinOneHandOverEndsWithThePictureUp)
+{
+    fillCache({kA, kB, kC});
+    Settings::setTransition(GetParam());
+    Settings::setLoops(1000);
+    WallView &wall = view();
+    const auto middle = [&] {
+        QImage screen(192, 108, QImage::Format_RGB32);
+        RasterRenderer renderer;
+        const QRegion everything = renderer.advance(drawList(wall.tree(), m_clock.now()));
+        screen.fill(Qt::black);
+        renderer.paint(screen, everything);
+        return screen.pixelColor(96, 40).red();
+    };
+    ASSERT_TRUE(runUntil([&] { return middle() > 150; }));
+    for (int step = 0; step < 2; ++step) {
+        wall.step(+1);
+        const MediaTime stepped = m_clock.now();
+        ASSERT_TRUE(runUntil([&] { return m_clock.now() - stepped > 350ms; }));
+    }
+    const MediaTime before = m_clock.now();
+    ASSERT_TRUE(runUntil([&] { return m_clock.now() - before > 3s; }));
+    EXPECT_GT(middle(), 150);
+}
+
+INSTANTIATE_TEST_SUITE_P(Styles, SteppingTwice, testing::ValuesIn(kAllTransitions),
+                         [](const auto &row) { return rawValue(row.param).toStdString(); });
+
 TEST_F(WallViewTest, SteppingBeginsTheLoopsAnew)
 {
     fillCache({kA, kB});

@@ -75,6 +75,16 @@ TEST_F(Saver, ComesAfterTheIdleTimeAndNotBefore)
     }));
 }
 
+TEST_F(Saver, ComesAtOnceWhenTheIdleTimeIsCutShortFromAShell)
+{
+    setIdleTime(1h);
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return m_display.client().windows().size() == 1; }));
+    EXPECT_TRUE(m_program.messages().filter(u"showing"_s).isEmpty());
+    m_program.changeSettings({u"write"_s, u"idleMinutes"_s, u"-float"_s, u"0.001"_s});
+    EXPECT_TRUE(m_program.logs(kShowing));
+}
+
 TEST_F(Saver, HeedsAMovementOnlyOnceInputHasSettled)
 {
     startAndWaitForSaver();

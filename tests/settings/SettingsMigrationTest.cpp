@@ -129,17 +129,18 @@ TEST_F(SettingsMigrationTest, ChangesNothingOfTheOldDomain)
     EXPECT_EQ(m_home.read(m_oldPath), old);
 }
 
-TEST_F(SettingsMigrationTest, TakesADamagedOldDomainForAnEmptyOneAndKeepsItAside)
+TEST_F(SettingsMigrationTest, TriesAgainWhenTheOldDomainIsDamagedAndLeavesItAsItIs)
 {
-    storeOld("{\"offline\": tr");
-    test::CapturedLog log;
+    const QByteArray damaged = "{\"offline\": tr";
+    storeOld(damaged);
     Settings::migrate();
-    EXPECT_EQ(settings(), object(R"({"migrated": true})"));
-    EXPECT_EQ(log.messages().size(), 1);
-    EXPECT_EQ(QDir(m_home.config({}))
-                  .entryList({QStringLiteral("*corvella-wall.json.unreadable-*")})
-                  .size(),
-              1);
+    EXPECT_EQ(settings(), QJsonObject());
+    EXPECT_EQ(test::TemporaryHome::read(
+                  m_home.config(QStringLiteral("space.tarrow.corvella-wall.json"))),
+              damaged);
+    storeOld(R"({"offline": true})");
+    Settings::migrate();
+    EXPECT_EQ(settings(), object(R"({"migrated": true, "offline": true})"));
 }
 
 } // namespace

@@ -79,6 +79,16 @@ void ProgramUnderTest::showOn(const XServer &server)
 void ProgramUnderTest::showOn(const HeadlessSway &compositor)
 {
     m_environment.insert(QStringLiteral("WAYLAND_DISPLAY"), compositor.socket());
+    // For a build with the leak checker; whole stacks show it which library a leak comes from.
+    addOption(QStringLiteral("LSAN_OPTIONS"),
+              QStringLiteral("suppressions=" CORVELLA_LIBRARY_LEAKS ":print_suppressions=0"));
+    addOption(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("fast_unwind_on_malloc=0"));
+}
+
+void ProgramUnderTest::addOption(const QString &variable, const QString &option)
+{
+    const QString options = m_environment.value(variable);
+    m_environment.insert(variable, options.isEmpty() ? option : options + u':' + option);
 }
 
 void ProgramUnderTest::showOnPlatform(const QString &plugin)
@@ -109,6 +119,11 @@ void ProgramUnderTest::configureWall() const
                {QStringLiteral("offline"), true},
                {QStringLiteral("products"), QJsonArray{QStringLiteral("all")}},
                {QStringLiteral("transition"), QStringLiteral("blink")}});
+}
+
+void ProgramUnderTest::changeSettings(const QStringList &arguments) const
+{
+    run({QStringLiteral(CORVELLA_DEFAULTS), arguments, m_environment, home()});
 }
 
 void ProgramUnderTest::addClip(const QString &id, int number, int frames)

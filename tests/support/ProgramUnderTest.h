@@ -1,6 +1,6 @@
 // The program itself, as a user would start it, in a home folder of its own that holds the settings
-// and the imagery that a test lays there. It has no display, no session bus and no network to speak
-// of until a test gives it some, and ends with the object. Main thread only.
+// and the imagery that a test lays there. It has neither a session bus nor, until a test gives it
+// one, a display, and ends with the object. Main thread only.
 #pragma once
 
 #include "support/ChildProcess.h"
@@ -44,6 +44,9 @@ public:
     // clip to clip: where tests of a wall start from.
     void configureWall() const;
 
+    // Changes them from a shell, in the words of corvella-defaults; the program may run meanwhile.
+    void changeSettings(const QStringList &arguments) const;
+
     // Lays a clip into the cache, under its product's id, at the end of the manifest. The number is
     // for seenPattern() to find.
     void addClip(const QString &id, int number, int frames = 150);
@@ -67,6 +70,7 @@ public:
     [[nodiscard]] bool logs(const QString &message, int times = 1);
 
 private:
+    void addOption(const QString &variable, const QString &option);
     void enterIntoManifest(const QString &id);
 
     QTemporaryDir m_home;

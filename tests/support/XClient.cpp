@@ -1,5 +1,7 @@
 #include "support/XClient.h"
 
+#include <QtEndian>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -174,9 +176,10 @@ quint32 XClient::focus() const
 QList<quint32> XClient::numbers(quint32 window, const char *name) const
 {
     const QByteArray bytes = property(window, name);
-    QList<quint32> numbers(bytes.size() / static_cast<qsizetype>(sizeof(quint32)));
-    std::memcpy(numbers.data(), bytes.constData(),
-                static_cast<size_t>(numbers.size()) * sizeof(quint32));
+    constexpr qsizetype kSize = sizeof(quint32);
+    QList<quint32> numbers;
+    for (qsizetype i = 0; i + kSize <= bytes.size(); i += kSize)
+        numbers << qFromUnaligned<quint32>(bytes.constData() + i);
     return numbers;
 }
 

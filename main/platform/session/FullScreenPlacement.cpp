@@ -18,12 +18,14 @@ void placeFullScreen(QWindow &window, PointerInput input)
     window.setGeometry(window.screen()->geometry());
     // The state and not showFullScreen(), which would also ask for the focus.
     window.setWindowStates(Qt::WindowFullScreen);
+    if (x11::isX11Session())
+        placeFullScreenX11(window.winId(), input);
 }
 
-void finishPlacement(QWindow &window, PointerInput input)
+void finishPlacement(QWindow &window)
 {
     if (x11::isX11Session())
-        finishPlacementX11(window.winId(), input);
+        finishPlacementX11(window.winId());
 }
 
 } // namespace corvella

@@ -12,10 +12,11 @@ enum class PointerInput { accepted, passedThrough };
 // afterwards, since QWindow::show() would make it an ordinary window again.
 void placeFullScreen(QWindow &window, PointerInput input);
 
-// Once it is up: asks the display server for what cannot be said before.
-void finishPlacement(QWindow &window, PointerInput input);
+// Once it is up: asks the window manager for what cannot be said before.
+void finishPlacement(QWindow &window);
 
-// The X11 half of finishPlacement; `windowId` as the server knows it.
-void finishPlacementX11(unsigned long windowId, PointerInput input);
+// The X11 halves of both; `windowId` as the server knows it.
+void placeFullScreenX11(unsigned long windowId, PointerInput input);
+void finishPlacementX11(unsigned long windowId);
 
 } // namespace corvella

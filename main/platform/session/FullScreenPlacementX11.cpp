@@ -36,25 +36,35 @@ void sendToRoot(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t ty
 
 } // namespace
 
-void finishPlacementX11(unsigned long windowId, PointerInput input)
+void placeFullScreenX11(unsigned long windowId, PointerInput input)
 {
-    const x11::Connection connection = x11::connectToServer();
-    if (!connection)
+    xcb_connection_t *const server = x11::applicationConnection();
+    if (!server)
         return;
-    xcb_connection_t *const server = connection.get();
     const auto window = static_cast<xcb_window_t>(windowId);
-    constexpr uint32_t kAllWorkspaces = 0xFFFFFFFF;
-    constexpr uint32_t kAdd = 1;
-    constexpr uint32_t kFromPager = 2; // some managers heed only a pager here
-    sendToRoot(server, window, atom(server, "_NET_WM_DESKTOP"), {kAllWorkspaces, kFromPager});
-    sendToRoot(server, window, atom(server, "_NET_WM_STATE"),
-               {kAdd, atom(server, "_NET_WM_STATE_SKIP_TASKBAR"),
-                atom(server, "_NET_WM_STATE_SKIP_PAGER"), kFromPager});
+    // Added to what Qt writes there before it maps the window, and read by the manager once, then:
+    // a message afterwards gets lost between the two now and then.
+    const std::array states{atom(server, "_NET_WM_STATE_SKIP_TASKBAR"),
+                            atom(server, "_NET_WM_STATE_SKIP_PAGER")};
+    xcb_change_property(server, XCB_PROP_MODE_APPEND, window, atom(server, "_NET_WM_STATE"),
+                        XCB_ATOM_ATOM, 32, states.size(), states.data());
     if (input == PointerInput::passedThrough) {
-        // An input shape without a single rectangle: clicks go to what lies beneath, keys still come.
-        xcb_shape_rectangles(server, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
-                             window, 0, 0, 0, nullptr);
+        // An input shape without a single rectangle: clicks go to what lies beneath, keys still
+        // come.
+        xcb_shape_rectangles(server, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT,
+                             XCB_CLIP_ORDERING_UNSORTED, window, 0, 0, 0, nullptr);
     }
+}
+
+void finishPlacementX11(unsigned long windowId)
+{
+    xcb_connection_t *const server = x11::applicationConnection();
+    if (!server)
+        return;
+    constexpr uint32_t kAllWorkspaces = 0xFFFFFFFF;
+    constexpr uint32_t kFromPager = 2; // some managers heed only a pager here
+    sendToRoot(server, static_cast<xcb_window_t>(windowId), atom(server, "_NET_WM_DESKTOP"),
+               {kAllWorkspaces, kFromPager});
     xcb_flush(server);
 }
 

@@ -18,6 +18,12 @@ Connection connectToServer()
     return connection;
 }
 
+xcb_connection_t *applicationConnection()
+{
+    const auto *application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return application ? application->connection() : nullptr;
+}
+
 xcb_window_t rootWindow(xcb_connection_t *connection)
 {
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;

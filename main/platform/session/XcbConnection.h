@@ -26,6 +26,10 @@ template <typename Reply> using ReplyOf = std::unique_ptr<Reply, FreeReply>;
 // Null where no X server answers.
 [[nodiscard]] Connection connectToServer();
 
+// Qt's own connection, on which requests keep their order with Qt's. Null where Qt is not on X11.
+// Owned by Qt: never to be closed.
+[[nodiscard]] xcb_connection_t *applicationConnection();
+
 [[nodiscard]] xcb_window_t rootWindow(xcb_connection_t *connection);
 
 } // namespace corvella::x11

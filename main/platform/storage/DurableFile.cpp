@@ -1,6 +1,7 @@
 #include "platform/storage/DurableFile.h"
 
 #include "platform/storage/FileDescriptor.h"
+#include "platform/storage/FileLock.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -103,10 +104,8 @@ FileDescriptor openAlone(const QByteArray &name)
                                    O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
         if (!file.isOpen())
             return file;
-        while (::flock(file.get(), LOCK_EX) != 0) {
-            if (errno != EINTR)
-                return FileDescriptor();
-        }
+        if (!lockAlone(file.get()))
+            return FileDescriptor();
         if (isStillNamed(file, name))
             return ::ftruncate(file.get(), 0) == 0 ? std::move(file) : FileDescriptor();
     }

@@ -3,10 +3,24 @@
 #include <QFile>
 
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
 
 namespace corvella {
+
+bool lockAlone(int descriptor)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr timespec kPause{0, 1'000'000}; // flock() has no waiting time of its own
+    const Clock::time_point limit = Clock::now() + kLongestLockWait;
+    while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || Clock::now() >= limit)
+            return false;
+        ::nanosleep(&kPause, nullptr);
+    }
+    return true;
+}
 
 std::optional<FileLock> FileLock::acquire(const QString &path)
 {
@@ -18,10 +32,8 @@ std::optional<FileLock> FileLock::acquire(const QString &path)
         file = FileDescriptor(::open(name.constData(), O_RDONLY | O_CLOEXEC));
     if (!file.isOpen())
         return std::nullopt;
-    while (::flock(file.get(), LOCK_EX) != 0) {
-        if (errno != EINTR)
-            return std::nullopt;
-    }
+    if (!lockAlone(file.get()))
+        return std::nullopt;
     return FileLock(std::move(file));
 }
 

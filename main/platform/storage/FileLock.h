@@ -1,21 +1,30 @@
 // An advisory lock on a file name (flock), held while the object lives. Excludes other processes
-// and equally the other threads of this one, since every lock is an open file of its own. Waits as
-// long as another holds it.
+// and equally the other threads of this one, since every lock is an open file of its own. Waits for
+// another holder, but not for ever: one that was stopped in the middle must not stop the walls.
 #pragma once
 
 #include "platform/storage/FileDescriptor.h"
 
 #include <QString>
 
+#include <chrono>
 #include <optional>
 
 namespace corvella {
+
+// A write takes milliseconds, and a dozen may queue up.
+inline constexpr std::chrono::seconds kLongestLockWait{3};
+
+// Locks an open file for this holder alone, waiting up to kLongestLockWait; false with errno set
+// when that fails (EWOULDBLOCK: another holds it).
+[[nodiscard]] bool lockAlone(int descriptor);
 
 class FileLock
 {
 public:
     // Makes the file if it is missing and leaves it there for good: removing it would let two
-    // holders in. None when it can neither be made nor opened; errno then says why.
+    // holders in. None when it can neither be made nor opened or another holds it for longer than
+    // kLongestLockWait; errno then says why.
     [[nodiscard]] static std::optional<FileLock> acquire(const QString &path);
 
 private:

@@ -92,7 +92,8 @@ QString UserDefaults::fileName() const
 
 bool UserDefaults::isReadable() const
 {
-    return m_reader.read(filePath()).state != DefaultsState::unreadable;
+    const DefaultsState state = m_reader.read(filePath()).state;
+    return state == DefaultsState::missing || state == DefaultsState::whole;
 }
 
 QJsonValue UserDefaults::value(const QString &key) const

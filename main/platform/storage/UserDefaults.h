@@ -31,8 +31,8 @@ public:
 
     // The user's file, by the environment of this moment.
     [[nodiscard]] QString filePath() const;
-    // Whether the user's file is missing or can be read; false means that its values are unknown,
-    // not absent.
+    // Whether the user's file is missing or whole; false means that its values are unknown, not
+    // absent. Unlike reading a value, asking never sets a damaged file aside.
     [[nodiscard]] bool isReadable() const;
 
     // The value in force, the user's before the machine's; undefined when there is none.

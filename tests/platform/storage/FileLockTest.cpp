@@ -37,6 +37,18 @@ TEST(FileLockTest, CanBeTakenAgainWithTheFileOfBefore)
     EXPECT_TRUE(FileLock::acquire(path));
 }
 
+TEST(FileLockTest, GivesUpOnAHolderThatDoesNotLetGo)
+{
+    const test::TemporaryHome home;
+    const QString path = home.path(QStringLiteral("lock"));
+    const std::optional<FileLock> stuck = FileLock::acquire(path);
+    ASSERT_TRUE(stuck);
+    const std::optional<FileLock> second = FileLock::acquire(path);
+    const int error = errno;
+    EXPECT_FALSE(second);
+    EXPECT_EQ(error, EWOULDBLOCK);
+}
+
 TEST(FileLockTest, CannotBeTakenWithoutAFolder)
 {
     const test::TemporaryHome home;
