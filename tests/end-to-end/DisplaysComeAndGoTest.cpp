@@ -184,5 +184,14 @@ TEST_F(DisplaysOfABareServer, WallFollowsThem)
     expectRebuild(u"3 -> 2"_s, {kFirst, kThird});
 }
 
+TEST_F(DisplaysOfABareServer, WallFollowsTheDisplayThatTakesTheMainOnesPlace)
+{
+    startOn({kFirst, kSecond});
+    const Display moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
+    pullOut(kFirst);
+    plugIn(moved);
+    expectRebuild(u"2 -> 1"_s, {moved});
+}
+
 } // namespace
 } // namespace corvella

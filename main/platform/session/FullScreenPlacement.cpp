@@ -1,5 +1,6 @@
 #include "platform/session/FullScreenPlacement.h"
 
+#include "platform/session/Screens.h"
 #include "platform/session/XcbConnection.h"
 
 #include <QGuiApplication>
@@ -15,7 +16,7 @@ void placeFullScreen(QWindow &window, PointerInput input)
     if (input == PointerInput::passedThrough && !x11::isX11Session())
         flags |= Qt::WindowTransparentForInput;
     window.setFlags(flags);
-    window.setGeometry(window.screen()->geometry());
+    window.setGeometry(frameOf(*window.screen()));
     // The state and not showFullScreen(), which would also ask for the focus.
     window.setWindowStates(Qt::WindowFullScreen);
     if (x11::isX11Session())

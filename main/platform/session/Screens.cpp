@@ -2,8 +2,16 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <qpa/qplatformscreen.h>
 
 namespace corvella {
+
+QRect frameOf(const QScreen &screen)
+{
+    // Where one change of the layout removes a display and moves another, QScreen keeps the old
+    // place (seen with Qt 6.4 on X11); the platform's own record is right.
+    return screen.handle()->deviceIndependentGeometry();
+}
 
 Screens::Screens(QObject *parent)
     : QObject(parent)
@@ -29,8 +37,8 @@ QList<Screen> Screens::list() const
     QList<Screen> list;
     for (QScreen *screen : QGuiApplication::screens()) {
         // With no display attached Qt offers a placeholder without a size.
-        if (!screen->geometry().isEmpty())
-            list << Screen{screen, screen->geometry(), screen->devicePixelRatio()};
+        if (const QRect frame = frameOf(*screen); !frame.isEmpty())
+            list << Screen{screen, frame, screen->devicePixelRatio()};
     }
     return list;
 }

@@ -15,6 +15,9 @@ struct Screen
     double scale = 1;          // pixels per point
 };
 
+// A display's place and size in points, as the platform has it at this moment.
+[[nodiscard]] QRect frameOf(const QScreen &screen);
+
 class Screens : public QObject
 {
     Q_OBJECT
