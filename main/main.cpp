@@ -45,12 +45,15 @@ CommandLine readCommandLine(int argc, char **argv)
     return CommandLine::parse(args);
 }
 
-// --refresh and --prime; until downloads are built in, both only make sure of the built-in clip.
-int refresh(int &argc, char **argv)
+// --refresh and --prime: no window, no event loop, and through when the imagery is there.
+int refresh(int &argc, char **argv, bool everything)
 {
     const QCoreApplication application(argc, argv);
     Cache::seedIfEmpty();
-    Cache::refresh();
+    if (everything)
+        Cache::pass(true, true, true);
+    else
+        Cache::refresh();
     return EXIT_SUCCESS;
 }
 
@@ -86,6 +89,6 @@ int main(int argc, char **argv)
         return EXIT_SUCCESS;
     }
     if (commandLine.refreshOnly || commandLine.primeOnly)
-        return refresh(argc, argv);
+        return refresh(argc, argv, !commandLine.refreshOnly);
     return runApplication(argc, argv, commandLine);
 }

@@ -7,6 +7,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../main"
 declare -A allowed=(
     [log]=""
     [platform/storage]="log"
+    [platform/net]=""
     [platform/time]=""
     [platform/video]="log platform/time"
     [platform/layers]="log platform/time platform/video"

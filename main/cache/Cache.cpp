@@ -24,6 +24,18 @@ const CacheFolder &folder()
     return folder;
 }
 
+HttpSession &session()
+{
+    static HttpSession session;
+    return session;
+}
+
+Refresher &refresher()
+{
+    static Refresher refresher(folder(), session(), QDateTime::currentDateTimeUtc);
+    return refresher;
+}
+
 } // namespace
 
 const QString &dir()
@@ -78,7 +90,22 @@ void refresh()
         log(QStringLiteral("offline or read-only, not refreshing the cache"));
         return;
     }
-    log(QStringLiteral("refresh: downloading is not built in yet; keeping the cache"));
+    refresher().refresh();
+}
+
+std::optional<QDateTime> refreshNow(bool everything, const Refresher::Progress &progress)
+{
+    return refresher().refreshNow(everything, progress);
+}
+
+void pass(bool check, bool everything, bool wait, const Refresher::Progress &progress)
+{
+    refresher().pass(check, everything, wait, progress);
+}
+
+void cancelRefreshing()
+{
+    session().cancel();
 }
 
 } // namespace corvella::Cache

@@ -3,7 +3,7 @@
 // writes leave what was there.
 #pragma once
 
-#include "cache/CacheFolder.h"
+#include "cache/Refresher.h"
 
 namespace corvella::Cache {
 
@@ -25,8 +25,13 @@ void seedIfEmpty();
 [[nodiscard]] bool readOnly();
 void setReadOnly(bool readOnly);
 
-// The scheduled refresh. Blocks until it is through; not for the main thread of the running
-// application.
-void refresh();
+// See Refresher for these. They block until they are through; not for the main thread of the
+// running application.
+void refresh(); // does nothing, and says so, offline or when the cache is only read
+std::optional<QDateTime> refreshNow(bool everything, const Refresher::Progress &progress = {});
+void pass(bool check, bool everything, bool wait, const Refresher::Progress &progress = {});
+
+// Ends a pass under way soon, and all later ones at once: the program ends. Any thread.
+void cancelRefreshing();
 
 } // namespace corvella::Cache

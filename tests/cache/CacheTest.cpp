@@ -1,7 +1,10 @@
 #include "cache/Cache.h"
 #include "settings/Settings.h"
 #include "support/CapturedLog.h"
+#include "support/NginxServer.h"
+#include "support/QtPrinting.h"
 #include "support/TemporaryHome.h"
+#include "support/TestImageryHost.h"
 
 #include <QFileInfo>
 
@@ -58,14 +61,29 @@ TEST(CacheTest, IsNotRefreshedOfflineOrReadOnly)
     EXPECT_THAT(log.messages(), ElementsAre(refused, refused));
 }
 
-TEST(CacheTest, KeepsTheCacheWhenARefreshHasNothingToDownloadWith)
+TEST(CacheTest, RefreshesItsOwnFolderFromTheHostsThatAreSet)
 {
     const test::TemporaryHome home;
-    test::CapturedLog log;
+    const test::TestAuthority authority;
+    authority.trust();
+    const test::TestImageryHost host({QStringLiteral("171")});
+    test::NginxServer server(authority.issue({QStringLiteral("localhost")}), host.folder());
+    Settings::setImageryHost(server.host());
+    Settings::setProducts({QStringLiteral("171")});
+
     Cache::refresh();
-    EXPECT_THAT(
-        log.messages(),
-        ElementsAre(QStringLiteral("refresh: downloading is not built in yet; keeping the cache")));
+    EXPECT_EQ(home.read(home.cache(QStringLiteral("Corvella/171.mp4"))),
+              test::TestImageryHost::clip(QStringLiteral("171")));
+    EXPECT_LT(Settings::lastCheck().secsTo(QDateTime::currentDateTimeUtc()), 60);
+    server.takeRequests();
+    EXPECT_FALSE(Cache::refreshNow(false));
+    EXPECT_EQ(server.takeRequests().size(), 1);
+    EXPECT_TRUE(Cache::refreshNow(false)) << "twice within the hour";
+    Cache::pass(true, true, true);
+    EXPECT_EQ(server.takeRequests().size(), 1);
+    Cache::cancelRefreshing();
+    Cache::pass(true, true, true);
+    EXPECT_TRUE(server.takeRequests().isEmpty());
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // A wall where there is no desktop: on platforms that Qt brings along.
+#include "support/Loopback.h"
 #include "support/ProgramUnderTest.h"
 #include "support/RfbClient.h"
 #include "support/TestPattern.h"
@@ -49,7 +50,7 @@ TEST_F(NoDesktop, IdleTimeIsNotKnownAndTheSaverNeverComes)
 
 TEST_F(NoDesktop, WallIsSeenFromAfar)
 {
-    const quint16 port = test::RfbClient::freePort();
+    const quint16 port = test::freePort();
     m_program.showOnPlatform(u"vnc:size=800x450:port=%1"_s.arg(port));
     m_program.start();
     EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode wall"_s));

@@ -1,5 +1,6 @@
 #include "support/RfbClient.h"
 
+#include "support/Loopback.h"
 #include "support/Waiting.h"
 
 #include <QtEndian>
@@ -23,15 +24,6 @@ const QByteArray kSetPixelFormat = QByteArray::fromHex("00 000000");
 const QByteArray kSetEncodingsToRaw = QByteArray::fromHex("02 00 0001 00000000");
 const QByteArray kRequestWholeUpdate = QByteArray::fromHex("03 00 0000 0000");
 
-sockaddr_in localAddress(quint16 port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
 template <typename Number> QByteArray bigEndian(Number number)
 {
     QByteArray bytes(sizeof number, Qt::Uninitialized);
@@ -40,17 +32,6 @@ template <typename Number> QByteArray bigEndian(Number number)
 }
 
 } // namespace
-
-quint16 RfbClient::freePort()
-{
-    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = localAddress(0);
-    socklen_t length = sizeof address;
-    EXPECT_EQ(::bind(descriptor, reinterpret_cast<const sockaddr *>(&address), length), 0);
-    EXPECT_EQ(::getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &length), 0);
-    ::close(descriptor);
-    return ntohs(address.sin_port);
-}
 
 RfbClient::RfbClient(quint16 port)
 {
@@ -66,7 +47,7 @@ RfbClient::RfbClient(quint16 port)
 
 bool RfbClient::connectTo(quint16 port)
 {
-    const sockaddr_in address = localAddress(port);
+    const sockaddr_in address = loopback(port);
     m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (::connect(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
         return true;

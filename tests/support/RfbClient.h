@@ -12,9 +12,6 @@ namespace corvella::test {
 class RfbClient
 {
 public:
-    // A TCP port of this machine that nobody listens to now.
-    [[nodiscard]] static quint16 freePort();
-
     // Connects to a server on this machine that asks for no password, as soon as it listens; fails
     // the test when that does not come about.
     explicit RfbClient(quint16 port);

@@ -1,8 +1,8 @@
 #include "platform/storage/DurableFile.h"
 
-#include "platform/storage/FileDescriptor.h"
 #include "platform/storage/FileLock.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <functional>
 #include <sys/file.h>
 #include <sys/stat.h>
 
@@ -25,11 +24,10 @@ FileResult FileResult::fromErrno(int error)
             .reason = qt_error_string(error)};
 }
 
-namespace DurableFile {
-
 namespace {
 
 constexpr mode_t kPermissionBits = 07777;
+const QString kTemporarySuffix = QStringLiteral(".tmp");
 
 FileResult lastError()
 {
@@ -48,22 +46,6 @@ FileResult writeAll(int descriptor, const char *bytes, size_t count)
         }
     }
     return {};
-}
-
-FileResult copyAll(int from, int to)
-{
-    std::array<char, 1 << 16> buffer;
-    for (;;) {
-        const ssize_t got = ::read(from, buffer.data(), buffer.size());
-        if (got == 0)
-            return {};
-        if (got < 0 && errno != EINTR)
-            return lastError();
-        if (got > 0) {
-            if (FileResult result = writeAll(to, buffer.data(), size_t(got)); !result.isOk())
-                return result;
-        }
-    }
 }
 
 // Without this the rename itself may be forgotten by a power cut. Some network file systems cannot
@@ -120,36 +102,56 @@ void keepPermissions(const QByteArray &from, const FileDescriptor &to)
         (void)::fchmod(to.get(), before.st_mode & kPermissionBits);
 }
 
-using Fill = std::function<FileResult(int descriptor)>;
-
-FileResult replaceWith(const QString &path, const Fill &fill)
+QString resolved(const QString &path)
 {
-    const QString linked =
+    const QString target =
         QFileInfo(path).isSymLink() ? QFileInfo(path).canonicalFilePath() : QString();
-    const QString target = linked.isEmpty() ? path : linked;
-    const QByteArray temporary = QFile::encodeName(target) + ".tmp";
-    const FileDescriptor file = openAlone(temporary);
-    if (!file.isOpen())
-        return lastError();
-
-    keepPermissions(QFile::encodeName(target), file);
-    FileResult result = fill(file.get());
-    if (result.isOk() && ::fsync(file.get()) != 0)
-        result = lastError();
-    if (result.isOk())
-        result = moveIntoPlace(temporary, target);
-    if (!result.isOk() && isStillNamed(file, temporary))
-        ::unlink(temporary.constData());
-    return result;
+    return target.isEmpty() ? path : target;
 }
 
 } // namespace
 
+PendingFile::PendingFile(const QString &path)
+    : m_path(resolved(path))
+    , m_temporary(QFile::encodeName(m_path + kTemporarySuffix))
+    , m_file(openAlone(m_temporary))
+{
+    if (m_file.isOpen())
+        keepPermissions(QFile::encodeName(m_path), m_file);
+    else
+        m_result = lastError();
+}
+
+PendingFile::~PendingFile()
+{
+    // Renamed into place, the name is gone or the next writer's.
+    if (m_file.isOpen() && isStillNamed(m_file, m_temporary))
+        ::unlink(m_temporary.constData());
+}
+
+FileResult PendingFile::append(const char *bytes, size_t count)
+{
+    if (m_result.isOk())
+        m_result = writeAll(m_file.get(), bytes, count);
+    return m_result;
+}
+
+FileResult PendingFile::commit()
+{
+    if (m_result.isOk() && ::fsync(m_file.get()) != 0)
+        m_result = lastError();
+    if (m_result.isOk())
+        m_result = moveIntoPlace(m_temporary, m_path);
+    return m_result;
+}
+
+namespace DurableFile {
+
 FileResult write(const QString &path, const QByteArray &bytes)
 {
-    return replaceWith(path, [&bytes](int descriptor) {
-        return writeAll(descriptor, bytes.constData(), size_t(bytes.size()));
-    });
+    PendingFile file(path);
+    (void)file.append(bytes.constData(), size_t(bytes.size())); // commit() repeats its failure
+    return file.commit();
 }
 
 FileResult copy(const QString &source, const QString &path)
@@ -158,16 +160,34 @@ FileResult copy(const QString &source, const QString &path)
         ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!from.isOpen())
         return lastError();
-    return replaceWith(path, [&from](int descriptor) { return copyAll(from.get(), descriptor); });
+    PendingFile file(path);
+    std::array<char, 1 << 16> buffer;
+    for (;;) {
+        const ssize_t got = ::read(from.get(), buffer.data(), buffer.size());
+        if (got == 0)
+            return file.commit();
+        if (got < 0 && errno != EINTR)
+            return lastError();
+        if (got > 0) {
+            if (FileResult result = file.append(buffer.data(), size_t(got)); !result.isOk())
+                return result;
+        }
+    }
 }
 
-FileResult replace(const QString &path, const QString &temporary)
+void removeAbandoned(const QString &folder)
 {
-    const QByteArray name = QFile::encodeName(temporary);
-    const FileDescriptor file(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file.isOpen() || ::fsync(file.get()) != 0)
-        return lastError();
-    return moveIntoPlace(name, path);
+    const QDir dir(folder);
+    const QStringList names =
+        dir.entryList({u'*' + kTemporarySuffix}, QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString &name : names) {
+        const QByteArray path = QFile::encodeName(dir.filePath(name));
+        const FileDescriptor file(
+            ::open(path.constData(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (file.isOpen() && lockAlone(file.get(), std::chrono::milliseconds(0))
+            && isStillNamed(file, path))
+            ::unlink(path.constData());
+    }
 }
 
 } // namespace DurableFile

@@ -2,7 +2,14 @@
 // beside the old one, flushed, renamed over it, and the folder is flushed. Any thread, any process;
 // these calls wait for the disk. Nothing is logged here: the caller knows what the file meant to
 // somebody.
+//
+// In every call: a failure leaves the file at `path` as it was. The folder of `path` must exist.
+// The new content waits under `path` + ".tmp" until it is whole; writers of one path take turns by
+// themselves, also between processes. A symbolic link at `path` stays and what it points to is
+// replaced; permission bits stay too.
 #pragma once
+
+#include "platform/storage/FileDescriptor.h"
 
 #include <QByteArray>
 #include <QString>
@@ -24,12 +31,30 @@ struct [[nodiscard]] FileResult
     static FileResult fromErrno(int error); // 0 is ok
 };
 
-namespace DurableFile {
+// New content for a file, in pieces. Dropped with the object unless it was committed. One thread at
+// a time.
+class PendingFile
+{
+public:
+    // Waits for its turn; a failure shows itself in the calls below.
+    explicit PendingFile(const QString &path);
+    ~PendingFile();
+    PendingFile(const PendingFile &) = delete;
+    PendingFile &operator=(const PendingFile &) = delete;
 
-// In every call: a failure leaves the file at `path` as it was. The folder of `path` must exist.
-// The new content waits under `path` + ".tmp" until it is whole; writers of one path take turns by
-// themselves, also between processes. A symbolic link at `path` stays and what it points to is
-// replaced; permission bits stay too.
+    // After a failure every call gives that failure again and does nothing.
+    FileResult append(const char *bytes, size_t count);
+    // Puts what was written in place. Call it once.
+    FileResult commit();
+
+private:
+    QString m_path; // links resolved
+    QByteArray m_temporary;
+    FileDescriptor m_file;
+    FileResult m_result; // the first failure
+};
+
+namespace DurableFile {
 
 // Makes `bytes` the content of `path`.
 FileResult write(const QString &path, const QByteArray &bytes);
@@ -37,10 +62,9 @@ FileResult write(const QString &path, const QByteArray &bytes);
 // Makes `path` a copy of the plain file `source`.
 FileResult copy(const QString &source, const QString &path);
 
-// Moves the whole file `temporary`, which lies in the same file system, to `path` in place of
-// whatever file was there. Here a symbolic link at `path` is replaced itself. On failure
-// `temporary` is left for the caller.
-FileResult replace(const QString &path, const QString &temporary);
+// Removes the temporary files that writers which crashed have left in a folder. Those that somebody
+// is still writing stay.
+void removeAbandoned(const QString &folder);
 
 } // namespace DurableFile
 

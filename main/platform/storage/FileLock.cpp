@@ -2,27 +2,33 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
-#include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <thread>
 
 namespace corvella {
 
-bool lockAlone(int descriptor)
+bool lockAlone(int descriptor, std::chrono::milliseconds longestWait)
 {
     using Clock = std::chrono::steady_clock;
-    constexpr timespec kPause{0, 1'000'000}; // flock() has no waiting time of its own
-    const Clock::time_point limit = Clock::now() + kLongestLockWait;
+    // flock() has no waiting time of its own. A short wait ends at once, a long one costs little.
+    constexpr std::chrono::milliseconds kShortestPause{1};
+    constexpr std::chrono::milliseconds kLongestPause{50};
+    const Clock::time_point limit = Clock::now() + longestWait;
+    std::chrono::milliseconds pause = kShortestPause;
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         if ((errno != EWOULDBLOCK && errno != EINTR) || Clock::now() >= limit)
             return false;
-        ::nanosleep(&kPause, nullptr);
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, kLongestPause);
     }
     return true;
 }
 
-std::optional<FileLock> FileLock::acquire(const QString &path)
+std::optional<FileLock> FileLock::acquire(const QString &path,
+                                          std::chrono::milliseconds longestWait)
 {
     const QByteArray name = QFile::encodeName(path);
     FileDescriptor file(::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
@@ -32,7 +38,7 @@ std::optional<FileLock> FileLock::acquire(const QString &path)
         file = FileDescriptor(::open(name.constData(), O_RDONLY | O_CLOEXEC));
     if (!file.isOpen())
         return std::nullopt;
-    if (!lockAlone(file.get()))
+    if (!lockAlone(file.get(), longestWait))
         return std::nullopt;
     return FileLock(std::move(file));
 }

@@ -15,17 +15,19 @@ namespace corvella {
 // A write takes milliseconds, and a dozen may queue up.
 inline constexpr std::chrono::seconds kLongestLockWait{3};
 
-// Locks an open file for this holder alone, waiting up to kLongestLockWait; false with errno set
-// when that fails (EWOULDBLOCK: another holds it).
-[[nodiscard]] bool lockAlone(int descriptor);
+// Locks an open file for this holder alone, trying again for up to longestWait (0: once); false
+// with errno set when that fails (EWOULDBLOCK: another holds it).
+[[nodiscard]] bool lockAlone(int descriptor,
+                             std::chrono::milliseconds longestWait = kLongestLockWait);
 
 class FileLock
 {
 public:
     // Makes the file if it is missing and leaves it there for good: removing it would let two
     // holders in. None when it can neither be made nor opened or another holds it for longer than
-    // kLongestLockWait; errno then says why.
-    [[nodiscard]] static std::optional<FileLock> acquire(const QString &path);
+    // longestWait; errno then says why (EWOULDBLOCK: another holds it).
+    [[nodiscard]] static std::optional<FileLock>
+    acquire(const QString &path, std::chrono::milliseconds longestWait = kLongestLockWait);
 
 private:
     explicit FileLock(FileDescriptor file)

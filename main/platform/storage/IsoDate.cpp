@@ -1,12 +1,18 @@
 #include "platform/storage/IsoDate.h"
 
+#include <QRegularExpression>
+
 namespace corvella {
 
 std::optional<QDateTime> parseIsoDate(QStringView text)
 {
+    // Qt alone takes much more for a date: no seconds, a space for the T, a comma for the point.
+    static const QRegularExpression form(QStringLiteral(
+        R"(\A\d{4}-\d\d-\d\dT([01]\d|2[0-3]):\d\d:\d\d(\.\d{1,9})?(Z|[+-]\d\d:\d\d)\z)"));
+    if (!form.match(text).hasMatch())
+        return std::nullopt;
     const QDateTime instant = QDateTime::fromString(text.toString(), Qt::ISODateWithMs);
-    const bool hasZone = instant.timeSpec() == Qt::UTC || instant.timeSpec() == Qt::OffsetFromUTC;
-    if (!instant.isValid() || !hasZone)
+    if (!instant.isValid())
         return std::nullopt;
     return instant.toUTC();
 }

@@ -151,31 +151,59 @@ TEST_F(DurableFileTest, KeepsTheOldFileWhenTheDiskIsTooFullForTheCopy)
     EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
 }
 
-TEST_F(DurableFileTest, MovesAWrittenFileIntoPlaceWithOrWithoutAnOldOne)
-{
-    const QString temporary = m_home.path(QStringLiteral("download"));
-    for (const char *content : {"first", "second"}) {
-        m_home.write(temporary, content);
-        EXPECT_TRUE(DurableFile::replace(m_path, temporary).isOk());
-        EXPECT_EQ(m_home.read(m_path), QByteArray(content));
-        EXPECT_FALSE(QFileInfo::exists(temporary));
-    }
-}
-
-TEST_F(DurableFileTest, LeavesTheWrittenFileToTheCallerWhenItCannotBeMoved)
-{
-    const QString temporary = m_home.path(QStringLiteral("download"));
-    m_home.write(temporary, "content");
-    EXPECT_FALSE(
-        DurableFile::replace(m_home.path(QStringLiteral("absent/file")), temporary).isOk());
-    EXPECT_EQ(m_home.read(temporary), QByteArray("content"));
-}
-
-TEST_F(DurableFileTest, HasNothingToMoveWhenTheWrittenFileIsMissing)
+TEST_F(DurableFileTest, ShowsContentThatComesInPiecesOnlyWhole)
 {
     m_home.write(m_path, "old");
-    EXPECT_FALSE(DurableFile::replace(m_path, m_home.path(QStringLiteral("absent"))).isOk());
+    PendingFile file(m_path);
+    EXPECT_TRUE(file.append("new ", 4).isOk());
+    EXPECT_TRUE(file.append("content", 7).isOk());
     EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+    EXPECT_TRUE(file.commit().isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("new content"));
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, DropsWhatWasNotFinished)
+{
+    m_home.write(m_path, "old");
+    {
+        PendingFile file(m_path);
+        EXPECT_TRUE(file.append("half", 4).isOk());
+    }
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, DoesNotPutContentWithAGapInPlace)
+{
+    m_home.write(m_path, "old");
+    {
+        PendingFile file(m_path);
+        {
+            const test::FileSizeLimit fullDisk(10);
+            EXPECT_EQ(file.append("far too long", 12).status, FileStatus::noSpace);
+        }
+        EXPECT_EQ(file.append("short", 5).status, FileStatus::noSpace);
+        EXPECT_EQ(file.commit().status, FileStatus::noSpace);
+    }
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
+TEST_F(DurableFileTest, RemovesWhatCrashedWritersLeftAndNothingElse)
+{
+    m_home.write(m_path, "whole");
+    m_home.write(m_home.path(QStringLiteral("a.tmp")), "half");
+    m_home.write(m_home.path(QStringLiteral(".b.mp4.tmp")), "half");
+    ASSERT_TRUE(QDir().mkpath(m_home.path(QStringLiteral("folder.tmp"))));
+    PendingFile living(m_home.path(QStringLiteral("living")));
+    EXPECT_TRUE(living.append("content", 7).isOk());
+
+    DurableFile::removeAbandoned(m_home.path());
+    EXPECT_EQ(names(), (QStringList{QStringLiteral("file"), QStringLiteral("living.tmp")}));
+    EXPECT_TRUE(QFileInfo::exists(m_home.path(QStringLiteral("folder.tmp"))));
+    EXPECT_TRUE(living.commit().isOk());
+    EXPECT_EQ(m_home.read(m_home.path(QStringLiteral("living"))), QByteArray("content"));
 }
 
 TEST(FileResultTest, CallsEveryWayToRunOutOfRoomNoSpace)

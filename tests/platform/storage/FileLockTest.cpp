@@ -49,6 +49,17 @@ TEST(FileLockTest, GivesUpOnAHolderThatDoesNotLetGo)
     EXPECT_EQ(error, EWOULDBLOCK);
 }
 
+TEST(FileLockTest, DoesNotWaitWhenToldNotTo)
+{
+    const test::TemporaryHome home;
+    const QString path = home.path(QStringLiteral("lock"));
+    const std::optional<FileLock> held = FileLock::acquire(path);
+    ASSERT_TRUE(held);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(FileLock::acquire(path, std::chrono::milliseconds(0)));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kLongestLockWait);
+}
+
 TEST(FileLockTest, CannotBeTakenWithoutAFolder)
 {
     const test::TemporaryHome home;

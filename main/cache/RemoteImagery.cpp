@@ -1,0 +1,213 @@
+#include "cache/RemoteImagery.h"
+
+#include "cache/RefreshRules.h"
+#include "log.h"
+#include "platform/storage/BoundedFile.h"
+#include "platform/storage/DurableFile.h"
+#include "settings/Hosts.h"
+#include "settings/Products.h"
+#include "settings/Settings.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QUrl>
+
+namespace corvella::Cache {
+
+namespace {
+
+constexpr qint64 kLargestSideFile = 4096; // bytes; an entity tag or a remote path
+constexpr int kOk = 200;
+constexpr int kNotModified = 304;
+
+const QString kIndexName = QStringLiteral("index.json");
+const QString kIndexPath = QStringLiteral("manifest/index.json");
+
+bool isDocument(const QString &path)
+{
+    return path.endsWith(u".json");
+}
+
+void writeSideFile(const QString &path, const QByteArray &text)
+{
+    // Lost, it costs one download.
+    (void)DurableFile::write(path, text);
+}
+
+} // namespace
+
+std::optional<QString> readSideFile(const QString &path)
+{
+    const BoundedRead read = readBounded(path, kLargestSideFile);
+    if (read.status != ReadStatus::ok)
+        return std::nullopt;
+    return QString::fromUtf8(read.bytes);
+}
+
+RemoteImagery::RemoteImagery(QString folder, HttpSession &session, const NetworkLimits &limits)
+    : m_folder(std::move(folder))
+    , m_session(session)
+    , m_limits(limits)
+{
+}
+
+bool RemoteImagery::hasFront()
+{
+    return Settings::imageryHost() != Hosts::origin();
+}
+
+QString RemoteImagery::host() const
+{
+    return m_onOrigin ? Hosts::origin() : Settings::imageryHost();
+}
+
+void RemoteImagery::complain(const QString &url, const QString &reason)
+{
+    if (m_session.isCancelled() || m_lastComplaint == reason)
+        return; // nobody waits for it any more; or a host that is down, asked for one file more
+    m_lastComplaint = reason;
+    log(url + u": " + reason);
+}
+
+void RemoteImagery::complain(const QString &url, const HttpAnswer &answer)
+{
+    complain(url,
+             answer.status == 0 ? answer.reason : QStringLiteral("status %1").arg(answer.status));
+}
+
+void RemoteImagery::setOnOrigin(bool onOrigin)
+{
+    m_onOrigin = onOrigin;
+    m_lastComplaint.clear();
+}
+
+// Empty when the parts do not form an address.
+QString RemoteImagery::url(const QString &host, const QString &path)
+{
+    const QUrl url(u"https://" + host + u'/' + path, QUrl::StrictMode);
+    return url.isValid() && !url.host().isEmpty() ? QString::fromLatin1(url.toEncoded())
+                                                  : QString();
+}
+
+std::optional<QByteArray> RemoteImagery::get(const QString &path)
+{
+    const QString address = url(host(), path);
+    if (address.isEmpty())
+        return std::nullopt;
+    QByteArray body;
+    const HttpAnswer answer = m_session.get({.url = address,
+                                             .compressed = true,
+                                             .idle = m_limits.document.idle,
+                                             .total = m_limits.document.total,
+                                             .largestBody = m_limits.document.largest},
+                                            [&body](const char *bytes, size_t count) {
+                                                body.append(bytes, qsizetype(count));
+                                                return true;
+                                            });
+    if (answer.status == kOk)
+        return body;
+    complain(address, answer);
+    return std::nullopt;
+}
+
+Fetched RemoteImagery::fetch(const QString &path, const QString &name,
+                             const std::function<void()> &stored)
+{
+    const QString target = file(name);
+    const QString source = target + QStringLiteral(".src");
+    const QString tag = target + QStringLiteral(".etag");
+    if (!isNewer(path, readSideFile(source)))
+        return Fetched::unchanged;
+    const QString address = url(host(), path);
+    if (address.isEmpty())
+        return Fetched::failed;
+
+    HttpRequest request{.url = address,
+                        .compressed = isDocument(path),
+                        .idle = m_limits.file.idle,
+                        .total = m_limits.file.total,
+                        .largestBody =
+                            isDocument(path) ? m_limits.document.largest : m_limits.file.largest};
+    if (const std::optional<QString> known = readSideFile(tag))
+        request.ifNoneMatch = known->toUtf8();
+    std::optional<PendingFile> download; // opened by the first byte: most answers have none
+    FileResult writing;
+    const HttpAnswer answer = m_session.get(request, [&](const char *bytes, size_t count) {
+        if (!download)
+            download.emplace(target);
+        writing = download->append(bytes, count);
+        return writing.isOk();
+    });
+    if (!writing.isOk()) {
+        complain(address, QStringLiteral("not stored: ") + writing.reason);
+        return Fetched::failed;
+    }
+    if (answer.status == kNotModified) {
+        writeSideFile(source, path.toUtf8());
+        return Fetched::unchanged;
+    }
+    if (answer.status != kOk) {
+        complain(address, answer);
+        return Fetched::failed;
+    }
+
+    // From here to the last side file, nothing claims to know where the file came from.
+    QFile::remove(source);
+    QFile::remove(tag);
+    if (!download)
+        download.emplace(target); // an empty body
+    if (const FileResult result = download->commit(); !result.isOk()) {
+        complain(address, QStringLiteral("not stored: ") + result.reason);
+        return Fetched::changed;
+    }
+    stored();
+    if (answer.etag)
+        writeSideFile(tag, *answer.etag);
+    writeSideFile(source, path.toUtf8());
+    return Fetched::changed;
+}
+
+RemoteImagery::ProductList RemoteImagery::remoteProducts(bool revalidate)
+{
+    const bool hasIndex = QFileInfo::exists(file(kIndexName));
+    bool reached = true;
+    if (revalidate || !hasIndex) {
+        reached = fetch(kIndexPath, kIndexName) != Fetched::failed;
+        const bool atOrigin = m_onOrigin || !hasFront();
+        if (!reached && !hasIndex) {
+            const QList<Remote> records = atOrigin ? singleRecords() : QList<Remote>();
+            if (records.isEmpty())
+                return {.list = std::nullopt, .reached = false};
+            return {.list = records, .reached = true};
+        }
+    }
+    return {.list = index().products, .reached = reached};
+}
+
+QList<Remote> RemoteImagery::singleRecords()
+{
+    QList<Remote> records;
+    for (const Product &product : products()) {
+        if (product.id == u"all")
+            continue;
+        const std::optional<QByteArray> body =
+            get(QStringLiteral("manifest/") + product.id + QStringLiteral(".json"));
+        const QJsonObject record = QJsonDocument::fromJson(body.value_or(QByteArray())).object();
+        if (const std::optional<Remote> offer = remote(record))
+            records << *offer;
+    }
+    return records;
+}
+
+ProductIndex RemoteImagery::index() const
+{
+    return parseProductIndex(readBounded(file(kIndexName), kLargestDocument).bytes);
+}
+
+std::optional<QDateTime> RemoteImagery::indexGenerated() const
+{
+    return index().generated;
+}
+
+} // namespace corvella::Cache
