@@ -17,6 +17,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
+constexpr std::chrono::hours kRefreshInterval{1};
 constexpr double kSettleSeconds = 1.5;  // without input, before shown saver walls react to input
 constexpr double kDismissSeconds = 0.5; // input more recent than this ends a saver
 constexpr MediaTime kRebuildDelay = milliseconds(500);
@@ -47,6 +48,7 @@ App::App(const Surroundings &surroundings)
     , m_workQueue(surroundings.clock)
 {
     connect(&m_tick, &QTimer::timeout, this, &App::tick);
+    connect(&m_hourly, &QTimer::timeout, this, &App::refreshInBackground);
 }
 
 App::~App()
@@ -62,6 +64,10 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
     qGuiApp->installEventFilter(this);
     m_tick.start(kTick);
+    if (!Settings::offline()) {
+        refreshInBackground();
+        m_hourly.start(kRefreshInterval);
+    }
     decideWhatToShow(commandLine);
 }
 
@@ -80,9 +86,15 @@ void App::decideWhatToShow(const CommandLine &commandLine)
         m_autoQuit = m_workQueue.after(toMediaTime(*commandLine.autoQuit), [] { qGuiApp->quit(); });
 }
 
+void App::refreshInBackground()
+{
+    m_background.start([] { Cache::refresh(); });
+}
+
 void App::applicationWillTerminate()
 {
     hide();
+    Cache::cancelRefreshing(); // its thread is awaited when the App goes
     Preferences::shared().setWallControls(nullptr);
     Preferences::shared().close();
 }

@@ -12,6 +12,7 @@
 #include "shell/WallWindow.h"
 
 #include <QObject>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <memory>
@@ -80,6 +81,7 @@ private:
     void setCursor(bool hidden);
     void screensChanged();
     void rebuildIfChanged();
+    void refreshInBackground();
 
     Screens &m_screens;
     IdleClock &m_idleClock;
@@ -87,6 +89,8 @@ private:
     const RendererKind m_renderer;
     WorkQueue m_workQueue;
     QTimer m_tick;
+    QTimer m_hourly;          // refreshes the imagery
+    QThreadPool m_background; // for what waits for the network
 
     // Windows go before the views whose layers they show.
     std::vector<std::unique_ptr<WallView>> m_walls;

@@ -38,6 +38,7 @@ protected:
     void SetUp() override
     {
         QFile::remove(home().config(QStringLiteral("space.tarrow.corvella.json")));
+        Settings::setOffline(true);
         m_log.emplace();
         m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_clock, RendererKind::raster});
     }

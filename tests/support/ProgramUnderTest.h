@@ -38,6 +38,8 @@ public:
     // A variable of its environment, absent for a null value.
     void setVariable(const QString &name, const QString &value);
 
+    [[nodiscard]] const QProcessEnvironment &environment() const { return m_environment; }
+
     // Stores these settings beside those that are stored already, as the program or its user does.
     void configure(const QJsonObject &settings) const;
     // Has been through the settings window, stays off the network, plays all there is, cuts from
