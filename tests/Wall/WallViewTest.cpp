@@ -157,7 +157,10 @@ TEST_F(WallViewTest, EachClipPlaysAsOftenAsItIsSetTo)
     Settings::setLoops(3);
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
-    EXPECT_EQ(m_log->messages().mid(0, 5),
+    QStringList messages = m_log->messages();
+    messages.removeIf( // where the machine has a choice
+        [](const QString &message) { return message.startsWith(QLatin1String("decoder: ")); });
+    EXPECT_EQ(messages.mid(0, 5),
               (QStringList{QStringLiteral("playing 171"),
                            QStringLiteral("clip ended (loops done 1 of 3)"),
                            QStringLiteral("clip ended (loops done 2 of 3)"),

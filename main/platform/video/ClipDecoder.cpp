@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace corvella {
 
@@ -49,6 +50,20 @@ int streamQuarterTurns(const AVStream &stream)
     return ((static_cast<int>(std::lround(-angle / 90.0)) % 4) + 4) % 4;
 }
 
+// Whether the header has told what is needed to decode, as an MP4's does. Else libavformat finds
+// out by decoding a dozen pictures, which cost 12 ms of the built-in clip, each time that it was
+// opened.
+bool isDescribed(const AVFormatContext &context)
+{
+    for (unsigned i = 0; i < context.nb_streams; ++i) {
+        const AVCodecParameters &stream = *context.streams[i]->codecpar;
+        if (stream.codec_type == AVMEDIA_TYPE_VIDEO)
+            return stream.width > 0 && stream.extradata_size > 0
+                && context.streams[i]->nb_frames > 0;
+    }
+    return false;
+}
+
 // One large clip decodes on several threads; small ones on one, whose first frame is out at once.
 int threadCount(qint64 pixels)
 {
@@ -58,7 +73,8 @@ int threadCount(qint64 pixels)
 } // namespace
 
 std::variant<ClipDecoder, ClipError> ClipDecoder::open(const QString &path,
-                                                       const std::atomic_bool &cancelled)
+                                                       const std::atomic_bool &cancelled,
+                                                       const HardwareDecoder &hardware)
 {
     av_log_set_level(AV_LOG_QUIET); // what matters is logged once, in our own words
     if (QFileInfo(path).size() == 0 && QFileInfo::exists(path))
@@ -75,11 +91,12 @@ std::variant<ClipDecoder, ClipError> ClipDecoder::open(const QString &path,
 
     ClipDecoder clip;
     clip.m_format.reset(context);
-    if (const int code = avformat_find_stream_info(context, nullptr); code < 0)
-        return ClipError{errorText(code)};
-    const AVCodec *codec = nullptr;
-    const int index = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
-    if (index < 0 || !codec)
+    if (!isDescribed(*context)) {
+        if (const int code = avformat_find_stream_info(context, nullptr); code < 0)
+            return ClipError{errorText(code)};
+    }
+    const int index = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, &clip.m_software, 0);
+    if (index < 0 || !clip.m_software)
         return ClipError{QStringLiteral("no video stream in it")};
     clip.m_stream = context->streams[index];
     for (unsigned i = 0; i < context->nb_streams; ++i)
@@ -95,36 +112,94 @@ std::variant<ClipDecoder, ClipError> ClipDecoder::open(const QString &path,
                              .arg(parameters.width)
                              .arg(parameters.height)};
 
-    clip.m_codec.reset(avcodec_alloc_context3(codec));
     clip.m_packet.reset(av_packet_alloc());
-    if (!clip.m_codec || !clip.m_packet)
+    if (!clip.m_packet)
         return ClipError{QStringLiteral("out of memory")};
-    avcodec_parameters_to_context(clip.m_codec.get(), &parameters);
-    clip.m_codec->pkt_timebase = clip.m_stream->time_base;
-    clip.m_codec->max_pixels = kMaxPixels; // a stream may change its size on the way
-    clip.m_codec->thread_count = threadCount(pixels);
-    if (const int code = avcodec_open2(clip.m_codec.get(), codec, nullptr); code < 0)
+    const AVCodec *codec = hardware.decoderInsteadOf(*clip.m_software);
+    clip.m_saysDecoder = codec != nullptr;
+    if (codec && clip.openCodec(codec, &hardware) == 0)
+        clip.m_hardware = &hardware;
+    else if (const int code = clip.openCodec(clip.m_software, nullptr); code < 0)
         return ClipError{errorText(code)};
     clip.m_quarterTurns = streamQuarterTurns(*clip.m_stream);
     return clip;
 }
 
+int ClipDecoder::openCodec(const AVCodec *codec, const HardwareDecoder *hardware)
+{
+    const AVCodecParameters &parameters = *m_stream->codecpar;
+    m_codec.reset(avcodec_alloc_context3(codec));
+    if (!m_codec)
+        return AVERROR(ENOMEM);
+    avcodec_parameters_to_context(m_codec.get(), &parameters);
+    m_codec->pkt_timebase = m_stream->time_base;
+    m_codec->max_pixels = kMaxPixels; // a stream may change its size on the way
+    m_codec->thread_count = threadCount(qint64{parameters.width} * parameters.height);
+    if (hardware)
+        hardware->attachTo(*m_codec);
+    return avcodec_open2(m_codec.get(), codec, nullptr);
+}
+
 std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::next()
+{
+    auto next = decodeNext();
+    // A device in trouble and a broken clip look the same; software tells one from the other.
+    if (m_hardware && std::holds_alternative<ClipError>(next) && goOnInSoftware())
+        return decodeNext();
+    return next;
+}
+
+std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::decodeNext()
 {
     while (true) {
         ffmpeg::Frame frame(av_frame_alloc());
         if (!frame)
             return ClipError{QStringLiteral("out of memory")};
         const int code = avcodec_receive_frame(m_codec.get(), frame.get());
-        if (code == 0)
-            return timed(std::move(frame));
+        if (code == 0) {
+            if (std::exchange(m_saysDecoder, false))
+                logDecoder(*m_codec, *frame);
+            if (m_hardware)
+                frame = m_hardware->download(std::move(frame));
+            if (!frame)
+                return ClipError{QStringLiteral("its pictures cannot be fetched from the device")};
+            if (!wasSeen(*frame))
+                return timed(std::move(frame));
+            continue;
+        }
         if (code == AVERROR_EOF)
             return endOfLap();
-        if (code != AVERROR(EAGAIN) && ++m_badPacketsInARow > kMaxBadPacketsInARow)
+        if (code != AVERROR(EAGAIN) && ++m_badPacketsInARow > patience())
             return ClipError{errorText(code)};
-        if (!feed() && m_badPacketsInARow > kMaxBadPacketsInARow)
+        if (!feed() && m_badPacketsInARow > patience())
             return ClipError{QStringLiteral("its pictures cannot be decoded")};
     }
+}
+
+int ClipDecoder::patience() const
+{
+    return m_hardware ? 0 : kMaxBadPacketsInARow;
+}
+
+bool ClipDecoder::goOnInSoftware()
+{
+    m_hardware = nullptr;
+    m_saysDecoder = true;
+    if (openCodec(m_software, nullptr) < 0)
+        return false;
+    const std::optional<int64_t> seenUntil = m_lastTimestamp;
+    if (!seenUntil)
+        return rewind();
+    m_seenUntil = seenUntil;
+    m_badPacketsInARow = 0;
+    m_draining = false;
+    return seekTo(*seenUntil);
+}
+
+bool ClipDecoder::wasSeen(const AVFrame &frame) const
+{
+    return m_seenUntil && frame.best_effort_timestamp != AV_NOPTS_VALUE
+        && frame.best_effort_timestamp <= *m_seenUntil;
 }
 
 bool ClipDecoder::feed()
@@ -145,7 +220,7 @@ bool ClipDecoder::feed()
         m_badPacketsInARow = 0;
         return true;
     }
-    return ++m_badPacketsInARow <= kMaxBadPacketsInARow;
+    return ++m_badPacketsInARow <= patience();
 }
 
 std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::endOfLap()
@@ -173,6 +248,7 @@ DecodedFrame ClipDecoder::timed(ffmpeg::Frame frame)
     } else {
         if (!m_firstTimestamp)
             m_firstTimestamp = frame->best_effort_timestamp;
+        m_lastTimestamp = frame->best_effort_timestamp;
         decoded.start = toTime(frame->best_effort_timestamp - *m_firstTimestamp, unit);
     }
     // A file's own times are not to be trusted to run forwards.
@@ -186,18 +262,26 @@ DecodedFrame ClipDecoder::timed(ffmpeg::Frame frame)
 
 bool ClipDecoder::rewind()
 {
-    avcodec_flush_buffers(m_codec.get());
-    const int64_t start = m_stream->start_time == AV_NOPTS_VALUE ? 0 : m_stream->start_time;
-    if (avformat_seek_file(m_format.get(), m_stream->index, INT64_MIN, start, start, 0) < 0
-        && av_seek_frame(m_format.get(), m_stream->index, 0, AVSEEK_FLAG_BYTE) < 0)
-        return false;
     m_firstTimestamp.reset();
+    m_lastTimestamp.reset();
+    m_seenUntil.reset();
     m_lastStart = m_lastDuration = nanoseconds(0);
     m_packetsInLap = 0;
     m_framesInLap = 0;
     m_badPacketsInARow = 0;
     m_draining = false;
-    return true;
+    if (HardwareDecoder::isFlushable(*m_codec))
+        avcodec_flush_buffers(m_codec.get());
+    else if (openCodec(m_codec->codec, m_hardware) < 0)
+        return goOnInSoftware();
+    return seekTo(m_stream->start_time == AV_NOPTS_VALUE ? 0 : m_stream->start_time);
+}
+
+bool ClipDecoder::seekTo(int64_t timestamp)
+{
+    return avformat_seek_file(m_format.get(), m_stream->index, INT64_MIN, timestamp, timestamp, 0)
+        >= 0
+        || av_seek_frame(m_format.get(), m_stream->index, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 nanoseconds ClipDecoder::announcedLength() const

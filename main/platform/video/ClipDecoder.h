@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/video/FFmpegHandles.h"
+#include "platform/video/HardwareDecoder.h"
 
 #include <QString>
 
@@ -40,9 +41,11 @@ public:
     // Pictures larger than 8K (7680 x 4320) are refused: a few frames of more would take gigabytes.
     static constexpr qint64 kMaxPixels = qint64{1} << 25;
 
-    // Opens a clip. `cancelled` is watched during slow reads and must outlive the decoder.
+    // Opens a clip. `cancelled` is watched during slow reads. It and `hardware` must outlive the
+    // decoder. Where hardware does not serve, at once or later on, software goes on unnoticed.
     [[nodiscard]] static std::variant<ClipDecoder, ClipError>
-    open(const QString &path, const std::atomic_bool &cancelled);
+    open(const QString &path, const std::atomic_bool &cancelled,
+         const HardwareDecoder &hardware = HardwareDecoder::ofThisMachine());
 
     // The next frame of the lap, or its end, or why there is none.
     // A lap without a single frame is an error, so that a caller never loops over nothing.
@@ -63,6 +66,17 @@ public:
 private:
     ClipDecoder() = default;
 
+    // Opens `codec`, on `hardware` or, where that is null, in software. 0 or FFmpeg's error.
+    int openCodec(const AVCodec *codec, const HardwareDecoder *hardware);
+    // How many bad packets in a row are borne; a device's first one is its last.
+    [[nodiscard]] int patience() const;
+    // Hardware has failed: software goes on after the last frame that came out. False where that
+    // cannot be.
+    bool goOnInSoftware();
+    [[nodiscard]] std::variant<DecodedFrame, EndOfLap, ClipError> decodeNext();
+    // Whether the frame came out before software took over.
+    [[nodiscard]] bool wasSeen(const AVFrame &frame) const;
+    [[nodiscard]] bool seekTo(int64_t timestamp);
     // Feeds the decoder one packet; false at the end of the file or when nothing more can be read.
     bool feed();
     [[nodiscard]] std::variant<DecodedFrame, EndOfLap, ClipError> endOfLap();
@@ -71,10 +85,15 @@ private:
     ffmpeg::Format m_format;
     ffmpeg::Codec m_codec;
     ffmpeg::Packet m_packet;
-    AVStream *m_stream = nullptr; // owned by m_format
+    AVStream *m_stream = nullptr;                // owned by m_format
+    const HardwareDecoder *m_hardware = nullptr; // null: software decodes
+    const AVCodec *m_software = nullptr;         // FFmpeg's own
     int m_quarterTurns = 0;
 
     std::optional<int64_t> m_firstTimestamp; // of the lap, in stream units
+    std::optional<int64_t> m_lastTimestamp;  // of the lap's latest frame, in stream units
+    std::optional<int64_t> m_seenUntil;      // frames up to here have come out of hardware
+    bool m_saysDecoder = false;              // with the next frame, in the log
     std::chrono::nanoseconds m_lastStart{0};
     std::chrono::nanoseconds m_lastDuration{0};
     int64_t m_packetsInLap = 0;

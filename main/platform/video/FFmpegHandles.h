@@ -5,6 +5,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
+#include <libavutil/hwcontext.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
@@ -30,6 +31,10 @@ struct FreePacket
 {
     void operator()(AVPacket *packet) const { av_packet_free(&packet); }
 };
+struct FreeBuffer
+{
+    void operator()(AVBufferRef *buffer) const { av_buffer_unref(&buffer); }
+};
 struct FreeScaler
 {
     void operator()(SwsContext *context) const { sws_freeContext(context); }
@@ -39,6 +44,7 @@ using Format = std::unique_ptr<AVFormatContext, FreeFormat>;
 using Codec = std::unique_ptr<AVCodecContext, FreeCodec>;
 using Frame = std::unique_ptr<AVFrame, FreeFrame>;
 using Packet = std::unique_ptr<AVPacket, FreePacket>;
+using Buffer = std::unique_ptr<AVBufferRef, FreeBuffer>;
 using Scaler = std::unique_ptr<SwsContext, FreeScaler>;
 
 } // namespace corvella::ffmpeg

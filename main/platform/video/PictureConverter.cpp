@@ -12,6 +12,10 @@ namespace corvella {
 namespace {
 
 constexpr int kAlignment = 32; // bytes; what the scaler's vector code likes best
+// Rows that are enlarged, then converted: few enough to stay in the cache between the two.
+constexpr int kStripRows = 16;
+static_assert(kStripRows % 2 == 0, "chroma rows come in pairs of picture rows");
+static_assert(kAlignment % PlaneEnlarger::kBlock == 0, "rows are written in whole blocks");
 
 // The old "J" formats are the plain ones with the range in their name; the range travels apart
 // here.
@@ -44,10 +48,16 @@ int scalerMatrix(ColourMatrix matrix)
 
 // Enlarging by little, as a wall does, the fast filter looks like the slow one; reducing, a filter
 // that averages keeps fine loops from flickering.
-int scalerFlags(const AVFrame &frame, QSize size)
+int scalerFlags(QSize from, QSize size)
 {
-    const bool reduces = size.width() < frame.width || size.height() < frame.height;
+    const bool reduces = size.width() < from.width() || size.height() < from.height();
     return reduces ? SWS_BILINEAR : SWS_FAST_BILINEAR;
+}
+
+// A chroma plane's size for a picture of this size.
+QSize halved(QSize size)
+{
+    return {(size.width() + 1) / 2, (size.height() + 1) / 2};
 }
 
 QSizeF shownSize(const AVFrame &frame, const PictureConverter::Presentation &presentation)
@@ -103,16 +113,18 @@ Picture PictureConverter::planes(const AVFrame &frame)
     }
     Picture picture;
     picture.layout = PixelLayout::yuv420;
-    const QSize half((frame.width + 1) / 2, (frame.height + 1) / 2);
     for (size_t i = 0; i < 3; ++i)
-        picture.planes[i] = {frame.data[i], frame.linesize[i], i == 0 ? size : half};
+        picture.planes[i] = {frame.data[i], frame.linesize[i], i == 0 ? size : halved(size)};
     picture.storage = std::shared_ptr<const AVFrame>(av_frame_clone(&frame), ffmpeg::FreeFrame());
     return picture.storage ? picture : Picture();
 }
 
 Picture PictureConverter::scaled(const AVFrame &frame, AVPixelFormat format, QSize size)
 {
-    if (size.isEmpty() || !prepareScaler(frame, format, size))
+    const QSize from(frame.width, frame.height);
+    const bool inStrips = format == AV_PIX_FMT_BGRA && size != from
+        && plainFormat(frame.format) == AV_PIX_FMT_YUV420P && PlaneEnlarger::serves(from, size);
+    if (size.isEmpty() || !prepareScaler(frame, inStrips ? size : from, format, size))
         return {};
     uint8_t *data[4] = {};
     int strides[4] = {};
@@ -123,18 +135,46 @@ Picture PictureConverter::scaled(const AVFrame &frame, AVPixelFormat format, QSi
     if (!picture.storage)
         return {};
     av_image_fill_arrays(data, strides, buffer, format, size.width(), size.height(), kAlignment);
-    sws_scale(m_scaler.get(), frame.data, frame.linesize, 0, frame.height, data, strides);
-    const QSize half((size.width() + 1) / 2, (size.height() + 1) / 2);
+    if (inStrips)
+        enlarge(frame, size, data, strides);
+    else
+        sws_scale(m_scaler.get(), frame.data, frame.linesize, 0, frame.height, data, strides);
     for (size_t i = 0; i < 3 && data[i]; ++i)
-        picture.planes[i] = {data[i], strides[i], i == 0 ? size : half};
+        picture.planes[i] = {data[i], strides[i], i == 0 ? size : halved(size)};
     return picture;
 }
 
-bool PictureConverter::prepareScaler(const AVFrame &frame, AVPixelFormat format, QSize size)
+void PictureConverter::enlarge(const AVFrame &frame, QSize size, uint8_t *const data[4],
+                               const int strides[4])
+{
+    const QSize from(frame.width, frame.height);
+    if (!m_luma || m_luma->from() != from || m_luma->to() != size) {
+        m_luma.emplace(from, size);
+        m_chroma.emplace(halved(from), halved(size));
+    }
+    const int stride = FFALIGN(size.width(), kAlignment);
+    m_strip.resize(static_cast<size_t>(stride) * kStripRows * 2);
+    uint8_t *const luma = m_strip.data();
+    uint8_t *const chroma[] = {luma + ptrdiff_t{stride} * kStripRows,
+                               luma + ptrdiff_t{stride} * kStripRows * 3 / 2};
+    const uint8_t *const planes[4] = {luma, chroma[0], chroma[1], nullptr};
+    const int planeStrides[4] = {stride, stride, stride, 0};
+    for (int y = 0; y < size.height(); y += kStripRows) {
+        const int rows = std::min(kStripRows, size.height() - y);
+        m_luma->writeRows(frame.data[0], frame.linesize[0], y, rows, luma, stride);
+        for (size_t i = 0; i < 2; ++i)
+            m_chroma->writeRows(frame.data[i + 1], frame.linesize[i + 1], y / 2, (rows + 1) / 2,
+                                chroma[i], stride);
+        sws_scale(m_scaler.get(), planes, planeStrides, y, rows, data, strides);
+    }
+}
+
+bool PictureConverter::prepareScaler(const AVFrame &frame, QSize from, AVPixelFormat format,
+                                     QSize size)
 {
     m_scaler.reset(sws_getCachedContext(
-        m_scaler.release(), frame.width, frame.height, plainFormat(frame.format), size.width(),
-        size.height(), format, scalerFlags(frame, size), nullptr, nullptr, nullptr));
+        m_scaler.release(), from.width(), from.height(), plainFormat(frame.format), size.width(),
+        size.height(), format, scalerFlags(from, size), nullptr, nullptr, nullptr));
     if (!m_scaler)
         return false;
     // Planes keep the stream's own coding; only RGB decodes it.

@@ -5,8 +5,11 @@
 
 #include "platform/video/FFmpegHandles.h"
 #include "platform/video/Picture.h"
+#include "platform/video/PlaneEnlarger.h"
 
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace corvella {
 
@@ -32,12 +35,19 @@ private:
 
     [[nodiscard]] Picture planes(const AVFrame &frame);
     [[nodiscard]] Picture scaled(const AVFrame &frame, AVPixelFormat format, QSize size);
-    [[nodiscard]] bool prepareScaler(const AVFrame &frame, AVPixelFormat format, QSize size);
+    // Prepares m_scaler for pixels as the frame's, of size `from`.
+    [[nodiscard]] bool prepareScaler(const AVFrame &frame, QSize from, AVPixelFormat format,
+                                     QSize size);
+    // Enlarges the frame's three planes strip by strip and has m_scaler convert them into `data`.
+    void enlarge(const AVFrame &frame, QSize size, uint8_t *const data[4], const int strides[4]);
     // Pixels for one picture; buffers come back to the pool when the last picture over them is
     // gone.
     [[nodiscard]] std::shared_ptr<const void> allocate(int bytes, uint8_t **data);
 
     ffmpeg::Scaler m_scaler;
+    std::optional<PlaneEnlarger> m_luma;
+    std::optional<PlaneEnlarger> m_chroma;
+    std::vector<uint8_t> m_strip;
     std::unique_ptr<AVBufferPool, FreePool> m_pool;
     int m_pooledBytes = 0;
 };

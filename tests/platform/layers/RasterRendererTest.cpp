@@ -118,6 +118,12 @@ TEST_F(RasterRendererTest, AGradientRunsFromBottomToTop)
     EXPECT_NEAR(m_target.pixelColor(50, 52).red(), 250, 5) << "clear at its top";
     EXPECT_NEAR(m_target.pixelColor(50, 75).red(), 184, 4) << "half way: 255 x (1 - 0.275)";
     EXPECT_NEAR(m_target.pixelColor(50, 99).red(), 115, 4) << "255 x (1 - 0.55) at the bottom";
+
+    scrim->setOpacity(0.5);
+    draw();
+    EXPECT_NEAR(m_target.pixelColor(0, 75).red(), 220, 4) << "half of it: 255 x (1 - 0.1375)";
+    EXPECT_NEAR(m_target.pixelColor(99, 99).red(), 185, 4) << "255 x (1 - 0.275)";
+    EXPECT_EQ(m_target.pixelColor(99, 49), QColor(Qt::white));
 }
 
 TEST_F(RasterRendererTest, RoundedCornersLetTheBackgroundThrough)

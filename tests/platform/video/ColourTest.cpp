@@ -23,6 +23,7 @@ struct Coding
     Matrix matrix;
     bool fullRange;
     int height;
+    int shownHeight = height; // pixels; the width follows
 };
 
 class StreamColour : public testing::TestWithParam<Coding>
@@ -55,7 +56,8 @@ TEST_P(StreamColour, ComesOutAsItWentIn)
     clip.write(path);
 
     test::ManualMediaClock clock;
-    VideoPlayer player(path, {PixelLayout::rgb32, QSize(256, GetParam().height)}, clock);
+    const int shown = GetParam().shownHeight;
+    VideoPlayer player(path, {PixelLayout::rgb32, QSize(2 * shown, shown)}, clock);
     player.play(1);
     for (const QColor &colour : kColours) {
         EXPECT_TRUE(test::happens([&] {
@@ -78,8 +80,47 @@ INSTANTIATE_TEST_SUITE_P(
                     Coding{"UntaggedFull", Matrix::untagged, true, 256},
                     Coding{"UntaggedLimited", Matrix::untagged, false, 256},
                     Coding{"UntaggedFullAt720Lines", Matrix::untagged, true, 720},
-                    Coding{"TaggedBt601At720Lines", Matrix::bt601, true, 720}),
+                    Coding{"TaggedBt601At720Lines", Matrix::bt601, true, 720},
+                    // The ways to another size are others, and no colour may change on them.
+                    Coding{"EnlargedALittle", Matrix::bt709, false, 256, 270},
+                    Coding{"EnlargedToAnOddHeight", Matrix::bt601, true, 256, 271},
+                    Coding{"EnlargedMuch", Matrix::bt709, true, 256, 600},
+                    Coding{"Reduced", Matrix::bt709, false, 256, 200}),
     [](const auto &row) { return row.param.name; });
+
+// A picture of four squares keeps them where they are: nothing is cut off, nothing shifts.
+TEST(EnlargedPicture, HasEverythingInItsPlace)
+{
+    const QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("squares.mp4"));
+    const QColor corners[2][2] = {{{214, 160, 0}, {200, 40, 10}}, {{30, 20, 90}, {230, 230, 230}}};
+    test::TestClip clip;
+    clip.width = 256;
+    clip.height = 256;
+    clip.frames = 1;
+    clip.marked = false;
+    clip.paint = [&corners](QImage &image, int) {
+        for (int y = 0; y < 256; ++y) {
+            for (int x = 0; x < 256; ++x)
+                image.setPixelColor(x, y, corners[y / 128][x / 128]);
+        }
+    };
+    clip.write(path);
+
+    const test::ManualMediaClock clock;
+    const VideoPlayer player(path, {PixelLayout::rgb32, QSize(540, 270)}, clock);
+    ASSERT_TRUE(test::happens([&] { return !player.picture().isNull(); }));
+    const QImage image = player.picture().image();
+    ASSERT_EQ(image.size(), QSize(270, 270));
+    // The squares meet at 135; chroma is coarse, so a few pixels around there are left out.
+    for (const int y : {0, 60, 130, 139, 200, 269}) {
+        for (const int x : {0, 60, 130, 139, 200, 269}) {
+            const QColor seen = image.pixelColor(x, y);
+            EXPECT_TRUE(isClose(seen, corners[y / 135][x / 135]))
+                << seen.name().toStdString() << " at " << x << ", " << y;
+        }
+    }
+}
 
 // Untagged video of limited range is BT.709 from 720 lines up: (214, 160, 0) coded by BT.601 is, at
 // full scale, Y 157.9, Cb 38.9, Cr 168.0; BT.709 reads R 221, G 156 (157.9 + 0.1873 * 89.1 - 0.4681
