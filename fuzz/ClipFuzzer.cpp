@@ -1,6 +1,5 @@
 // Clip files of any content: decodes up to a lap and a half of whatever is in them.
-#include "platform/video/ClipDecoder.h"
-#include "platform/video/PictureConverter.h"
+#include "platform/video/ffmpeg/FFmpegClip.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -13,20 +12,12 @@ void play(const QString &path)
 {
     using namespace corvella;
     const std::atomic_bool cancelled = false;
-    auto opened = ClipDecoder::open(path, cancelled);
-    auto *clip = std::get_if<ClipDecoder>(&opened);
-    if (!clip)
-        return;
-    PictureConverter converter;
-    for (int i = 0; i < kMostPictures; ++i) {
-        auto next = clip->next();
-        if (auto *frame = std::get_if<DecodedFrame>(&next)) {
-            (void)converter.convert(*frame->frame,
-                                    {clip->pixelAspect(*frame->frame), clip->quarterTurns()},
-                                    {PixelLayout::rgb32, QSize(64, 64)});
-        } else if (std::holds_alternative<ClipError>(next) || !clip->rewind()) {
+    const OpenedClip opened = FFmpegClip::open(path, cancelled);
+    const auto *clip = std::get_if<std::unique_ptr<ClipSource>>(&opened);
+    for (int i = 0; clip && i < kMostPictures; ++i) {
+        const auto next = (*clip)->next({PixelLayout::rgb32, QSize(64, 64)});
+        if (std::holds_alternative<ClipError>(next))
             return;
-        }
     }
 }
 

@@ -9,7 +9,8 @@ declare -A allowed=(
     [platform/storage]="log"
     [platform/net]=""
     [platform/time]=""
-    [platform/video]="log platform/time"
+    [platform/video]="log platform/storage platform/time"
+    [platform/video/ffmpeg]="log platform/video"
     [platform/layers]="log platform/time platform/video"
     [platform/session]="log platform/storage"
     [settings]="log platform"
@@ -44,12 +45,19 @@ for file in $(git ls-files --cached --others --exclude-standard '*.h' '*.cpp' | 
     while read -r included; do
         target=$(part_of "$included")
         [ "$target" != "$part" ] || continue
+        [ "$target" != platform/video/ffmpeg ] || complain "$file includes $included, which is loaded, not linked"
         [[ " ${allowed[$part]} " == *" $target "* || " ${allowed[$part]} " == *" ${target%%/*} "* ]] \
             || complain "$file includes $included: $part must not use $target"
     done < <(sed -n 's/^#include "\(.*\)"$/\1/p' "$file")
     case $file in
+        platform/video/ffmpeg/*) ;;
+        *) if grep -nE '#include <lib(av|sw)' "$file"; then
+            complain "$file speaks to FFmpeg past the module that is loaded for it"
+        fi ;;
+    esac
+    case $file in
         platform/*) ;;
-        *) if grep -nE '#include <(xcb|X11|wayland|QDBus|lib(av|sw)|curl)' "$file"; then
+        *) if grep -nE '#include <(xcb|X11|wayland|QDBus|curl)' "$file"; then
             complain "$file speaks to the system past the platform"
         fi ;;
     esac

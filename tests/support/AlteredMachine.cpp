@@ -6,11 +6,16 @@ namespace corvella::test {
 
 namespace {
 
-// $1 is a scratch folder, $2 the folder of the journal's socket; the command follows.
+// $1 is a scratch folder, $2 the folder of the journal's socket, $3 the folder to empty; the
+// command follows.
 constexpr const char *kMountJournal = R"(
 mount -t tmpfs none /run
 mkdir -p /run/systemd/journal
 mount --bind "$2" /run/systemd/journal
+)";
+
+constexpr const char *kMountEmptyFolder = R"(
+mount -t tmpfs none "$3"
 )";
 
 constexpr const char *kMountBareDevices = R"(
@@ -28,9 +33,11 @@ QString AlteredMachine::script() const
     QString script = QStringLiteral("set -e\n");
     if (!m_journal.isEmpty())
         script += QString::fromLatin1(kMountJournal);
+    if (!m_emptyFolder.isEmpty())
+        script += QString::fromLatin1(kMountEmptyFolder);
     if (!m_hasDevices)
         script += QString::fromLatin1(kMountBareDevices);
-    return script + QStringLiteral("shift 2\nexec \"$@\"\n");
+    return script + QStringLiteral("shift 3\nexec \"$@\"\n");
 }
 
 Command AlteredMachine::around(const Command &command) const
@@ -41,7 +48,7 @@ Command AlteredMachine::around(const Command &command) const
     if (!m_hasNetwork)
         words << QStringLiteral("--net");
     words << QStringLiteral("sh") << QStringLiteral("-c") << script() << QStringLiteral("sh")
-          << m_folder.path() << m_journal << command.program;
+          << m_folder.path() << m_journal << m_emptyFolder << command.program;
     return {QStringLiteral("unshare"), words + command.arguments, command.environment,
             command.folder};
 }

@@ -15,6 +15,8 @@ public:
     void setJournal(const QString &folder) { m_journal = folder; }
     // There are no devices but the few that every program needs: no graphics, no framebuffer.
     void removeDevices() { m_hasDevices = false; }
+    // Nothing is in this folder, of which there is one at most.
+    void emptyFolder(const QString &path) { m_emptyFolder = path; }
     // No network answers; sockets that are files still do.
     void removeNetwork() { m_hasNetwork = false; }
 
@@ -25,6 +27,7 @@ private:
     [[nodiscard]] QString script() const;
 
     QString m_journal;
+    QString m_emptyFolder;
     bool m_hasDevices = true;
     bool m_hasNetwork = true;
     QTemporaryDir m_folder; // to build in

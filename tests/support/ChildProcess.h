@@ -34,6 +34,7 @@ public:
     ChildProcess &operator=(const ChildProcess &) = delete;
 
     [[nodiscard]] bool isRunning();
+    [[nodiscard]] qint64 id() const { return m_process.processId(); }
     // Waits for the end: the exit status, or none when it runs on for that long or a signal ended
     // it.
     [[nodiscard]] std::optional<int> exitStatus(std::chrono::milliseconds within = kGenerous);

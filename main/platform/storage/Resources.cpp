@@ -24,6 +24,11 @@ QString readExecutablePath()
     return path;
 }
 
+QString pathBeside(const QString &relative)
+{
+    return QDir::cleanPath(QFileInfo(executablePath()).dir().filePath(relative));
+}
+
 } // namespace
 
 QString executablePath()
@@ -34,11 +39,15 @@ QString executablePath()
 
 std::optional<QString> resourcePath(const QString &name)
 {
-    const QDir folder = QFileInfo(executablePath()).dir();
-    QString path = QDir::cleanPath(folder.filePath(QStringLiteral("../share/corvella/") + name));
+    QString path = pathBeside(QStringLiteral("../share/corvella/") + name);
     if (!QFileInfo::exists(path))
         return std::nullopt;
     return path;
+}
+
+QString modulePath(const QString &name)
+{
+    return pathBeside(QStringLiteral("../lib/corvella/") + name);
 }
 
 } // namespace corvella

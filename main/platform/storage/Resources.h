@@ -1,6 +1,6 @@
-// The files that ship with the program, found beside it: `../share/corvella` from the executable's
-// own folder, so that a build tree, a package under /usr and an unpacked bundle all work where they
-// lie. Any thread.
+// The files that ship with the program, found beside it: `../share/corvella` and `../lib/corvella`
+// from the executable's own folder, so that a build tree, a package under /usr and an unpacked
+// bundle all work where they lie. Any thread.
 #pragma once
 
 #include <QString>
@@ -15,5 +15,8 @@ namespace corvella {
 
 // The path of a shipped file or folder, none when it is not there.
 [[nodiscard]] std::optional<QString> resourcePath(const QString &name);
+
+// Where a shared library lies that the program loads by itself, there or not.
+[[nodiscard]] QString modulePath(const QString &name);
 
 } // namespace corvella

@@ -1,8 +1,5 @@
 #include "platform/video/FrameQueue.h"
 
-#include "platform/video/ClipDecoder.h"
-#include "platform/video/PictureConverter.h"
-
 #include <pthread.h>
 
 namespace corvella {
@@ -83,62 +80,32 @@ PictureRequest FrameQueue::request()
 void FrameQueue::run(const QString &path)
 {
     pthread_setname_np(pthread_self(), "clip-decoder");
-    auto opened = ClipDecoder::open(path, m_stopping);
-    if (auto *error = std::get_if<ClipError>(&opened)) {
+    const OpenedClip opened = openClip(path, m_stopping);
+    if (const auto *error = std::get_if<ClipError>(&opened)) {
         if (!m_stopping)
             m_events.failed(error->text);
         return;
     }
-    m_announcedLength = std::get<ClipDecoder>(opened).announcedLength();
-    decode(std::get<ClipDecoder>(opened));
+    ClipSource &clip = *std::get<std::unique_ptr<ClipSource>>(opened);
+    m_announcedLength = clip.announcedLength();
+    decode(clip);
 }
 
-void FrameQueue::decode(ClipDecoder &decoder)
+void FrameQueue::decode(ClipSource &clip)
 {
-    PictureConverter converter;
-    // One frame is held back, because only the next one tells whether it was the lap's last.
-    std::optional<DecodedFrame> held;
     bool saidBrokenOff = false;
-
-    const auto publish = [&](bool isLastOfLap) {
-        const AVFrame &frame = *held->frame;
-        VideoFrame ready{converter.convert(frame,
-                                           {decoder.pixelAspect(frame), decoder.quarterTurns()},
-                                           request()),
-                         held->start, held->duration, isLastOfLap};
-        held.reset();
-        if (ready.picture.isNull()) {
-            m_events.failed(QStringLiteral("there is no memory for its pictures"));
-            return false;
-        }
-        push(std::move(ready));
-        return true;
-    };
-
     while (waitForRoom()) {
-        if (consumeRestart()) {
-            held.reset();
-            if (!decoder.rewind())
-                return m_events.failed(QStringLiteral("it cannot be played from the start again"));
-        }
-        auto next = decoder.next();
+        if (consumeRestart())
+            clip.rewind();
+        auto next = clip.next(request());
         if (m_stopping)
             return;
-        if (auto *frame = std::get_if<DecodedFrame>(&next)) {
-            if (held && !publish(false))
-                return;
-            held = std::move(*frame);
-        } else if (auto *end = std::get_if<EndOfLap>(&next)) {
-            if (!end->brokenOff.isEmpty() && !saidBrokenOff)
-                m_events.brokenOff(end->brokenOff);
-            saidBrokenOff = saidBrokenOff || !end->brokenOff.isEmpty();
-            if (held && !publish(true))
-                return;
-            if (!decoder.rewind())
-                return m_events.failed(QStringLiteral("it cannot be played from the start again"));
-        } else {
-            return m_events.failed(std::get<ClipError>(next).text);
-        }
+        if (const auto *error = std::get_if<ClipError>(&next))
+            return m_events.failed(error->text);
+        auto &frame = std::get<VideoFrame>(next);
+        if (!frame.brokenOff.isEmpty() && !std::exchange(saidBrokenOff, true))
+            m_events.brokenOff(frame.brokenOff);
+        push(std::move(frame));
     }
 }
 

@@ -3,12 +3,8 @@
 // none of them waits for the decoder but the destructor, for the picture in work.
 #pragma once
 
-#include "platform/time/MediaClock.h"
-#include "platform/video/Picture.h"
+#include "platform/video/ClipSource.h"
 
-#include <QString>
-
-#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -17,17 +13,6 @@
 #include <thread>
 
 namespace corvella {
-
-class ClipDecoder;
-
-// A picture with its place in its lap; times are clip time from the lap's first picture.
-struct VideoFrame
-{
-    Picture picture;
-    MediaTime start{0};
-    MediaTime duration{0};
-    bool isLastOfLap = false;
-};
 
 class FrameQueue
 {
@@ -76,7 +61,7 @@ public:
 private:
     void run(const QString &path);
     // Decodes until told to stop or the clip fails.
-    void decode(ClipDecoder &decoder);
+    void decode(ClipSource &clip);
     // Waits until there is something to decode and room for it; false when it is time to end.
     bool waitForRoom();
     // Makes the frame visible to take(), unless restart() has thrown its lap away meanwhile.

@@ -1,8 +1,8 @@
-#include "platform/video/HardwareDecoder.h"
+#include "platform/video/ffmpeg/HardwareDecoder.h"
 
 #include "FrameMark.h"
-#include "platform/video/ClipDecoder.h"
-#include "platform/video/PictureConverter.h"
+#include "platform/video/ffmpeg/ClipDecoder.h"
+#include "platform/video/ffmpeg/PictureConverter.h"
 #include "support/CapturedLog.h"
 #include "support/QtPrinting.h"
 #include "support/TestClip.h"

@@ -1,4 +1,4 @@
-#include "platform/video/HardwareDecoder.h"
+#include "platform/video/ffmpeg/HardwareDecoder.h"
 
 #include "log.h"
 

@@ -1,6 +1,6 @@
-#include "platform/video/PictureConverter.h"
+#include "platform/video/ffmpeg/PictureConverter.h"
 
-#include "platform/video/ColourDescription.h"
+#include "platform/video/ffmpeg/ColourDescription.h"
 
 #include <QTransform>
 

@@ -6,7 +6,7 @@
 // try the ways themselves.
 #pragma once
 
-#include "platform/video/FFmpegHandles.h"
+#include "platform/video/ffmpeg/FFmpegHandles.h"
 
 #include <QStringList>
 

@@ -2,15 +2,12 @@
 // No audio is ever opened, so a clip is muted by nature.
 #pragma once
 
-#include "platform/video/FFmpegHandles.h"
-#include "platform/video/HardwareDecoder.h"
+#include "platform/video/ClipSource.h"
+#include "platform/video/ffmpeg/FFmpegHandles.h"
+#include "platform/video/ffmpeg/HardwareDecoder.h"
 
-#include <QString>
-
-#include <atomic>
 #include <chrono>
 #include <optional>
-#include <variant>
 
 namespace corvella {
 
@@ -27,12 +24,6 @@ struct DecodedFrame
 struct EndOfLap
 {
     QString brokenOff;
-};
-
-// Nothing can be played; the text says why, for the log.
-struct ClipError
-{
-    QString text;
 };
 
 class ClipDecoder

@@ -3,9 +3,9 @@
 // buffers.
 #pragma once
 
-#include "platform/video/FFmpegHandles.h"
 #include "platform/video/Picture.h"
-#include "platform/video/PlaneEnlarger.h"
+#include "platform/video/ffmpeg/FFmpegHandles.h"
+#include "platform/video/ffmpeg/PlaneEnlarger.h"
 
 #include <memory>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "platform/video/ColourDescription.h"
+#include "platform/video/ffmpeg/ColourDescription.h"
 
 namespace corvella::ffmpeg {
 

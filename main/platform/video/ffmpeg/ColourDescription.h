@@ -1,8 +1,8 @@
 // Reads how a decoded frame's colours are coded. Included by this folder's sources only.
 #pragma once
 
-#include "platform/video/FFmpegHandles.h"
 #include "platform/video/Picture.h"
+#include "platform/video/ffmpeg/FFmpegHandles.h"
 
 namespace corvella::ffmpeg {
 

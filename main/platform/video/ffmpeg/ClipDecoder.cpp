@@ -1,4 +1,4 @@
-#include "platform/video/ClipDecoder.h"
+#include "platform/video/ffmpeg/ClipDecoder.h"
 
 #include <QFile>
 #include <QFileInfo>

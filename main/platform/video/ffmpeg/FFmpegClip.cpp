@@ -1,0 +1,58 @@
+#include "platform/video/ffmpeg/FFmpegClip.h"
+
+namespace corvella {
+
+OpenedClip FFmpegClip::open(const QString &path, const std::atomic_bool &cancelled)
+{
+    auto opened = ClipDecoder::open(path, cancelled);
+    if (auto *error = std::get_if<ClipError>(&opened))
+        return std::move(*error);
+    return std::make_unique<FFmpegClip>(std::get<ClipDecoder>(std::move(opened)));
+}
+
+std::variant<VideoFrame, ClipError> FFmpegClip::next(const PictureRequest &request)
+{
+    while (true) {
+        if (std::exchange(m_rewinds, false) && !m_decoder.rewind())
+            return ClipError{QStringLiteral("it cannot be played from the start again")};
+        auto following = m_decoder.next();
+        if (auto *error = std::get_if<ClipError>(&following))
+            return std::move(*error);
+        const std::optional<DecodedFrame> due = std::exchange(m_held, std::nullopt);
+        VideoFrame next;
+        if (auto *end = std::get_if<EndOfLap>(&following)) {
+            m_rewinds = true;
+            next.isLastOfLap = true;
+            next.brokenOff = std::move(end->brokenOff);
+        } else {
+            m_held = std::get<DecodedFrame>(std::move(following));
+        }
+        if (!due)
+            continue;
+        next.picture = converted(*due->frame, request);
+        if (next.picture.isNull())
+            return ClipError{QStringLiteral("there is no memory for its pictures")};
+        next.start = due->start;
+        next.duration = due->duration;
+        return next;
+    }
+}
+
+void FFmpegClip::rewind()
+{
+    m_held.reset();
+    m_rewinds = true;
+}
+
+Picture FFmpegClip::converted(const AVFrame &frame, const PictureRequest &request)
+{
+    return m_converter.convert(frame, {m_decoder.pixelAspect(frame), m_decoder.quarterTurns()},
+                               request);
+}
+
+MediaTime FFmpegClip::announcedLength() const
+{
+    return m_decoder.announcedLength();
+}
+
+} // namespace corvella
