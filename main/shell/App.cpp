@@ -51,7 +51,7 @@ App::App(const Surroundings &surroundings)
 
 App::~App()
 {
-    hide();
+    App::hide();
 }
 
 void App::applicationDidFinishLaunching(const CommandLine &commandLine)
@@ -136,7 +136,8 @@ void App::show()
     m_armedWaiting = false;
     Preferences::shared().hide();
     build();
-    if (m_windows.empty()) {
+    m_foundNothingToShow = m_windows.empty();
+    if (m_foundNothingToShow) {
         log(QStringLiteral("every screen is Off; nothing to show"));
         Preferences::shared().show();
         return;
@@ -192,12 +193,8 @@ void App::dismiss()
 void App::tick()
 {
     const Mode mode = Settings::mode();
-    if (!m_showing) {
-        const bool waits = m_armedWaiting || mode == Mode::saver;
-        if (waits && Settings::idleMinutes() * 60 <= m_idleClock.secondsIdle())
-            show();
-        return;
-    }
+    if (!m_showing)
+        return showWhenIdle(mode);
     if (mode != Mode::saver)
         return;
     const double idle = m_idleClock.secondsIdle();
@@ -205,6 +202,27 @@ void App::tick()
         m_armed = idle >= kSettleSeconds;
     if (m_armed && idle < kDismissSeconds)
         dismiss();
+}
+
+void App::showWhenIdle(Mode mode)
+{
+    const bool waits = m_armedWaiting || mode == Mode::saver;
+    if (!waits || Settings::idleMinutes() * 60 > m_idleClock.secondsIdle()) {
+        m_foundNothingToShow = false;
+        return;
+    }
+    // That there is nothing to show is said once, not at every tick until somebody comes.
+    if (!m_foundNothingToShow || isAnyScreenOn())
+        show();
+}
+
+bool App::isAnyScreenOn() const
+{
+    for (int i = 0; i < m_screens.list().size(); ++i) {
+        if (Settings::isEnabled(i))
+            return true;
+    }
+    return false;
 }
 
 bool App::eventFilter(QObject *watched, QEvent *event)

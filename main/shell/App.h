@@ -54,6 +54,9 @@ public:
 
     // What happens four times a second. The timer calls it; tests do, too.
     void tick();
+    // What waits for its moment by the clock that the App was given. It runs by itself; tests that
+    // set the clock advance it.
+    [[nodiscard]] WorkQueue &workQueue() { return m_workQueue; }
 
     [[nodiscard]] bool isShowing() const { return m_showing; }
     [[nodiscard]] bool isArmedWaiting() const { return m_armedWaiting; }
@@ -72,6 +75,8 @@ private:
     void build();
     void buildWall(const Screen &screen, int index, Mode mode);
     void takeDownWindows();
+    void showWhenIdle(Mode mode);
+    [[nodiscard]] bool isAnyScreenOn() const;
     void dismiss();
     // True when the key is used up.
     bool handleKey(const QKeyEvent &event);
@@ -94,6 +99,7 @@ private:
     bool m_showing = false;
     bool m_armed = false; // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
+    bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_cursorHidden = false;
     bool m_coversAll = true;
     QList<QRect> m_builtFor;
