@@ -29,14 +29,6 @@ MediaTime toMediaTime(double seconds)
     return std::chrono::duration_cast<MediaTime>(std::chrono::duration<double>(bounded));
 }
 
-QList<QRect> framesOf(const QList<Screen> &screens)
-{
-    QList<QRect> frames;
-    for (const Screen &screen : screens)
-        frames << screen.frame;
-    return frames;
-}
-
 } // namespace
 
 App::App(const Surroundings &surroundings)
@@ -87,6 +79,14 @@ void App::applicationWillTerminate()
     Preferences::shared().close();
 }
 
+QList<App::Extent> App::extentsOf(const QList<Screen> &screens)
+{
+    QList<Extent> extents;
+    for (const Screen &screen : screens)
+        extents << Extent{screen.frame, screen.scale};
+    return extents;
+}
+
 void App::build()
 {
     takeDownWindows();
@@ -94,7 +94,7 @@ void App::build()
     const QList<Screen> screens = m_screens.list();
     for (int i = 0; i < screens.size(); ++i)
         buildWall(screens[i], i, mode);
-    m_builtFor = framesOf(screens);
+    m_builtFor = extentsOf(screens);
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
     // New windows have to be given the keys anew. Beside a screen in use nothing takes its focus
     // away.
@@ -195,6 +195,8 @@ void App::tick()
     const Mode mode = Settings::mode();
     if (!m_showing)
         return showWhenIdle(mode);
+    if (!m_pendingRebuild.isPending() && extentsOf(m_screens.list()) != m_builtFor)
+        screensChanged(); // a change of scale comes without a signal
     if (mode != Mode::saver)
         return;
     const double idle = m_idleClock.secondsIdle();
@@ -296,12 +298,13 @@ void App::screensChanged()
 
 void App::rebuildIfChanged()
 {
-    const QList<QRect> frames = framesOf(m_screens.list());
-    if (!m_showing || frames.isEmpty() || frames == m_builtFor)
+    // A window made for another scale would be blurred: on Wayland Qt 6.4 leaves it at that scale.
+    const QList<Extent> extents = extentsOf(m_screens.list());
+    if (!m_showing || extents.isEmpty() || extents == m_builtFor)
         return;
     log(QStringLiteral("display layout changed (%1 -> %2)")
             .arg(m_builtFor.size())
-            .arg(frames.size()));
+            .arg(extents.size()));
     build();
 }
 

@@ -71,6 +71,16 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    // Of a screen, what a wall is built for.
+    struct Extent
+    {
+        QRect frame; // points
+        double scale = 1;
+
+        bool operator==(const Extent &) const = default;
+    };
+    [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
+
     void decideWhatToShow(const CommandLine &commandLine);
     void build();
     void buildWall(const Screen &screen, int index, Mode mode);
@@ -102,7 +112,7 @@ private:
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_cursorHidden = false;
     bool m_coversAll = true;
-    QList<QRect> m_builtFor;
+    QList<Extent> m_builtFor; // one per screen, also for those that are Off
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
 };

@@ -428,6 +428,17 @@ TEST_F(DisplayChanges, ThatLeaveOnlyScreensThatAreOffTakeTheWallsDownButNotTheSh
     EXPECT_EQ(m_app->windows()[0]->geometry(), kRight.frame);
 }
 
+TEST_F(DisplayChanges, OfTheScaleAloneRebuildToo)
+{
+    test::setOffscreenScreens({kLeft, {kRight.name, kRight.frame, 1}});
+    m_app->tick();
+    pass(499ms);
+    m_app->tick();
+    EXPECT_EQ(rebuilds(), QStringList());
+    pass(1ms);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 2)")});
+}
+
 // Counts the keys that reach it.
 class KeyCounter : public QWindow
 {
