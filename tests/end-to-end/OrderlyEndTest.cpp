@@ -70,7 +70,8 @@ TEST_F(OrderlyEnd, ComesAlsoWhenTheDisplayServerGoes)
 }
 
 // As when the terminal or the launcher that it was started from is gone.
-class WithoutAReader : public WallOnADisplay, public testing::WithParamInterface<test::StandardError>
+class WithoutAReader : public WallOnADisplay,
+                       public testing::WithParamInterface<test::StandardError>
 {
 };
 
