@@ -187,8 +187,13 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
     }
     int left = 0;
     const CURLMsg *message = curl_multi_info_read(multi.get(), &left);
-    if (message && message->data.result != CURLE_OK)
-        return QString::fromUtf8(curl_easy_strerror(message->data.result));
+    const CURLcode result = message ? message->data.result : CURLE_OK;
+    const QString text = QString::fromUtf8(curl_easy_strerror(result));
+    // Its detail would name the milliseconds it took, and no two lines of a log would be the same.
+    if (result == CURLE_COULDNT_CONNECT)
+        transfer.complaint = text;
+    if (result != CURLE_OK)
+        return text;
     return transfer.headersEnded ? QString() : QStringLiteral("breaks off in its headers");
 }
 
