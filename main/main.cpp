@@ -16,7 +16,9 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <malloc.h>
+#include <unistd.h>
 
 using namespace corvella;
 
@@ -35,6 +37,14 @@ void keepTheHeapSmall()
 void outliveReaders()
 {
     std::signal(SIGPIPE, SIG_IGN);
+    // What we open next would take the number of a standard stream that we were started without,
+    // and our messages would go into it: into the connection to the display, for one.
+    int lowestFree = -1;
+    do {
+        lowestFree = ::open("/dev/null", O_RDWR);
+    } while (lowestFree >= 0 && lowestFree <= STDERR_FILENO);
+    if (lowestFree >= 0)
+        ::close(lowestFree);
 }
 
 CommandLine readCommandLine(int argc, char **argv)

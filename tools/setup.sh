@@ -44,18 +44,25 @@ install_packages() {
         apt-get install -y --no-install-recommends -o Dpkg::Use-Pty=0 -q $missing
 }
 
-# Configures and builds the given targets (all by default) in build/, where something changed.
+# Configures build/ where that was not done yet, with the tests (ON) or, as long as nobody asked for them, without (OFF):
+# they need packages that the program does not.
+configure() {
+    local tests=$1
+    if [ -f "$top/build/build.ninja" ]; then
+        [ "$tests" = ON ] && ! grep -q '^BUILD_TESTING:BOOL=ON$' "$top/build/CMakeCache.txt" || return 0
+    fi
+    say "configuring"
+    cmake --preset daily -S "$top" -DBUILD_TESTING="$tests" >"$top/build-configure.log" 2>&1 || {
+        cat "$top/build-configure.log"
+        return 1
+    }
+    rm -f "$top/build-configure.log"
+}
+
+# Builds the given targets (all by default) in build/, where something changed.
 build() {
     local targets=()
     [ $# -eq 0 ] || targets=(--target "$@")
-    if [ ! -f "$top/build/build.ninja" ]; then
-        say "configuring"
-        cmake --preset daily -S "$top" >"$top/build-configure.log" 2>&1 || {
-            cat "$top/build-configure.log"
-            return 1
-        }
-        rm -f "$top/build-configure.log"
-    fi
     say "building"
     cmake --build "$top/build" "${targets[@]}"
 }

@@ -1,32 +1,15 @@
 #include "Wall/BrokenClips.h"
 
 #include "log.h"
+#include "platform/storage/BoundedFile.h"
 
-#include <QDateTime>
-#include <QFileInfo>
 #include <QHash>
 
 namespace corvella::BrokenClips {
 
 namespace {
 
-// What tells one file of a name from the next; a missing file has one of its own.
-struct FileStamp
-{
-    qint64 size = -1;
-    qint64 modified = 0; // milliseconds since 1970
-
-    bool operator==(const FileStamp &) const = default;
-};
-
 using Table = QHash<QString, FileStamp>;
-
-FileStamp stampOf(const QString &path)
-{
-    const QFileInfo info(path);
-    return info.exists() ? FileStamp{info.size(), info.lastModified().toMSecsSinceEpoch()}
-                         : FileStamp{};
-}
 
 Table &unplayable()
 {

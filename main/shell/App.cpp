@@ -30,14 +30,6 @@ MediaTime toMediaTime(double seconds)
     return std::chrono::duration_cast<MediaTime>(std::chrono::duration<double>(bounded));
 }
 
-QList<QRect> framesOf(const QList<Screen> &screens)
-{
-    QList<QRect> frames;
-    for (const Screen &screen : screens)
-        frames << screen.frame;
-    return frames;
-}
-
 } // namespace
 
 App::App(const Surroundings &surroundings)
@@ -53,7 +45,7 @@ App::App(const Surroundings &surroundings)
 
 App::~App()
 {
-    hide();
+    App::hide();
 }
 
 void App::applicationDidFinishLaunching(const CommandLine &commandLine)
@@ -99,6 +91,14 @@ void App::applicationWillTerminate()
     Preferences::shared().close();
 }
 
+QList<App::Extent> App::extentsOf(const QList<Screen> &screens)
+{
+    QList<Extent> extents;
+    for (const Screen &screen : screens)
+        extents << Extent{screen.frame, screen.scale};
+    return extents;
+}
+
 void App::build()
 {
     takeDownWindows();
@@ -106,7 +106,7 @@ void App::build()
     const QList<Screen> screens = m_screens.list();
     for (int i = 0; i < screens.size(); ++i)
         buildWall(screens[i], i, mode);
-    m_builtFor = framesOf(screens);
+    m_builtFor = extentsOf(screens);
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
     // New windows have to be given the keys anew. Beside a screen in use nothing takes its focus
     // away.
@@ -148,7 +148,8 @@ void App::show()
     m_armedWaiting = false;
     Preferences::shared().hide();
     build();
-    if (m_windows.empty()) {
+    m_foundNothingToShow = m_windows.empty();
+    if (m_foundNothingToShow) {
         log(QStringLiteral("every screen is Off; nothing to show"));
         Preferences::shared().show();
         return;
@@ -204,12 +205,10 @@ void App::dismiss()
 void App::tick()
 {
     const Mode mode = Settings::mode();
-    if (!m_showing) {
-        const bool waits = m_armedWaiting || mode == Mode::saver;
-        if (waits && Settings::idleMinutes() * 60 <= m_idleClock.secondsIdle())
-            show();
-        return;
-    }
+    if (!m_showing)
+        return showWhenIdle(mode);
+    if (!m_pendingRebuild.isPending() && extentsOf(m_screens.list()) != m_builtFor)
+        screensChanged(); // a change of scale comes without a signal
     if (mode != Mode::saver)
         return;
     const double idle = m_idleClock.secondsIdle();
@@ -217,6 +216,27 @@ void App::tick()
         m_armed = idle >= kSettleSeconds;
     if (m_armed && idle < kDismissSeconds)
         dismiss();
+}
+
+void App::showWhenIdle(Mode mode)
+{
+    const bool waits = m_armedWaiting || mode == Mode::saver;
+    if (!waits || Settings::idleMinutes() * 60 > m_idleClock.secondsIdle()) {
+        m_foundNothingToShow = false;
+        return;
+    }
+    // That there is nothing to show is said once, not at every tick until somebody comes.
+    if (!m_foundNothingToShow || isAnyScreenOn())
+        show();
+}
+
+bool App::isAnyScreenOn() const
+{
+    for (int i = 0; i < m_screens.list().size(); ++i) {
+        if (Settings::isEnabled(i))
+            return true;
+    }
+    return false;
 }
 
 bool App::eventFilter(QObject *watched, QEvent *event)
@@ -290,12 +310,13 @@ void App::screensChanged()
 
 void App::rebuildIfChanged()
 {
-    const QList<QRect> frames = framesOf(m_screens.list());
-    if (!m_showing || frames.isEmpty() || frames == m_builtFor)
+    // A window made for another scale would be blurred: on Wayland Qt 6.4 leaves it at that scale.
+    const QList<Extent> extents = extentsOf(m_screens.list());
+    if (!m_showing || extents.isEmpty() || extents == m_builtFor)
         return;
     log(QStringLiteral("display layout changed (%1 -> %2)")
             .arg(m_builtFor.size())
-            .arg(frames.size()));
+            .arg(extents.size()));
     build();
 }
 

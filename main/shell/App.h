@@ -55,6 +55,9 @@ public:
 
     // What happens four times a second. The timer calls it; tests do, too.
     void tick();
+    // What waits for its moment by the clock that the App was given. It runs by itself; tests that
+    // set the clock advance it.
+    [[nodiscard]] WorkQueue &workQueue() { return m_workQueue; }
 
     [[nodiscard]] bool isShowing() const { return m_showing; }
     [[nodiscard]] bool isArmedWaiting() const { return m_armedWaiting; }
@@ -69,10 +72,22 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    // Of a screen, what a wall is built for.
+    struct Extent
+    {
+        QRect frame; // points
+        double scale = 1;
+
+        bool operator==(const Extent &) const = default;
+    };
+    [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
+
     void decideWhatToShow(const CommandLine &commandLine);
     void build();
     void buildWall(const Screen &screen, int index, Mode mode);
     void takeDownWindows();
+    void showWhenIdle(Mode mode);
+    [[nodiscard]] bool isAnyScreenOn() const;
     void dismiss();
     // True when the key is used up.
     bool handleKey(const QKeyEvent &event);
@@ -98,9 +113,10 @@ private:
     bool m_showing = false;
     bool m_armed = false; // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
+    bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_cursorHidden = false;
     bool m_coversAll = true;
-    QList<QRect> m_builtFor;
+    QList<Extent> m_builtFor; // one per screen, also for those that are Off
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
 };

@@ -109,7 +109,7 @@ void checkKioskUpdateHour()
     const QTimeZone zone("America/Denver");
     check(zone.isValid());
     const auto october = [&zone](int day, int hour, int minute) {
-        const QDateTime date(QDate(2026, 10, day), QTime(hour, minute), zone);
+        QDateTime date(QDate(2026, 10, day), QTime(hour, minute), zone);
         check(date.isValid());
         return date;
     };

@@ -3,9 +3,12 @@
 #include "support/CapturedLog.h"
 #include "support/TemporaryHome.h"
 
-#include <QFile>
+#include <QDateTime>
+#include <QFileInfo>
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
 
 namespace corvella {
 namespace {
@@ -35,6 +38,22 @@ TEST_F(BrokenClipsTest, AreForgottenWhenAnotherFileTakesTheirPlace)
     BrokenClips::add(m_path, QStringLiteral("why"));
     EXPECT_TRUE(BrokenClips::contains(m_path));
     m_home.write(m_path, "other junk");
+    EXPECT_FALSE(BrokenClips::contains(m_path));
+}
+
+TEST_F(BrokenClipsTest, AreForgottenWhenAFileOfTheSameSizeAndDateTakesTheirPlace)
+{
+    m_home.write(m_path, "junk");
+    const QDateTime date = QFileInfo(m_path).lastModified();
+    BrokenClips::add(m_path, QStringLiteral("why"));
+    const QString other = m_path + QStringLiteral(".new");
+    m_home.write(other, "clip");
+    QFile file(other);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(file.setFileTime(date, QFile::FileModificationTime));
+    file.close();
+    ASSERT_EQ(std::rename(qPrintable(other), qPrintable(m_path)), 0);
+    ASSERT_EQ(QFileInfo(m_path).lastModified(), date);
     EXPECT_FALSE(BrokenClips::contains(m_path));
 }
 

@@ -1,10 +1,8 @@
 #include "Wall/HandOver.h"
 
-#include "platform/layers/DrawList.h"
-#include "platform/layers/LayerTree.h"
 #include "platform/layers/PlayerLayer.h"
 #include "platform/layers/ShapeLayer.h"
-#include "support/ManualMediaClock.h"
+#include "support/LayerTreeFixture.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -14,10 +12,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class HandOver : public testing::Test
+class HandOver : public test::LayerTreeFixture
 {
 protected:
     HandOver()
+        : LayerTreeFixture({1920, 1080})
     {
         for (PlayerLayer **layer : {&m_from, &m_to}) {
             *layer = m_tree.root().addSublayer(std::make_unique<PlayerLayer>());
@@ -50,9 +49,7 @@ protected:
         EXPECT_EQ(m_done, 1);
     }
 
-    test::ManualMediaClock m_clock;
     MediaTime m_start = m_clock.now();
-    LayerTree m_tree{{1920, 1080}, 1, RendererKind::raster, m_clock};
     PlayerLayer *m_from = nullptr;
     PlayerLayer *m_to = nullptr;
     int m_done = 0;

@@ -1,8 +1,7 @@
 #include "Wall/WallOverlays.h"
 
 #include "platform/layers/GradientLayer.h"
-#include "platform/layers/LayerTree.h"
-#include "support/ManualMediaClock.h"
+#include "support/LayerTreeFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -18,27 +17,20 @@ QJsonObject entry(const QString &label, const QString &updated)
             {QStringLiteral("updated"), updated}};
 }
 
-class WallOverlaysTest : public testing::Test
+class WallOverlaysTest : public test::LayerTreeFixture
 {
 protected:
     WallOverlaysTest()
+        : LayerTreeFixture({1920, 1080})
     {
         qputenv("TZ", "UTC");
         QLocale::setDefault(QLocale(QStringLiteral("en_US")));
         m_overlays.layout({1920, 1080});
     }
 
-    void pass(MediaTime time)
-    {
-        m_clock.advance(time);
-        m_tree.advance();
-    }
-
     double captionOpacity() { return m_overlays.caption().presentedOpacity(m_tree.now()); }
     double scrimOpacity() { return m_overlays.scrim().presentedOpacity(m_tree.now()); }
 
-    test::ManualMediaClock m_clock;
-    LayerTree m_tree{{1920, 1080}, 1, RendererKind::raster, m_clock};
     WallOverlays m_overlays{m_tree, std::nullopt};
 };
 

@@ -1,18 +1,14 @@
 #include "Wall/WallView.h"
 
 #include "Wall/OnScreen.h"
-#include "cache/Cache.h"
-#include "platform/layers/DrawList.h"
-#include "platform/layers/RasterRenderer.h"
 #include "platform/video/VideoPlayer.h"
 #include "settings/Settings.h"
 #include "support/CapturedLog.h"
-#include "support/EventLoop.h"
-#include "support/ManualMediaClock.h"
-#include "support/TemporaryHome.h"
-#include "support/TestClip.h"
+#include "support/LayerTreeFixture.h"
+#include "support/StockedHome.h"
+#include "support/Waiting.h"
 
-#include <QDir>
+#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 
@@ -20,25 +16,15 @@ namespace corvella {
 namespace {
 
 using namespace std::chrono_literals;
-using test::happens;
+using test::becomes;
 
 // Clips of 10 pictures at 30 a second: 667 ms each at half speed.
 class WallViewTest : public testing::Test
 {
 protected:
-    // The cache folder is fixed for the life of a process, so its home is, too.
-    static const test::TemporaryHome &home()
-    {
-        static const test::TemporaryHome theHome;
-        return theHome;
-    }
-
     void SetUp() override
     {
-        (void)home();
-        QDir(Cache::dir()).removeRecursively();
-        QDir().mkpath(Cache::dir());
-        QFile::remove(home().config(QStringLiteral("space.tarrow.corvella.json")));
+        m_home.clear();
         Settings::setTransition(Transition::blink);
         m_log.emplace();
     }
@@ -49,28 +35,6 @@ protected:
         m_log.reset();
     }
 
-    // Puts products with one clip each into the cache.
-    void fillCache(const QStringList &ids)
-    {
-        QList<QJsonObject> entries;
-        for (const QString &id : ids) {
-            const QString name = id + QLatin1String(".mp4");
-            entries << QJsonObject{
-                {QStringLiteral("id"), id},
-                {QStringLiteral("label"), QString(QStringLiteral("Product ") + id)},
-                {QStringLiteral("video"), name},
-                {QStringLiteral("updated"), QStringLiteral("2026-11-14T18:00:00Z")}};
-            test::TestClip clip;
-            clip.width = clip.height = 64;
-            clip.marked = false;
-            clip.colour = [](int) { return QColor(200, 160, 0); };
-            clip.write(file(name));
-        }
-        Cache::write(entries);
-    }
-
-    static QString file(const QString &name) { return QDir(Cache::dir()).filePath(name); }
-
     WallView &view(const QStringList &products = {})
     {
         m_views.push_back(
@@ -79,15 +43,24 @@ protected:
         return *m_views.back();
     }
 
+    template <typename AnyLayer> static std::vector<AnyLayer *> layersOf(WallView &view)
+    {
+        std::vector<AnyLayer *> layers;
+        for (const auto &layer : view.tree().root().sublayers()) {
+            if (auto *found = dynamic_cast<AnyLayer *>(layer.get()))
+                layers.push_back(found);
+        }
+        return layers;
+    }
+
     // Lets everything that is due by the clock happen.
     void pump()
     {
         for (const auto &view : m_views) {
             view->tree().advance();
-            for (const auto &layer : view->tree().root().sublayers()) {
-                auto *video = dynamic_cast<PlayerLayer *>(layer.get());
-                if (video && video->player())
-                    video->player()->advance();
+            for (PlayerLayer *layer : layersOf<PlayerLayer>(*view)) {
+                if (layer->player())
+                    layer->player()->advance();
             }
         }
         QCoreApplication::processEvents();
@@ -96,11 +69,13 @@ protected:
     // Runs the clock until the condition holds.
     bool runUntil(const std::function<bool()> &condition)
     {
-        return happens([&] {
-            m_clock.advance(5ms);
-            pump();
-            return condition();
-        });
+        return becomes(
+            [&] {
+                m_clock.advance(5ms);
+                pump();
+                return condition();
+            },
+            test::kGenerous, 1ms);
     }
 
     QStringList played()
@@ -117,14 +92,14 @@ protected:
 
     static QString caption(WallView &view)
     {
-        for (const auto &layer : view.tree().root().sublayers()) {
-            const auto *text = dynamic_cast<const TextLayer *>(layer.get());
-            if (text && !text->text().text.isEmpty())
-                return text->text().text;
+        for (const TextLayer *layer : layersOf<TextLayer>(view)) {
+            if (!layer->text().text.isEmpty())
+                return layer->text().text;
         }
         return {};
     }
 
+    const test::StockedHome &m_home = test::StockedHome::shared();
     test::ManualMediaClock m_clock;
     std::optional<test::CapturedLog> m_log;
     std::vector<std::unique_ptr<WallView>> m_views;
@@ -137,14 +112,14 @@ const QString kWaiting = QStringLiteral("nothing to play here yet; looking again
 
 TEST_F(WallViewTest, PlaysAtOnce)
 {
-    fillCache({kA});
+    m_home.stock({kA});
     view();
     EXPECT_EQ(played(), QStringList{kA});
 }
 
 TEST_F(WallViewTest, ThreeClipsRunFirstThirdFirstThird)
 {
-    fillCache({kA, kB, kC});
+    m_home.stock({kA, kB, kC});
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 4; }));
     // Each end moves the search two places on; past the end the list is read again.
@@ -153,7 +128,7 @@ TEST_F(WallViewTest, ThreeClipsRunFirstThirdFirstThird)
 
 TEST_F(WallViewTest, EachClipPlaysAsOftenAsItIsSetTo)
 {
-    fillCache({kA, kB});
+    m_home.stock({kA, kB});
     Settings::setLoops(3);
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
@@ -170,7 +145,7 @@ TEST_F(WallViewTest, EachClipPlaysAsOftenAsItIsSetTo)
 
 TEST_F(WallViewTest, WithOneLoopEveryEndIsANewChoice)
 {
-    fillCache({kA});
+    m_home.stock({kA});
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
     EXPECT_EQ(count(QStringLiteral("clip ended (loops done 1 of 1)")), 2);
@@ -179,13 +154,13 @@ TEST_F(WallViewTest, WithOneLoopEveryEndIsANewChoice)
 // On a real clock, because it is the rate that counts here.
 TEST_F(WallViewTest, AClipTakesTwiceItsLength)
 {
-    fillCache({kA});
+    m_home.stock({kA});
     const SteadyMediaClock clock;
     const WallView wall(QRectF(0, 0, 192, 108), {}, 1, std::nullopt, {RendererKind::raster, clock});
     const auto ended = [&] { return count(QStringLiteral("clip ended (loops done 1 of 1)")); };
-    ASSERT_TRUE(happens([&] { return ended() == 1; }));
+    ASSERT_TRUE(becomes([&] { return ended() == 1; }));
     const MediaTime first = clock.now();
-    ASSERT_TRUE(happens([&] { return ended() == 2; }));
+    ASSERT_TRUE(becomes([&] { return ended() == 2; }));
     // 10 pictures at 30 a second are 0.33 s: at full speed this, at a quarter of it 1.33 s.
     const double lap = std::chrono::duration<double>(clock.now() - first).count();
     EXPECT_GT(lap, 0.6);
@@ -194,7 +169,7 @@ TEST_F(WallViewTest, AClipTakesTwiceItsLength)
 
 TEST_F(WallViewTest, TheUsersOrderRulesNotTheCaches)
 {
-    fillCache({kA, kB, kC});
+    m_home.stock({kA, kB, kC});
     view({kC, kA});
     EXPECT_EQ(played(), QStringList{kC});
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
@@ -203,7 +178,7 @@ TEST_F(WallViewTest, TheUsersOrderRulesNotTheCaches)
 
 TEST_F(WallViewTest, ProductsThatAreNotInTheCacheAreLeftOut)
 {
-    fillCache({QStringLiteral("y"), QStringLiteral("z")});
+    m_home.stock({QStringLiteral("y"), QStringLiteral("z")});
     view({QStringLiteral("x"), QStringLiteral("y")});
     ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
     EXPECT_EQ(played(),
@@ -212,7 +187,7 @@ TEST_F(WallViewTest, ProductsThatAreNotInTheCacheAreLeftOut)
 
 TEST_F(WallViewTest, AllMeansEveryProduct)
 {
-    fillCache({kB, kA});
+    m_home.stock({kB, kA});
     view({QStringLiteral("all")});
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
     EXPECT_EQ(played(), (QStringList{kB, kA}));
@@ -220,7 +195,7 @@ TEST_F(WallViewTest, AllMeansEveryProduct)
 
 TEST_F(WallViewTest, ShuffledEveryProductStillComesInItsTurn)
 {
-    fillCache({kA, kB, kC});
+    m_home.stock({kA, kB, kC});
     Settings::setShuffle(true);
     view();
     ASSERT_TRUE(runUntil([&] {
@@ -231,7 +206,7 @@ TEST_F(WallViewTest, ShuffledEveryProductStillComesInItsTurn)
 
 TEST_F(WallViewTest, TwoScreensDoNotShowTheSameProduct)
 {
-    fillCache({kA, kB});
+    m_home.stock({kA, kB});
     view();
     view();
     EXPECT_EQ(played(), (QStringList{kA, kB}));
@@ -239,7 +214,7 @@ TEST_F(WallViewTest, TwoScreensDoNotShowTheSameProduct)
 
 TEST_F(WallViewTest, StoppedItFreesItsProduct)
 {
-    fillCache({kA, kB});
+    m_home.stock({kA, kB});
     WallView &first = view();
     first.stop();
     view();
@@ -248,7 +223,7 @@ TEST_F(WallViewTest, StoppedItFreesItsProduct)
 
 TEST_F(WallViewTest, SteppingForwardGoesToTheNextClip)
 {
-    fillCache({kA, kB, kC});
+    m_home.stock({kA, kB, kC});
     WallView &wall = view();
     wall.step(+1);
     EXPECT_EQ(played(), (QStringList{kA, kB}));
@@ -258,7 +233,7 @@ TEST_F(WallViewTest, SteppingForwardGoesToTheNextClip)
 
 TEST_F(WallViewTest, SteppingBackGoesToTheClipBefore)
 {
-    fillCache({kA, kB, kC});
+    m_home.stock({kA, kB, kC});
     WallView &wall = view();
     wall.step(+1);
     wall.step(-1);
@@ -273,18 +248,11 @@ class SteppingTwice : public WallViewTest, public testing::WithParamInterface<Tr
 
 TEST_P(SteppingTwice, WithinOneHandOverEndsWithThePictureUp)
 {
-    fillCache({kA, kB, kC});
+    m_home.stock({kA, kB, kC});
     Settings::setTransition(GetParam());
     Settings::setLoops(1000);
     WallView &wall = view();
-    const auto middle = [&] {
-        QImage screen(192, 108, QImage::Format_RGB32);
-        RasterRenderer renderer;
-        const QRegion everything = renderer.advance(drawList(wall.tree(), m_clock.now()));
-        screen.fill(Qt::black);
-        renderer.paint(screen, everything);
-        return screen.pixelColor(96, 40).red();
-    };
+    const auto middle = [&] { return test::painted(wall.tree()).pixelColor(96, 40).red(); };
     ASSERT_TRUE(runUntil([&] { return middle() > 150; }));
     for (int step = 0; step < 2; ++step) {
         wall.step(+1);
@@ -294,10 +262,8 @@ TEST_P(SteppingTwice, WithinOneHandOverEndsWithThePictureUp)
     // Through when only the last clip is left and nothing moves any more.
     const auto isThrough = [&] {
         int withPlayer = 0;
-        for (const auto &layer : wall.tree().root().sublayers()) {
-            const auto *video = dynamic_cast<const PlayerLayer *>(layer.get());
-            withPlayer += video && video->player() ? 1 : 0;
-        }
+        for (const PlayerLayer *layer : layersOf<PlayerLayer>(wall))
+            withPlayer += layer->player() ? 1 : 0;
         return withPlayer == 1 && !wall.tree().isAnimating();
     };
     ASSERT_TRUE(runUntil(isThrough));
@@ -309,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(Styles, SteppingTwice, testing::ValuesIn(kAllTransition
 
 TEST_F(WallViewTest, SteppingBeginsTheLoopsAnew)
 {
-    fillCache({kA, kB});
+    m_home.stock({kA, kB});
     Settings::setLoops(3);
     WallView &wall = view();
     ASSERT_TRUE(
@@ -330,7 +296,7 @@ TEST_F(WallViewTest, WithNothingToPlayItSaysSoAndLooksAgain)
     m_clock.advance(1ms);
     pump();
     EXPECT_EQ(count(kWaiting), 2);
-    fillCache({kA});
+    m_home.stock({kA});
     m_clock.advance(5s);
     pump();
     EXPECT_EQ(played(), QStringList{kA});
@@ -354,7 +320,7 @@ TEST_F(WallViewTest, StoppedItNeitherLooksAgainNorPlaysOn)
 {
     WallView &waiting = view({kA});
     waiting.stop();
-    fillCache({kB});
+    m_home.stock({kB});
     WallView &playing = view();
     playing.stop();
     const QStringList before = m_log->messages();
@@ -367,8 +333,8 @@ TEST_F(WallViewTest, StoppedItNeitherLooksAgainNorPlaysOn)
 
 TEST_F(WallViewTest, AClipThatDoesNotPlayGivesWayToTheNext)
 {
-    fillCache({kA, kB});
-    home().write(file(kA + QStringLiteral(".mp4")), "this is no clip");
+    m_home.stock({kA, kB});
+    m_home.write(m_home.clip(kA), "this is no clip");
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 4; }));
     EXPECT_EQ(played(), (QStringList{kA, kB, kB, kB}));
@@ -379,9 +345,9 @@ TEST_F(WallViewTest, AClipThatDoesNotPlayGivesWayToTheNext)
 
 TEST_F(WallViewTest, WhenNoClipPlaysItWaits)
 {
-    fillCache({kA, kB});
+    m_home.stock({kA, kB});
     for (const QString &id : {kA, kB})
-        home().write(file(id + QStringLiteral(".mp4")), {});
+        m_home.write(m_home.clip(id), {});
     WallView &wall = view();
     ASSERT_TRUE(runUntil([&] { return count(kWaiting) == 3; }));
     EXPECT_EQ(caption(wall), QStringLiteral("the Sun  ·  DOWNLOADING…"));
@@ -390,19 +356,19 @@ TEST_F(WallViewTest, WhenNoClipPlaysItWaits)
 
 TEST_F(WallViewTest, AReplacedClipPlaysAgain)
 {
-    fillCache({kA});
-    const QString path = file(kA + QStringLiteral(".mp4"));
-    home().write(path, "no clip");
+    m_home.stock({kA});
+    const QString path = m_home.clip(kA);
+    m_home.write(path, "no clip");
     view();
     ASSERT_TRUE(runUntil([&] { return count(kWaiting) == 1; }));
-    fillCache({kA});
+    m_home.stock({kA});
     ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
 }
 
 // Looks at every picture between the first and the fourth clip, as often as a 200 Hz display would.
 TEST_F(WallViewTest, NoPictureBetweenTwoClipsIsBlack)
 {
-    fillCache({kA, kB});
+    m_home.stock({kA, kB});
     WallView &wall = view();
     RasterRenderer renderer;
     QImage screen(192, 108, QImage::Format_RGB32);
@@ -423,29 +389,25 @@ TEST_F(WallViewTest, NoPictureBetweenTwoClipsIsBlack)
 
 TEST_F(WallViewTest, TheNextClipIsThereWhenTheLastOneEnds)
 {
-    fillCache({kA, kB});
+    m_home.stock({kA, kB});
     WallView &wall = view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
     // The clip that was chosen at this very step shows its first picture at once.
     int withPicture = 0;
-    for (const auto &layer : wall.tree().root().sublayers()) {
-        const auto *video = dynamic_cast<const PlayerLayer *>(layer.get());
-        withPicture += video && video->opacity() == 1 && video->picture() ? 1 : 0;
-    }
+    for (const PlayerLayer *layer : layersOf<PlayerLayer>(wall))
+        withPicture += layer->opacity() == 1 && layer->picture() ? 1 : 0;
     EXPECT_EQ(withPicture, 1);
 }
 
 TEST_F(WallViewTest, LaysItselfOutAnewWhenItsSizeChanges)
 {
-    fillCache({kA});
+    m_home.stock({kA});
     WallView &wall = view();
     wall.tree().setSize({400, 300});
-    for (const auto &layer : wall.tree().root().sublayers()) {
-        const bool isText = dynamic_cast<const TextLayer *>(layer.get()) != nullptr;
-        const bool isVideo = dynamic_cast<const PlayerLayer *>(layer.get()) != nullptr;
-        EXPECT_TRUE(!isVideo || layer->frame() == QRectF(0, 0, 400, 300));
-        EXPECT_TRUE(!isText || qFuzzyCompare(layer->frame().y(), 9)); // 0.03 x 300
-    }
+    for (const PlayerLayer *layer : layersOf<PlayerLayer>(wall))
+        EXPECT_EQ(layer->frame(), QRectF(0, 0, 400, 300));
+    for (const TextLayer *layer : layersOf<TextLayer>(wall))
+        EXPECT_DOUBLE_EQ(layer->frame().y(), 9); // 0.03 x 300
 }
 
 } // namespace

@@ -130,8 +130,7 @@ TEST_F(CacheFolderTest, LeavesOutStillsThatAreNoFileInTheFolder)
 {
     store(QStringLiteral("171.mp4"));
     m_home.write(m_home.cache(QStringLiteral("outside.png")), "content");
-    for (const char *name :
-         {R"("../outside.png")", R"("/etc/passwd")", R"("")", R"("..")"}) {
+    for (const char *name : {R"("../outside.png")", R"("/etc/passwd")", R"("")", R"("..")"}) {
         storeManifest(R"([{"video": "171.mp4", "still": )" + QByteArray(name) + "}]");
         EXPECT_EQ(m_folder.entries(), QList<QJsonObject>{object(R"({"video": "171.mp4"})")})
             << name;

@@ -80,6 +80,16 @@ protected:
             && std::all_of(displays.begin(), displays.end(), showsPattern);
     }
 
+    // Whether one of the walls gets the keys.
+    [[nodiscard]] bool hasFocus()
+    {
+        const QList<test::XWindow> windows = m_server->client().windows();
+        const auto hasIt = [focus = m_server->client().focus()](const test::XWindow &window) {
+            return window.id == focus;
+        };
+        return std::any_of(windows.begin(), windows.end(), hasIt);
+    }
+
     [[nodiscard]] QStringList layoutChanges()
     {
         return m_program.messages().filter(u"display layout changed"_s);
@@ -182,6 +192,18 @@ TEST_F(DisplaysOfABareServer, WallFollowsThem)
     expectRebuild(u"2 -> 3"_s, {kFirst, kSecond, kThird});
     pullOut(kSecond);
     expectRebuild(u"3 -> 2"_s, {kFirst, kThird});
+}
+
+TEST_F(DisplaysOfABareServer, KeysReachTheWallsThatWereBuiltAnew)
+{
+    startOn({kFirst, kSecond});
+    plugIn(kThird);
+    expectRebuild(u"2 -> 3"_s, {kFirst, kSecond, kThird});
+    pullOut(kSecond);
+    expectRebuild(u"3 -> 2"_s, {kFirst, kThird});
+    EXPECT_TRUE(becomes([this] { return hasFocus(); })) << "keys go where the pointer is";
+    m_server->input({u"key"_s, u"ctrl+q"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
 }
 
 TEST_F(DisplaysOfABareServer, WallFollowsTheDisplayThatTakesTheMainOnesPlace)

@@ -13,24 +13,34 @@ namespace {
 using namespace Qt::StringLiterals;
 using test::becomes;
 
-// With a wall up and playing.
-class OrderlyEnd : public testing::Test
+class WallOnADisplay : public testing::Test
 {
 protected:
-    OrderlyEnd()
+    WallOnADisplay()
     {
         m_program.showOn(m_display);
         m_program.configureWall();
-        m_program.addClip(u"171"_s, 1);
-        m_program.start();
-        EXPECT_TRUE(becomes([this] {
-            return test::seenPattern(m_display.client().picture(), QRect(0, 0, 640, 480))
-                .has_value();
-        }));
+    }
+
+    [[nodiscard]] std::optional<test::SeenPattern> seen()
+    {
+        return test::seenPattern(m_display.client().picture(), {0, 0, 640, 480});
     }
 
     test::VirtualDisplay m_display{QSize(640, 480)};
     test::ProgramUnderTest m_program;
+};
+
+// With a wall up and playing.
+class OrderlyEnd : public WallOnADisplay
+{
+protected:
+    OrderlyEnd()
+    {
+        m_program.addClip(u"171"_s, 1);
+        m_program.start();
+        EXPECT_TRUE(becomes([this] { return seen().has_value(); }));
+    }
 };
 
 class OrderlyEndOn : public OrderlyEnd, public testing::WithParamInterface<int>
@@ -54,8 +64,38 @@ INSTANTIATE_TEST_SUITE_P(Signals, OrderlyEndOn, testing::Values(SIGTERM, SIGINT,
 TEST_F(OrderlyEnd, ComesAlsoWhenTheDisplayServerGoes)
 {
     m_display.stop();
-    EXPECT_TRUE(m_program.process().exitStatus().has_value());
+    EXPECT_EQ(m_program.process().exitStatus(), 1);
+    EXPECT_EQ(m_program.process().errorLines().last(),
+              u"The X11 connection broke (error 1). Did the X11 server die?"_s);
 }
+
+// As when the terminal or the launcher that it was started from is gone.
+class WithoutAReader : public WallOnADisplay,
+                       public testing::WithParamInterface<test::StandardError>
+{
+};
+
+TEST_P(WithoutAReader, WallPlaysOnAndEndsInOrder)
+{
+    constexpr int kFrames = 15; // a second
+    m_program.addClip(u"171"_s, 1, kFrames);
+    m_program.addClip(u"193"_s, 2, kFrames);
+    m_program.setStandardError(GetParam());
+    m_program.start();
+    // Each change of clips has it say something.
+    for (const int clip : {1, 2, 1})
+        ASSERT_TRUE(becomes([&] { return seen() && seen()->clip == clip; })) << clip;
+    m_program.process().signal(SIGTERM);
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_TRUE(m_display.client().windows().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(OfItsMessages, WithoutAReader,
+                         testing::Values(test::StandardError::closed,
+                                         test::StandardError::withoutReader),
+                         [](const auto &row) {
+                             return row.param == test::StandardError::closed ? "Closed" : "Gone";
+                         });
 
 } // namespace
 } // namespace corvella

@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QJsonDocument>
 
 #include <csignal>
@@ -29,10 +30,10 @@ constexpr qsizetype kClipBytes = 60'000; // several pieces of the network's size
 class Priming : public testing::Test
 {
 protected:
-    void serve(const TestImageryHost &host)
+    void serve(const TestImageryHost &host) { serve(host.folder()); }
+    void serve(const QString &folder)
     {
-        m_server =
-            std::make_unique<test::NginxServer>(m_authority.issue({u"localhost"_s}), host.folder());
+        m_server = std::make_unique<test::NginxServer>(m_authority.issue({u"localhost"_s}), folder);
         m_program.configure({{u"imageryHost"_s, m_server->host()}});
         m_program.setVariable(u"SSL_CERT_FILE"_s, m_authority.certificate());
     }
@@ -99,6 +100,22 @@ TEST_F(Priming, ShowsWhatWasDownloadedAfterTheSeed)
     EXPECT_EQ(runProgram(), 0);
     ASSERT_EQ(manifest().size(), 1);
     EXPECT_EQ(manifest().first().toObject().value(u"video"_s), u"171.mp4"_s);
+}
+
+TEST_F(Priming, TakesTheSimulatedSunForAnImageryHost)
+{
+    const QTemporaryDir tree;
+    test::run({QStringLiteral(CORVELLA_SUN),
+               {u"host"_s, tree.path(), u"--size"_s, u"64"_s, u"--frames"_s, u"2"_s,
+                u"--products"_s, u"171,dem"_s},
+               test::bareEnvironment(),
+               {}});
+    serve(tree.path());
+    EXPECT_EQ(runProgram(), 0);
+    EXPECT_EQ(m_program.messages().last(), u"pass: checked, 2 clips moved, 0 products dropped"_s);
+    ASSERT_EQ(manifest().size(), 2);
+    EXPECT_EQ(manifest().last().toObject().value(u"id"_s), u"dem"_s);
+    EXPECT_FALSE(QImage(path(u"171.png"_s)).isNull());
 }
 
 TEST_F(Priming, IsDoneByARunningProgramBesideTheWall)

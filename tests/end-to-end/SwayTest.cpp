@@ -60,6 +60,18 @@ TEST_F(Sway, OutputThatIsOffIsLeftAlone)
     EXPECT_EQ(m_sway.picture(0), before);
 }
 
+// As with a screen that gets twice the resolution and the scale that goes with it: in points it
+// stays what it was, but a wall of the old scale would be blurred.
+TEST_F(Sway, WallUsesThePixelsThatANewScaleGives)
+{
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return showsWall(0, kLeft, kLeftPicture); }));
+    m_sway.change(0, kLeft * 2, 2);
+    EXPECT_TRUE(m_program.logs(u"display layout changed (2 -> 2)"_s));
+    const QRect picture(kLeftPicture.topLeft() * 2, kLeftPicture.size() * 2);
+    EXPECT_TRUE(becomes([&] { return showsWall(0, kLeft * 2, picture); }));
+}
+
 TEST_F(Sway, WallEndsInOrder)
 {
     m_program.start();

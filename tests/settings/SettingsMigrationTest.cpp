@@ -135,9 +135,9 @@ TEST_F(SettingsMigrationTest, TriesAgainWhenTheOldDomainIsDamagedAndLeavesItAsIt
     storeOld(damaged);
     Settings::migrate();
     EXPECT_EQ(settings(), QJsonObject());
-    EXPECT_EQ(test::TemporaryHome::read(
-                  m_home.config(QStringLiteral("space.tarrow.corvella-wall.json"))),
-              damaged);
+    EXPECT_EQ(
+        test::TemporaryHome::read(m_home.config(QStringLiteral("space.tarrow.corvella-wall.json"))),
+        damaged);
     storeOld(R"({"offline": true})");
     Settings::migrate();
     EXPECT_EQ(settings(), object(R"({"migrated": true, "offline": true})"));

@@ -1,17 +1,14 @@
 #include "shell/App.h"
 
 #include "Preferences/Preferences.h"
-#include "cache/Cache.h"
 #include "settings/Settings.h"
 #include "support/CapturedLog.h"
-#include "support/EventLoop.h"
 #include "support/ManualMediaClock.h"
-#include "support/TemporaryHome.h"
+#include "support/OffscreenScreens.h"
+#include "support/StockedHome.h"
 
-#include <QDir>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QScreen>
 
 #include <gtest/gtest.h>
 
@@ -25,19 +22,19 @@ public:
     double seconds = 0;
 };
 
-// Two screens: 1280 x 720, and 800 x 600 points at two pixels a point.
+using namespace std::chrono_literals;
+
+const test::OffscreenScreen kLeft{QStringLiteral("Left"), {0, 0, 1280, 720}};
+const test::OffscreenScreen kRight{QStringLiteral("Right"), {1280, 0, 800, 600}, 2};
+
+// With two screens, the right one of two pixels a point.
 class AppTest : public testing::Test
 {
 protected:
-    static const test::TemporaryHome &home()
-    {
-        static const test::TemporaryHome theHome;
-        return theHome;
-    }
-
     void SetUp() override
     {
-        QFile::remove(home().config(QStringLiteral("space.tarrow.corvella.json")));
+        m_home.clear();
+        test::setOffscreenScreens({kLeft, kRight});
         Settings::setOffline(true);
         m_log.emplace();
         m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_clock, RendererKind::raster});
@@ -71,8 +68,11 @@ protected:
 
     bool logged(const char *message) { return m_log->contains(QString::fromUtf8(message)); }
 
+    QStringList logged(const QString &part) { return m_log->messages().filter(part); }
+
     static bool settingsOpen() { return Preferences::shared().isVisible(); }
 
+    const test::StockedHome &m_home = test::StockedHome::shared();
     Screens m_screens;
     FakeIdleClock m_idleClock;
     test::ManualMediaClock m_clock;
@@ -176,6 +176,49 @@ TEST_F(AppTest, WithEveryScreenOffItSaysSoAndOpensTheSettings)
     EXPECT_FALSE(m_app->isShowing());
     EXPECT_TRUE(settingsOpen());
     EXPECT_TRUE(logged("every screen is Off; nothing to show"));
+}
+
+const QString kNothingToShow = QStringLiteral("every screen is Off; nothing to show");
+
+TEST_F(AppTest, ASaverWithEveryScreenOffSaysSoOnceEachTimeNobodyIsThere)
+{
+    configure(Mode::saver, {QStringLiteral("off"), QStringLiteral("off")});
+    launch();
+    Preferences::shared().hide();
+    for (const double idle : {300.0, 300.25, 100'000.0})
+        tickAfterIdle(idle);
+    EXPECT_EQ(logged(kNothingToShow).size(), 1);
+    EXPECT_TRUE(settingsOpen());
+    Preferences::shared().hide();
+    tickAfterIdle(100'001);
+    EXPECT_FALSE(settingsOpen()) << "once is enough";
+    tickAfterIdle(0); // somebody came
+    tickAfterIdle(300);
+    EXPECT_EQ(logged(kNothingToShow).size(), 2);
+    EXPECT_TRUE(settingsOpen());
+}
+
+TEST_F(AppTest, ASaverWithEveryScreenOffShowsOnceOneIsChosen)
+{
+    configure(Mode::saver, {QStringLiteral("off"), QStringLiteral("off")});
+    launch();
+    tickAfterIdle(300);
+    Settings::setProducts({QStringLiteral("off"), QStringLiteral("all")});
+    tickAfterIdle(300.25);
+    EXPECT_TRUE(m_app->isShowing());
+    EXPECT_FALSE(settingsOpen());
+}
+
+TEST_F(AppTest, WallsThatWereUpStayShownWhenEveryScreenIsTurnedOff)
+{
+    configure(Mode::wall);
+    launch();
+    Settings::setProducts({QStringLiteral("off"), QStringLiteral("off")});
+    m_app->show();
+    EXPECT_TRUE(m_app->isShowing());
+    EXPECT_TRUE(m_app->windows().empty());
+    EXPECT_EQ(logged(kNothingToShow).size(), 1);
+    EXPECT_TRUE(settingsOpen());
 }
 
 TEST_F(AppTest, ASaverComesUpWhenTheIdleTimeIsReachedAndNotBefore)
@@ -308,15 +351,174 @@ TEST_F(AppTest, EndsItselfAfterTheSecondsAskedFor)
     EXPECT_TRUE(asked);
 }
 
+class DisplayChanges : public AppTest
+{
+protected:
+    void SetUp() override
+    {
+        AppTest::SetUp();
+        configure(Mode::wall);
+        launch();
+    }
+
+    void pass(MediaTime time)
+    {
+        m_clock.advance(time);
+        m_app->workQueue().advance();
+    }
+
+    QStringList rebuilds() { return logged(QStringLiteral("display layout changed")); }
+
+    const test::OffscreenScreen kThird{QStringLiteral("Third"), {2080, 0, 640, 480}};
+};
+
+TEST_F(DisplayChanges, RebuildOnceHalfASecondAfterTheLast)
+{
+    test::setOffscreenScreens({kLeft, kRight, kThird});
+    pass(300ms);
+    test::setOffscreenScreens({kLeft});
+    pass(499ms);
+    EXPECT_EQ(rebuilds(), QStringList());
+    pass(1ms);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 1)")});
+    ASSERT_EQ(m_app->windows().size(), 1U);
+    EXPECT_EQ(m_app->windows()[0]->geometry(), kLeft.frame);
+    pass(1h);
+    EXPECT_EQ(rebuilds().size(), 1);
+}
+
+TEST_F(DisplayChanges, ThatAreTakenBackChangeNothing)
+{
+    const auto before = m_app->windows()[0]->winId();
+    test::setOffscreenScreens({kLeft, kRight, kThird});
+    test::setOffscreenScreens({kLeft, kRight});
+    pass(500ms);
+    EXPECT_EQ(rebuilds(), QStringList());
+    EXPECT_EQ(m_app->windows()[0]->winId(), before);
+}
+
+TEST_F(DisplayChanges, LeaveTheWallsAloneWhenNoDisplayIsLeft)
+{
+    test::setOffscreenScreens({{kLeft.name, {}}});
+    pass(500ms);
+    EXPECT_EQ(rebuilds(), QStringList());
+    EXPECT_TRUE(m_app->isShowing());
+    EXPECT_EQ(m_app->windows().size(), 2U);
+}
+
+TEST_F(DisplayChanges, AreOfNoAccountWhileNoWallIsUp)
+{
+    m_app->hide();
+    test::setOffscreenScreens({kLeft});
+    pass(500ms);
+    EXPECT_EQ(rebuilds(), QStringList());
+    EXPECT_TRUE(m_app->windows().empty());
+}
+
+TEST_F(DisplayChanges, ThatLeaveOnlyScreensThatAreOffTakeTheWallsDownButNotTheShow)
+{
+    Settings::setProducts({QStringLiteral("off"), QStringLiteral("all")});
+    test::setOffscreenScreens({kLeft});
+    pass(500ms);
+    EXPECT_EQ(rebuilds().size(), 1);
+    EXPECT_TRUE(m_app->windows().empty());
+    EXPECT_TRUE(m_app->isShowing());
+    test::setOffscreenScreens({kLeft, kRight});
+    pass(500ms);
+    ASSERT_EQ(m_app->windows().size(), 1U);
+    EXPECT_EQ(m_app->windows()[0]->geometry(), kRight.frame);
+}
+
+TEST_F(DisplayChanges, OfTheScaleAloneRebuildToo)
+{
+    test::setOffscreenScreens({kLeft, {kRight.name, kRight.frame, 1}});
+    m_app->tick();
+    pass(499ms);
+    m_app->tick();
+    EXPECT_EQ(rebuilds(), QStringList());
+    pass(1ms);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 2)")});
+}
+
+// Counts the keys that reach it.
+class KeyCounter : public QWindow
+{
+public:
+    int presses = 0;
+
+protected:
+    void keyPressEvent(QKeyEvent * /*event*/) override { ++presses; }
+};
+
 class KeyTest : public AppTest
 {
 protected:
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    static void pressIn(QWindow &window, Qt::Key key, Qt::KeyboardModifiers modifiers)
     {
         QKeyEvent event(QEvent::KeyPress, key, modifiers);
-        QCoreApplication::sendEvent(m_app->windows().front().get(), &event);
+        QCoreApplication::sendEvent(&window, &event);
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        pressIn(*m_app->windows().front(), key, modifiers);
+    }
+
+    // The products so far, in the order in which they were played.
+    QStringList played()
+    {
+        QStringList ids = logged(QStringLiteral("playing "));
+        return ids.replaceInStrings(QStringLiteral("playing "), QString());
     }
 };
+
+TEST_F(KeyTest, ReachesOtherWindowsOnlyWhileNoWallIsUp)
+{
+    configure(Mode::wall);
+    Settings::setConfigured(false);
+    launch();
+    KeyCounter other;
+    pressIn(other, Qt::Key_Right, Qt::NoModifier);
+    pressIn(other, Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(other.presses, 2);
+    m_app->show();
+    pressIn(other, Qt::Key_Escape, Qt::NoModifier);
+    EXPECT_EQ(other.presses, 2);
+    m_app->hide();
+    pressIn(other, Qt::Key_Escape, Qt::NoModifier);
+    EXPECT_EQ(other.presses, 3);
+}
+
+TEST_F(KeyTest, ArrowsStepThroughTheClips)
+{
+    m_home.stock({QStringLiteral("171"), QStringLiteral("193"), QStringLiteral("304")});
+    configure(Mode::wall, {QStringLiteral("all"), QStringLiteral("off")});
+    launch();
+    for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Up, Qt::Key_Left, Qt::Key_Down})
+        press(key);
+    EXPECT_EQ(played().join(u' '), QStringLiteral("171 193 304 193 171"));
+}
+
+TEST_F(KeyTest, ArrowsStepEveryWall)
+{
+    m_home.stock({QStringLiteral("171"), QStringLiteral("193"), QStringLiteral("304")});
+    configure(Mode::wall);
+    launch();
+    EXPECT_EQ(played().size(), 2);
+    press(Qt::Key_Right);
+    EXPECT_EQ(played().size(), 4);
+    press(Qt::Key_Left);
+    EXPECT_EQ(played().size(), 6);
+}
+
+TEST_F(KeyTest, ArrowsDoNothingInAKiosk)
+{
+    m_home.stock({QStringLiteral("171"), QStringLiteral("193")});
+    configure(Mode::kiosk, {QStringLiteral("all"), QStringLiteral("off")});
+    launch();
+    press(Qt::Key_Right);
+    press(Qt::Key_Left);
+    EXPECT_EQ(played(), QStringList{QStringLiteral("171")});
+}
 
 TEST_F(KeyTest, AnyKeyEndsASaverAtOnce)
 {

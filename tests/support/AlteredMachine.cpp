@@ -50,7 +50,7 @@ Command AlteredMachine::around(const Command &command) const
     words << QStringLiteral("sh") << QStringLiteral("-c") << script() << QStringLiteral("sh")
           << m_folder.path() << m_journal << m_emptyFolder << command.program;
     return {QStringLiteral("unshare"), words + command.arguments, command.environment,
-            command.folder};
+            command.folder, command.standardError};
 }
 
 } // namespace corvella::test

@@ -6,14 +6,16 @@
 
 namespace corvella::test {
 
-class CapturedLog {
+class CapturedLog
+{
 public:
     CapturedLog();
     ~CapturedLog();
     CapturedLog(const CapturedLog &) = delete;
     CapturedLog &operator=(const CapturedLog &) = delete;
 
-    // The messages so far, in order, without the "corvella: " in front; lines of others are left out.
+    // The messages so far, in order, without the "corvella: " in front; lines of others are left
+    // out.
     [[nodiscard]] QStringList messages();
     [[nodiscard]] bool contains(const QString &message) { return messages().contains(message); }
 

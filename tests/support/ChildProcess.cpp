@@ -4,12 +4,26 @@
 
 #include <csignal>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace corvella::test {
 
 namespace {
 
 constexpr int kPatienceAfterTerminate = 5'000; // milliseconds
+
+// Runs between fork and exec.
+void replaceStandardError(StandardError by)
+{
+    int ends[2];
+    if (by == StandardError::closed) {
+        ::close(STDERR_FILENO);
+    } else if (by == StandardError::withoutReader && ::pipe(ends) == 0) {
+        ::dup2(ends[1], STDERR_FILENO);
+        ::close(ends[0]);
+        ::close(ends[1]);
+    }
+}
 
 } // namespace
 
@@ -37,7 +51,10 @@ ChildProcess::ChildProcess(const Command &command)
     m_process.setProcessEnvironment(command.environment);
     m_process.setWorkingDirectory(command.folder);
     // A test that is killed runs no destructor, and a server left behind would run for ever.
-    m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    m_process.setChildProcessModifier([standardError = command.standardError] {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        replaceStandardError(standardError);
+    });
     m_process.start(command.program, command.arguments);
     if (!m_process.waitForStarted())
         ADD_FAILURE() << qPrintable(command.program) << ": " << qPrintable(m_process.errorString());

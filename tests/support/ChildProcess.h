@@ -12,12 +12,20 @@
 
 namespace corvella::test {
 
+// What a program finds as its standard error.
+enum class StandardError {
+    captured,
+    closed,
+    withoutReader, // a pipe that nobody reads any more
+};
+
 struct Command
 {
     QString program; // a path, or a name to look up in PATH
     QStringList arguments;
     QProcessEnvironment environment; // all of it: nothing is inherited
     QString folder;                  // to start in; the test's own when empty
+    StandardError standardError = StandardError::captured;
 };
 
 // What this process was started with that a program needs anywhere: where programs are, and what a

@@ -109,16 +109,31 @@ bool HeadlessSway::findSocket()
     return true;
 }
 
-QImage HeadlessSway::picture(int output) const
+QByteArray HeadlessSway::runHere(const QString &program, const QStringList &arguments) const
 {
     QProcessEnvironment environment = bareEnvironment();
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtimeFolder());
     environment.insert(QStringLiteral("WAYLAND_DISPLAY"), socket());
-    return QImage::fromData(run({QStringLiteral("grim"),
-                                 {QStringLiteral("-o"), nameOf(output), QStringLiteral("-t"),
-                                  QStringLiteral("ppm"), QStringLiteral("-")},
-                                 environment,
-                                 {}}));
+    return run({program, arguments, environment, {}});
+}
+
+QImage HeadlessSway::picture(int output) const
+{
+    return QImage::fromData(runHere(QStringLiteral("grim"),
+                                    {QStringLiteral("-o"), nameOf(output), QStringLiteral("-t"),
+                                     QStringLiteral("ppm"), QStringLiteral("-")}));
+}
+
+void HeadlessSway::change(int output, QSize resolution, int scale) const
+{
+    const QStringList control =
+        QDir(m_folder.path()).entryList({QStringLiteral("sway-ipc.*")}, QDir::System);
+    ASSERT_EQ(control.size(), 1);
+    const QString mode = QStringLiteral("%1x%2").arg(resolution.width()).arg(resolution.height());
+    runHere(QStringLiteral("swaymsg"),
+            {QStringLiteral("--socket"), m_folder.filePath(control.first()), QStringLiteral("--"),
+             QStringLiteral("output"), nameOf(output), QStringLiteral("mode"),
+             QStringLiteral("--custom"), mode, QStringLiteral("scale"), QString::number(scale)});
 }
 
 } // namespace corvella::test

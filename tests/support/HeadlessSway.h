@@ -25,6 +25,8 @@ public:
 
     // What one output shows; counted from 0.
     [[nodiscard]] QImage picture(int output) const;
+    // Gives an output another resolution in pixels and another scale, in one change.
+    void change(int output, QSize resolution, int scale) const;
     // The compositor goes away under everything that it shows.
     void stop() { m_compositor.reset(); }
 
@@ -32,6 +34,8 @@ private:
     void writeConfiguration(const QList<QRect> &outputs);
     [[nodiscard]] Command command(qsizetype outputs) const;
     [[nodiscard]] bool findSocket();
+    // Runs a program of this compositor; what it wrote.
+    QByteArray runHere(const QString &program, const QStringList &arguments) const;
     [[nodiscard]] QString configurationFile() const;
 
     QTemporaryDir m_folder; // for sockets, and its home

@@ -5,14 +5,15 @@
 
 namespace corvella::test {
 
-class ManualMediaClock final : public MediaClock {
+class ManualMediaClock final : public MediaClock
+{
 public:
     [[nodiscard]] MediaTime now() const override { return m_now; }
     void advance(MediaTime by) { m_now += by; }
     void set(MediaTime now) { m_now = now; }
 
 private:
-    MediaTime m_now {std::chrono::seconds(1000)};
+    MediaTime m_now{std::chrono::seconds(1000)};
 };
 
 } // namespace corvella::test

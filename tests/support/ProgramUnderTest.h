@@ -35,6 +35,8 @@ public:
     void showOnPlatform(const QString &plugin); // one of Qt's own: "offscreen", "vnc:port=5901"
     // Starts it there from now on; the machine must outlive the next start.
     void setMachine(const AlteredMachine &machine) { m_machine = &machine; }
+    // Where its messages go from the next start on; only captured ones can be asked for.
+    void setStandardError(StandardError standardError) { m_standardError = standardError; }
     // A variable of its environment, absent for a null value.
     void setVariable(const QString &name, const QString &value);
 
@@ -78,6 +80,7 @@ private:
     QTemporaryDir m_home;
     QProcessEnvironment m_environment;
     const AlteredMachine *m_machine = nullptr;
+    StandardError m_standardError = StandardError::captured;
     QJsonArray m_manifest;
     std::unique_ptr<ChildProcess> m_process;
 };

@@ -6,13 +6,20 @@
 
 namespace corvella::test {
 
-class TemporaryHome {
+class TemporaryHome
+{
 public:
     TemporaryHome();
 
     [[nodiscard]] QString path(const QString &relative = {}) const;
-    [[nodiscard]] QString config(const QString &file) const { return path(QStringLiteral(".config/") + file); }
-    [[nodiscard]] QString cache(const QString &file) const { return path(QStringLiteral(".cache/") + file); }
+    [[nodiscard]] QString config(const QString &file) const
+    {
+        return path(QStringLiteral(".config/") + file);
+    }
+    [[nodiscard]] QString cache(const QString &file) const
+    {
+        return path(QStringLiteral(".cache/") + file);
+    }
     [[nodiscard]] QString data(const QString &file) const
     {
         return path(QStringLiteral(".local/share/") + file);

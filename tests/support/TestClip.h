@@ -9,7 +9,8 @@
 
 namespace corvella::test {
 
-struct TestClip {
+struct TestClip
+{
     int width = 320;
     int height = 240;
     int frames = 10;

@@ -6,20 +6,15 @@
 
 namespace corvella::test {
 
-namespace {
-
-constexpr std::chrono::milliseconds kBetweenLooks{10};
-
-} // namespace
-
-bool becomes(const std::function<bool()> &condition, std::chrono::milliseconds within)
+bool becomes(const std::function<bool()> &condition, std::chrono::milliseconds within,
+             std::chrono::milliseconds betweenLooks)
 {
     const QDeadlineTimer deadline(within);
     while (!condition()) {
         if (deadline.hasExpired())
             return false;
         QEventLoop loop;
-        QTimer::singleShot(kBetweenLooks, &loop, &QEventLoop::quit);
+        QTimer::singleShot(betweenLooks, Qt::PreciseTimer, &loop, &QEventLoop::quit);
         loop.exec();
     }
     return true;

@@ -1,5 +1,5 @@
-// Waiting for what happens outside this process: a picture on a screen, a line in a log, the end of
-// another program. Main thread only.
+// Waiting for what happens outside the main thread: a picture that is decoded or on a screen, a
+// line in a log, the end of another program. Main thread only.
 #pragma once
 
 #include <chrono>
@@ -10,10 +10,13 @@ namespace corvella::test {
 // More time than anything but a broken program needs.
 inline constexpr std::chrono::milliseconds kGenerous{20'000};
 
+inline constexpr std::chrono::milliseconds kBetweenLooks{10};
+
 // Turns the event loop and looks every few milliseconds: true as soon as the condition holds, false
 // when it does not hold within the time.
 [[nodiscard]] bool becomes(const std::function<bool()> &condition,
-                           std::chrono::milliseconds within = kGenerous);
+                           std::chrono::milliseconds within = kGenerous,
+                           std::chrono::milliseconds betweenLooks = kBetweenLooks);
 
 // Counts from the moment at which it is made.
 class Stopwatch

@@ -1,4 +1,5 @@
-// Every test executable starts here: a Qt application exists, so that timers, fonts and images work.
+// Every test executable starts here: a Qt application exists, so that timers, fonts and images
+// work.
 #include <QGuiApplication>
 
 #include <gtest/gtest.h>

@@ -14,6 +14,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr long kMostRedirections = 10;
+constexpr long kReceiveBuffer = 1 << 17; // bytes; fewer, larger writes than with libcurl's 16 KiB
 // What is read of the body of an answer that nobody wants, so that its connection can be used
 // again.
 constexpr qint64 kLargestUnwantedBody = 1 << 16;
@@ -125,6 +126,7 @@ void setUp(CURL *easy, const HttpRequest &request, const Headers &headers, Trans
     curl_easy_setopt(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_USERAGENT, "Corvella");
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBuffer);
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers.get());
     if (request.compressed)
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
@@ -185,8 +187,13 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
     }
     int left = 0;
     const CURLMsg *message = curl_multi_info_read(multi.get(), &left);
-    if (message && message->data.result != CURLE_OK)
-        return QString::fromUtf8(curl_easy_strerror(message->data.result));
+    const CURLcode result = message ? message->data.result : CURLE_OK;
+    const QString text = QString::fromUtf8(curl_easy_strerror(result));
+    // Its detail would name the milliseconds it took, and no two lines of a log would be the same.
+    if (result == CURLE_COULDNT_CONNECT)
+        transfer.complaint = text;
+    if (result != CURLE_OK)
+        return text;
     return transfer.headersEnded ? QString() : QStringLiteral("breaks off in its headers");
 }
 

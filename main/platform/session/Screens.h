@@ -29,7 +29,8 @@ public:
     [[nodiscard]] QList<Screen> list() const;
 
 Q_SIGNALS:
-    // A display came, went, moved, turned or changed its resolution or scale.
+    // A display came, went, moved, turned or changed its size in points. Qt 6.4 tells nobody of a
+    // scale that changes alone; list() has it.
     void changed();
 
 private:

@@ -1,9 +1,8 @@
 #include "platform/layers/LayerTree.h"
 
-#include "platform/layers/DrawList.h"
 #include "platform/layers/ShapeLayer.h"
 #include "platform/layers/Transaction.h"
-#include "support/ManualMediaClock.h"
+#include "support/LayerTreeFixture.h"
 
 #include <QRegion>
 
@@ -14,27 +13,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class LayerTreeTest : public testing::Test
+class LayerTreeTest : public test::LayerTreeFixture
 {
 protected:
-    Layer *add(const QRectF &frame, const QColor &colour)
+    LayerTreeTest()
+        : LayerTreeFixture({200, 100}, 2)
     {
-        Layer *layer = m_tree.root().addSublayer(std::make_unique<Layer>());
-        layer->setFrame(frame);
-        layer->setBackground(colour);
-        return layer;
     }
 
     DrawList list() { return drawList(m_tree, m_tree.now()); }
-
-    void pass(MediaTime time)
-    {
-        m_clock.advance(time);
-        m_tree.advance();
-    }
-
-    test::ManualMediaClock m_clock;
-    LayerTree m_tree{{200, 100}, 2, RendererKind::raster, m_clock};
 };
 
 TEST_F(LayerTreeTest, FramesCountFromTheBottomLeftInPoints)

@@ -1,11 +1,9 @@
 #include "platform/layers/PlayerLayer.h"
 
-#include "platform/layers/LayerTree.h"
-#include "platform/layers/RasterRenderer.h"
 #include "platform/video/VideoPlayer.h"
-#include "support/EventLoop.h"
-#include "support/ManualMediaClock.h"
+#include "support/LayerTreeFixture.h"
 #include "support/TestClip.h"
+#include "support/Waiting.h"
 
 #include <QTemporaryDir>
 
@@ -16,10 +14,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class PlayerLayerTest : public testing::Test
+class PlayerLayerTest : public test::LayerTreeFixture
 {
 protected:
-    void SetUp() override
+    PlayerLayerTest()
+        : LayerTreeFixture({200, 100})
     {
         m_path = m_dir.filePath(QStringLiteral("clip.mp4"));
         test::TestClip clip;
@@ -37,24 +36,14 @@ protected:
     std::shared_ptr<VideoPlayer> readyPlayer()
     {
         auto player = std::make_shared<VideoPlayer>(m_path, m_layer->pictureRequest(), m_clock);
-        EXPECT_TRUE(test::happens([&] { return !player->picture().isNull(); }));
+        EXPECT_TRUE(test::becomes([&] { return !player->picture().isNull(); }));
         return player;
     }
 
-    QImage painted()
-    {
-        QImage image(200, 100, QImage::Format_RGB32);
-        image.fill(Qt::magenta);
-        RasterRenderer renderer;
-        const QRegion region = renderer.advance(drawList(m_tree, m_tree.now()));
-        renderer.paint(image, region);
-        return image;
-    }
+    QImage painted() { return test::painted(m_tree); }
 
     QTemporaryDir m_dir;
     QString m_path;
-    test::ManualMediaClock m_clock;
-    LayerTree m_tree{{200, 100}, 1, RendererKind::raster, m_clock};
     PlayerLayer *m_layer = nullptr;
 };
 
@@ -83,7 +72,7 @@ TEST_F(PlayerLayerTest, ItAsksToBeDrawnWhenItsPictureChanges)
     QObject::connect(&m_tree, &LayerTree::needsDisplay, [&] { ++asked; });
     player->play(1);
     m_clock.advance(34ms);
-    EXPECT_TRUE(test::happens([&] {
+    EXPECT_TRUE(test::becomes([&] {
         player->advance();
         return asked > 0;
     }));
@@ -101,7 +90,7 @@ TEST_F(PlayerLayerTest, APlayerLetGoAsksNoMore)
     QObject::connect(player.get(), &VideoPlayer::frameDue, [&] { due = true; });
     player->play(1);
     m_clock.advance(34ms);
-    EXPECT_TRUE(test::happens([&] {
+    EXPECT_TRUE(test::becomes([&] {
         player->advance();
         return due;
     }));

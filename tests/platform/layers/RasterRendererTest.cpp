@@ -1,24 +1,20 @@
 #include "platform/layers/RasterRenderer.h"
 
 #include "platform/layers/GradientLayer.h"
-#include "platform/layers/LayerTree.h"
 #include "platform/layers/ShapeLayer.h"
-#include "support/ManualMediaClock.h"
+#include "support/LayerTreeFixture.h"
 
 #include <gtest/gtest.h>
 
 namespace corvella {
 namespace {
 
-class RasterRendererTest : public testing::Test
+class RasterRendererTest : public test::LayerTreeFixture
 {
 protected:
-    Layer *add(const QRectF &frame, const QColor &colour)
+    RasterRendererTest()
+        : LayerTreeFixture({100, 100})
     {
-        Layer *layer = m_tree.root().addSublayer(std::make_unique<Layer>());
-        layer->setFrame(frame);
-        layer->setBackground(colour);
-        return layer;
     }
 
     // Draws what changed into m_target and tells where that was.
@@ -29,8 +25,6 @@ protected:
         return region;
     }
 
-    test::ManualMediaClock m_clock;
-    LayerTree m_tree{{100, 100}, 1, RendererKind::raster, m_clock};
     RasterRenderer m_renderer;
     QImage m_target{100, 100, QImage::Format_RGB32};
 };

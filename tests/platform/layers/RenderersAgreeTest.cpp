@@ -8,9 +8,9 @@
 #include "platform/layers/ShapeLayer.h"
 #include "platform/layers/TextLayer.h"
 #include "platform/video/VideoPlayer.h"
-#include "support/EventLoop.h"
 #include "support/ManualMediaClock.h"
 #include "support/TestClip.h"
+#include "support/Waiting.h"
 
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
@@ -127,7 +127,7 @@ protected:
         layer->setBackground(Qt::black);
         layer->setFrame({QPointF(0, 0), tree.size()});
         auto player = std::make_shared<VideoPlayer>(path, layer->pictureRequest(), m_clock);
-        EXPECT_TRUE(test::happens([&] { return !player->picture().isNull(); }));
+        EXPECT_TRUE(test::becomes([&] { return !player->picture().isNull(); }));
         layer->setPlayer(std::move(player));
         return layer;
     }

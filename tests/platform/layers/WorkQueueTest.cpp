@@ -1,7 +1,7 @@
 #include "platform/time/WorkQueue.h"
 
-#include "support/EventLoop.h"
 #include "support/ManualMediaClock.h"
+#include "support/Waiting.h"
 
 #include <QStringList>
 
@@ -78,7 +78,7 @@ TEST(WorkQueue, WakesByItselfOnARealClock)
     bool done = false;
     const WorkItem item = queue.after(20ms, [&] { done = true; });
     EXPECT_FALSE(done);
-    EXPECT_TRUE(test::happens([&] { return done; }));
+    EXPECT_TRUE(test::becomes([&] { return done; }));
 }
 
 } // namespace

@@ -360,7 +360,7 @@ TEST_F(HttpSessionTest, SaysThatNobodyIsThere)
 {
     const Result refused = get(request(QStringLiteral("localhost:%1").arg(test::freePort())));
     EXPECT_EQ(refused.answer.status, 0);
-    EXPECT_THAT(refused.reason(), HasSubstr("Couldn't connect to server"));
+    EXPECT_EQ(refused.reason(), "Couldn't connect to server");
     test::redirectNames({});
     const Result unknown = get(request(QStringLiteral("nowhere.example")));
     EXPECT_EQ(unknown.reason(), "Could not resolve host: nowhere.example");

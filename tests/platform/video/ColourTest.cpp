@@ -1,8 +1,8 @@
 #include "platform/video/VideoPlayer.h"
 
-#include "support/EventLoop.h"
 #include "support/ManualMediaClock.h"
 #include "support/TestClip.h"
+#include "support/Waiting.h"
 
 #include <QTemporaryDir>
 
@@ -60,7 +60,7 @@ TEST_P(StreamColour, ComesOutAsItWentIn)
     VideoPlayer player(path, {PixelLayout::rgb32, QSize(2 * shown, shown)}, clock);
     player.play(1);
     for (const QColor &colour : kColours) {
-        EXPECT_TRUE(test::happens([&] {
+        EXPECT_TRUE(test::becomes([&] {
             player.advance();
             return !player.picture().isNull()
                 && isClose(player.picture().image().pixelColor(128, 100), colour);
@@ -109,7 +109,7 @@ TEST(EnlargedPicture, HasEverythingInItsPlace)
 
     const test::ManualMediaClock clock;
     const VideoPlayer player(path, {PixelLayout::rgb32, QSize(540, 270)}, clock);
-    ASSERT_TRUE(test::happens([&] { return !player.picture().isNull(); }));
+    ASSERT_TRUE(test::becomes([&] { return !player.picture().isNull(); }));
     const QImage image = player.picture().image();
     ASSERT_EQ(image.size(), QSize(270, 270));
     // The squares meet at 135; chroma is coarse, so a few pixels around there are left out.
@@ -140,7 +140,7 @@ TEST(StreamColourUntagged, IsBt709From720LinesAtLimitedRange)
 
     const test::ManualMediaClock clock;
     const VideoPlayer player(path, {PixelLayout::rgb32, QSize(720, 720)}, clock);
-    ASSERT_TRUE(test::happens([&] { return !player.picture().isNull(); }));
+    ASSERT_TRUE(test::becomes([&] { return !player.picture().isNull(); }));
     const QColor seen = player.picture().image().pixelColor(360, 360);
     EXPECT_TRUE(isClose(seen, QColor(221, 156, 0))) << seen.name().toStdString();
 }

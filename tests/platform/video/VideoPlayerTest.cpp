@@ -1,10 +1,12 @@
 #include "platform/video/VideoPlayer.h"
 
 #include "FrameMark.h"
-#include "support/EventLoop.h"
 #include "support/ManualMediaClock.h"
 #include "support/TestClip.h"
+#include "support/Waiting.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -13,7 +15,7 @@ namespace corvella {
 namespace {
 
 using namespace std::chrono_literals;
-using test::happens;
+using test::becomes;
 
 // A 10-frame clip at 30 frames a second, played at half speed: a frame every 1/15 s.
 class VideoPlayerTest : public testing::Test
@@ -41,7 +43,7 @@ protected:
 
     static bool showsSoon(VideoPlayer &player, int frame)
     {
-        return happens([&] {
+        return becomes([&] {
             player.advance();
             return number(player) == frame;
         });
@@ -59,7 +61,7 @@ protected:
 TEST_F(VideoPlayerTest, ShowsTheFirstPictureBeforeItPlays)
 {
     const auto clip = player();
-    EXPECT_TRUE(happens([&] { return !clip->picture().isNull(); }));
+    EXPECT_TRUE(becomes([&] { return !clip->picture().isNull(); }));
     EXPECT_EQ(number(*clip), 0);
 }
 
@@ -139,7 +141,7 @@ TEST_F(VideoPlayerTest, TheNextLapIsDecodedBeforeTheLastPictureIsDue)
     }
     // Once the decoder has filled its queue, the loop needs nothing more of it.
     bool starved = false;
-    ASSERT_TRUE(happens([&] {
+    ASSERT_TRUE(becomes([&] {
         moveTo(10);
         clip->advance();
         starved = number(*clip) != 0;
@@ -272,7 +274,7 @@ TEST_F(VideoPlayerTest, PicturesComeFittedIntoTheBoundsAskedFor)
     const auto clip = player(); // 320 x 240
     clip->setRequest({PixelLayout::rgb32, QSize(1920, 1080)});
     clip->play(0.5);
-    ASSERT_TRUE(happens([&] {
+    ASSERT_TRUE(becomes([&] {
         m_clock.advance(kInterval);
         clip->advance();
         return clip->picture().image().size() == QSize(1440, 1080);
@@ -282,7 +284,7 @@ TEST_F(VideoPlayerTest, PicturesComeFittedIntoTheBoundsAskedFor)
 TEST_F(VideoPlayerTest, PlanesComeAsTheStreamHasThem)
 {
     VideoPlayer clip(m_path, {PixelLayout::yuv420, {}}, m_clock);
-    ASSERT_TRUE(happens([&] { return !clip.picture().isNull(); }));
+    ASSERT_TRUE(becomes([&] { return !clip.picture().isNull(); }));
     EXPECT_EQ(clip.picture().planes[0].size, QSize(320, 240));
     EXPECT_EQ(clip.picture().planes[1].size, QSize(160, 120));
     EXPECT_EQ(clip.picture().planes[2].size, QSize(160, 120));

@@ -18,7 +18,7 @@ constexpr int kMaxBadPacketsInARow = 30;
 // Where neither frame nor stream tells how long a frame lasts.
 constexpr nanoseconds kFallbackDuration{1'000'000'000 / 30};
 // Beyond this a single core may not keep up; below it more threads only cost memory and delay.
-constexpr qint64 kSingleThreadPixels = 2048 * 2048;
+constexpr qint64 kSingleThreadPixels = qint64{2048} * 2048;
 constexpr int kLargeClipThreads = 4;
 
 QString errorText(int code)
