@@ -21,8 +21,8 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
 constexpr std::chrono::hours kRefreshInterval{1};
-constexpr double kSettleSeconds = 1.5;  // without input, before shown saver walls react to input
-constexpr double kDismissSeconds = 0.5; // input more recent than this ends a saver
+constexpr double kSettleSeconds = 1.5;     // without input, before shown saver walls react to input
+constexpr double kDismissSeconds = 0.5;    // input more recent than this ends a saver
 constexpr double kButtonFadeSeconds = 2.5; // buttons stay while the last input is more recent
 constexpr MediaTime kButtonsFadeIn = milliseconds(150);
 constexpr MediaTime kButtonsFadeOut = milliseconds(800);
@@ -141,10 +141,9 @@ void App::buildWall(const Screen &screen, int index, Mode mode)
         return;
     const std::optional<QString> attribution =
         Settings::attribution() ? std::optional(Settings::storeHost()) : std::nullopt;
-    DeletedLater<WallView> view(new WallView(QRectF(QPointF(0, 0), screen.frame.size()),
-                                             Settings::productList(index), screen.scale,
-                                             attribution,
-                                             WallView::Surroundings{m_renderer, m_clock}));
+    DeletedLater<WallView> view(
+        new WallView(QRectF(QPointF(0, 0), screen.frame.size()), Settings::productList(index),
+                     screen.scale, attribution, WallView::Surroundings{m_renderer, m_clock}));
     const PointerInput input =
         mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
     DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, input));
@@ -276,9 +275,9 @@ void App::tick()
 
 bool App::isPointerOverWall() const
 {
-    return m_coversAll
-        || std::any_of(m_windows.begin(), m_windows.end(),
-                       [](const auto &window) { return window->isUnderPointer(); });
+    return m_coversAll || std::any_of(m_windows.begin(), m_windows.end(), [](const auto &window) {
+               return window->isUnderPointer();
+           });
 }
 
 void App::tickSaver()

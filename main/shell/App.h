@@ -72,6 +72,7 @@ public:
     [[nodiscard]] bool isArmedWaiting() const { return m_armedWaiting; }
     [[nodiscard]] bool coversAll() const { return m_coversAll; }
     [[nodiscard]] const std::vector<DeletedLater<WallWindow>> &windows() const { return m_windows; }
+    [[nodiscard]] const std::vector<DeletedLater<WallView>> &walls() const { return m_walls; }
     [[nodiscard]] const std::vector<CloseButton *> &closeButtons() const { return m_closeButtons; }
     [[nodiscard]] const std::vector<ModeBadge *> &badges() const { return m_badges; }
     [[nodiscard]] bool buttonsVisible() const { return m_buttonsVisible; }
@@ -129,7 +130,7 @@ private:
     bool m_armed = false; // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
-    bool m_buttonsVisible = false; // close buttons and badges are faded in
+    bool m_buttonsVisible = false;     // close buttons and badges are faded in
     bool m_cursorHidden = false;
     bool m_coversAll = true;
     QList<Extent> m_builtFor; // one per screen, also for those that are Off

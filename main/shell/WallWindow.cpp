@@ -14,7 +14,7 @@ namespace corvella {
 
 namespace {
 
-constexpr double kHintSize = 16;    // points
+constexpr double kHintSize = 16;     // points
 constexpr double kHintHeight = 0.08; // of the wall, to the hint's lower edge
 constexpr MediaTime kHintShown = std::chrono::seconds(6);
 constexpr MediaTime kHintFade = std::chrono::milliseconds(1200);
@@ -53,7 +53,8 @@ void WallWindow::showHint(const QString &text)
     layer->setText({text});
     TextLayer *const hint = m_tree.root().addSublayer(std::move(layer));
     const auto placed = keepInPlace(*hint, [size = hint->sizeToFit()](QSizeF wall) {
-        return QRectF(QPointF((wall.width() - size.width()) / 2, kHintHeight * wall.height()), size);
+        return QRectF(QPointF((wall.width() - size.width()) / 2, kHintHeight * wall.height()),
+                      size);
     });
     m_tree.completeAt(m_tree.now() + kHintShown, [&tree = m_tree, hint, placed] {
         Transaction transaction(tree, kHintFade);
