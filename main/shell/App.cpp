@@ -35,6 +35,7 @@ MediaTime toMediaTime(double seconds)
 App::App(const Surroundings &surroundings)
     : m_screens(surroundings.screens)
     , m_idleClock(surroundings.idleClock)
+    , m_presentation(surroundings.presentation)
     , m_clock(surroundings.clock)
     , m_renderer(surroundings.renderer)
     , m_workQueue(surroundings.clock)
@@ -112,6 +113,10 @@ void App::build()
     // away.
     if (m_coversAll && !m_windows.empty())
         m_windows.front()->requestActivate();
+    QList<QWindow *> walls;
+    for (const auto &window : m_windows)
+        walls << window.get();
+    m_presentation.setWalls(walls);
 }
 
 void App::buildWall(const Screen &screen, int index, Mode mode)
@@ -136,6 +141,7 @@ void App::takeDownWindows()
 {
     for (const auto &view : m_walls)
         view->stop();
+    m_presentation.setWalls({});
     m_windows.clear();
     m_walls.clear();
 }
@@ -157,6 +163,10 @@ void App::show()
     m_showing = true;
     m_armed = false;
     setCursor(m_coversAll);
+    if (mode == Mode::kiosk)
+        m_presentation.setState(Presentation::State::locked);
+    else if (m_coversAll)
+        m_presentation.setState(Presentation::State::immersive);
     log(QStringLiteral("showing on %1 of %2 display(s), mode %3")
             .arg(m_windows.size())
             .arg(m_builtFor.size())
@@ -170,6 +180,7 @@ void App::hide()
     takeDownWindows();
     m_builtFor.clear();
     setCursor(false);
+    m_presentation.setState(Presentation::State::ordinary);
 }
 
 void App::arm()

@@ -5,6 +5,7 @@
 #include "Preferences/WallControls.h"
 #include "Wall/WallView.h"
 #include "platform/session/IdleClock.h"
+#include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/time/WorkQueue.h"
 #include "settings/Mode.h"
@@ -32,6 +33,7 @@ public:
     {
         Screens &screens;
         IdleClock &idleClock;
+        Presentation &presentation;
         const MediaClock &clock;
         RendererKind renderer = RendererKind::raster;
     };
@@ -100,6 +102,7 @@ private:
 
     Screens &m_screens;
     IdleClock &m_idleClock;
+    Presentation &m_presentation;
     const MediaClock &m_clock;
     const RendererKind m_renderer;
     WorkQueue m_workQueue;

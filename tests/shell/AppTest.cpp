@@ -22,6 +22,15 @@ public:
     double seconds = 0;
 };
 
+class RecordedPresentation final : public Presentation
+{
+public:
+    void setState(State newState) override { state = newState; }
+    void setWalls(const QList<QWindow *> &newWalls) override { walls = newWalls; }
+    State state = State::ordinary;
+    QList<QWindow *> walls;
+};
+
 using namespace std::chrono_literals;
 
 const test::OffscreenScreen kLeft{QStringLiteral("Left"), {0, 0, 1280, 720}};
@@ -37,7 +46,8 @@ protected:
         test::setOffscreenScreens({kLeft, kRight});
         Settings::setOffline(true);
         m_log.emplace();
-        m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_clock, RendererKind::raster});
+        m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_presentation, m_clock,
+                                        RendererKind::raster});
     }
 
     void TearDown() override
@@ -75,6 +85,7 @@ protected:
     const test::StockedHome &m_home = test::StockedHome::shared();
     Screens m_screens;
     FakeIdleClock m_idleClock;
+    RecordedPresentation m_presentation;
     test::ManualMediaClock m_clock;
     std::optional<test::CapturedLog> m_log;
     std::optional<App> m_app;
@@ -314,6 +325,42 @@ TEST_F(AppTest, ShowingInDesktopModeLeavesEverythingAsItWas)
     m_app->show();
     EXPECT_FALSE(m_app->isShowing());
     EXPECT_TRUE(settingsOpen());
+}
+
+TEST_F(AppTest, LocksAKioskAndNothingElse)
+{
+    using State = Presentation::State;
+    const struct
+    {
+        Mode mode;
+        QString rightScreen;
+        State expected;
+    } rows[] = {
+        {Mode::kiosk, QStringLiteral("all"), State::locked},
+        {Mode::kiosk, QStringLiteral("off"), State::locked},
+        {Mode::wall, QStringLiteral("all"), State::immersive},
+        {Mode::wall, QStringLiteral("off"), State::ordinary},
+        {Mode::saver, QStringLiteral("all"), State::immersive},
+        {Mode::saver, QStringLiteral("off"), State::ordinary},
+    };
+    for (const auto &row : rows) {
+        configure(row.mode, {QStringLiteral("all"), row.rightScreen});
+        m_app->show();
+        EXPECT_EQ(m_presentation.state, row.expected)
+            << qPrintable(rawValue(row.mode) + u' ' + row.rightScreen);
+        m_app->hide();
+        EXPECT_EQ(m_presentation.state, State::ordinary);
+    }
+}
+
+TEST_F(AppTest, TellsWhichWallsAKioskHas)
+{
+    configure(Mode::kiosk);
+    launch();
+    const QList<QWindow *> walls{m_app->windows()[0].get(), m_app->windows()[1].get()};
+    EXPECT_EQ(m_presentation.walls, walls);
+    m_app->hide();
+    EXPECT_TRUE(m_presentation.walls.isEmpty());
 }
 
 TEST_F(AppTest, HidingTakesEveryWindowDown)
