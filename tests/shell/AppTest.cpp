@@ -387,7 +387,7 @@ TEST_F(AppTest, EndsItselfAfterTheSecondsAskedFor)
 {
     configure(Mode::desktop);
     const SteadyMediaClock clock;
-    App app({m_screens, m_idleClock, clock, RendererKind::raster});
+    App app({m_screens, m_idleClock, m_presentation, clock, RendererKind::raster});
     // quit() asks for the loop's end through an event, which a test can see without a loop of its
     // own.
     bool asked = false;

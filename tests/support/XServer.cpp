@@ -29,10 +29,13 @@ bool XServer::startServer(const Command &command)
     return true;
 }
 
-void XServer::startWindowManager()
+void XServer::startWindowManager(const QString &configuration)
 {
+    QStringList arguments;
+    if (!configuration.isEmpty())
+        arguments << QStringLiteral("--config-file") << configuration;
     m_windowManager = std::make_unique<ChildProcess>(
-        Command{QStringLiteral("openbox"), {}, environmentOf(m_display), {}});
+        Command{QStringLiteral("openbox"), arguments, environmentOf(m_display), {}});
     EXPECT_TRUE(becomes([this] { return m_client->isManaged(); })) << "no window manager";
 }
 
