@@ -37,6 +37,8 @@ App::App(const Surroundings &surroundings)
     , m_idleClock(surroundings.idleClock)
     , m_clock(surroundings.clock)
     , m_renderer(surroundings.renderer)
+    , m_keepAwake(surroundings.keepAwake)
+    , m_sleepDisplays(surroundings.sleepDisplays)
     , m_workQueue(surroundings.clock)
 {
     connect(&m_tick, &QTimer::timeout, this, &App::tick);
@@ -157,6 +159,8 @@ void App::show()
     m_showing = true;
     m_armed = false;
     setCursor(m_coversAll);
+    if (mode != Mode::saver && m_keepAwake)
+        m_sleepAssertion = m_keepAwake(QStringLiteral("Corvella is displaying"));
     log(QStringLiteral("showing on %1 of %2 display(s), mode %3")
             .arg(m_windows.size())
             .arg(m_builtFor.size())
@@ -170,6 +174,7 @@ void App::hide()
     takeDownWindows();
     m_builtFor.clear();
     setCursor(false);
+    m_sleepAssertion.reset();
 }
 
 void App::arm()
@@ -200,6 +205,8 @@ void App::dismiss()
     hide();
     if (mode != Mode::saver)
         Preferences::shared().show();
+    else if (Settings::lockOnDismiss() && m_sleepDisplays)
+        m_sleepDisplays();
 }
 
 void App::tick()
