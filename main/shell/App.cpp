@@ -38,6 +38,8 @@ App::App(const Surroundings &surroundings)
     , m_presentation(surroundings.presentation)
     , m_clock(surroundings.clock)
     , m_renderer(surroundings.renderer)
+    , m_keepAwake(surroundings.keepAwake)
+    , m_sleepDisplays(surroundings.sleepDisplays)
     , m_workQueue(surroundings.clock)
 {
     connect(&m_tick, &QTimer::timeout, this, &App::tick);
@@ -167,6 +169,8 @@ void App::show()
         m_presentation.setState(Presentation::State::locked);
     else if (m_coversAll)
         m_presentation.setState(Presentation::State::immersive);
+    if (mode != Mode::saver && m_keepAwake)
+        m_sleepAssertion = m_keepAwake(QStringLiteral("Corvella is displaying"));
     log(QStringLiteral("showing on %1 of %2 display(s), mode %3")
             .arg(m_windows.size())
             .arg(m_builtFor.size())
@@ -181,6 +185,7 @@ void App::hide()
     m_builtFor.clear();
     setCursor(false);
     m_presentation.setState(Presentation::State::ordinary);
+    m_sleepAssertion.reset();
 }
 
 void App::arm()
@@ -211,6 +216,8 @@ void App::dismiss()
     hide();
     if (mode != Mode::saver)
         Preferences::shared().show();
+    else if (Settings::lockOnDismiss() && m_sleepDisplays)
+        m_sleepDisplays();
 }
 
 void App::tick()

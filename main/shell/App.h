@@ -5,6 +5,7 @@
 #include "Preferences/WallControls.h"
 #include "Wall/WallView.h"
 #include "platform/session/IdleClock.h"
+#include "platform/session/PowerAssertion.h"
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/time/WorkQueue.h"
@@ -16,6 +17,7 @@
 #include <QThreadPool>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -36,6 +38,10 @@ public:
         Presentation &presentation;
         const MediaClock &clock;
         RendererKind renderer = RendererKind::raster;
+        // Keeps the displays awake while its result lives; takes the reason, for people to read.
+        std::function<std::unique_ptr<PowerAssertion>(const QString &)> keepAwake = {};
+        // Locks and puts the displays to sleep; returns at once.
+        std::function<void()> sleepDisplays = {};
     };
 
     explicit App(const Surroundings &surroundings);
@@ -105,6 +111,8 @@ private:
     Presentation &m_presentation;
     const MediaClock &m_clock;
     const RendererKind m_renderer;
+    const std::function<std::unique_ptr<PowerAssertion>(const QString &)> m_keepAwake;
+    const std::function<void()> m_sleepDisplays;
     WorkQueue m_workQueue;
     QTimer m_tick;
     QTimer m_hourly;          // refreshes the imagery
@@ -113,6 +121,7 @@ private:
     // Windows go before the views whose layers they show.
     std::vector<std::unique_ptr<WallView>> m_walls;
     std::vector<std::unique_ptr<WallWindow>> m_windows; // element i shows m_walls[i]
+    std::unique_ptr<PowerAssertion> m_sleepAssertion;   // while walls are up that are no saver
     bool m_showing = false;
     bool m_armed = false; // saver walls have settled and now end on any input
     bool m_armedWaiting = false;

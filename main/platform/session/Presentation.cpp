@@ -1,11 +1,10 @@
 #include "platform/session/Presentation.h"
 
 #include "log.h"
-#include "platform/session/BusInhibition.h"
+#include "platform/session/DBusInhibition.h"
 #include "platform/session/InputLock.h"
 
-#include <utility>
-#include <vector>
+#include <optional>
 
 namespace corvella {
 
@@ -14,79 +13,66 @@ namespace {
 const QString kProgram = QStringLiteral("space.tarrow.corvella");
 const QString kReason = QStringLiteral("A kiosk shows the Sun");
 
-// What else ends a kiosk, besides keys and clicks, and who can hold it back.
-std::vector<InhibitionRequest> requests()
+// The keys and switches of the machine, and what its menus and timers do.
+DBusInhibition::Service logind()
 {
+    return {QDBusConnection::systemBus(),
+            QStringLiteral("org.freedesktop.login1"),
+            QStringLiteral("/org/freedesktop/login1"),
+            QStringLiteral("org.freedesktop.login1.Manager"),
+            {QStringLiteral("shutdown:sleep:idle:handle-power-key:handle-suspend-key:"
+                            "handle-hibernate-key:handle-lid-switch:handle-reboot-key"),
+             QStringLiteral("Corvella"), kReason, QStringLiteral("block")},
+            {}};
+}
+
+// The desktop's menus: GNOME's and those that came from it.
+DBusInhibition::Service sessionManager()
+{
+    constexpr uint kNoWindow = 0;
     constexpr uint kLogOut = 1;
     constexpr uint kSwitchUser = 2;
     constexpr uint kSuspend = 4;
-    return {
-        {.purpose = QStringLiteral("shutdown, sleep and power keys"),
-         .bus = MessageBus::system,
-         .service = QStringLiteral("org.freedesktop.login1"),
-         .path = QStringLiteral("/org/freedesktop/login1"),
-         .interface = QStringLiteral("org.freedesktop.login1.Manager"),
-         .arguments = {QStringLiteral("shutdown:sleep:idle:handle-power-key:handle-suspend-key:"
-                                      "handle-hibernate-key:handle-lid-switch:handle-reboot-key"),
-                       QStringLiteral("Corvella"), kReason, QStringLiteral("block")},
-         .release = {},
-         .isExpected = true},
-        {.purpose = QStringLiteral("the end of the session"),
-         .bus = MessageBus::session,
-         .service = QStringLiteral("org.gnome.SessionManager"),
-         .path = QStringLiteral("/org/gnome/SessionManager"),
-         .interface = QStringLiteral("org.gnome.SessionManager"),
-         .arguments = {kProgram, 0U, kReason, kLogOut | kSwitchUser | kSuspend},
-         .release = QStringLiteral("Uninhibit")},
-        // Where it is not offered notifications can only be kept off in the user's settings, which
-        // a crash would leave changed.
-        {.purpose = QStringLiteral("notifications"),
-         .bus = MessageBus::session,
-         .service = QStringLiteral("org.freedesktop.Notifications"),
-         .path = QStringLiteral("/org/freedesktop/Notifications"),
-         .interface = QStringLiteral("org.freedesktop.Notifications"),
-         .arguments = {kProgram, kReason, QVariantMap()},
-         .release = QStringLiteral("UnInhibit")},
-    };
+    return {QDBusConnection::sessionBus(),
+            QStringLiteral("org.gnome.SessionManager"),
+            QStringLiteral("/org/gnome/SessionManager"),
+            QStringLiteral("org.gnome.SessionManager"),
+            {kProgram, kNoWindow, kReason, kLogOut | kSwitchUser | kSuspend},
+            QStringLiteral("Uninhibit")};
 }
 
-class SessionPresentation final : public Presentation
+// KDE's. Others keep notifications off only by the user's own settings, which a crash would leave
+// changed.
+DBusInhibition::Service notifications()
+{
+    return {QDBusConnection::sessionBus(),
+            QStringLiteral("org.freedesktop.Notifications"),
+            QStringLiteral("/org/freedesktop/Notifications"),
+            QStringLiteral("org.freedesktop.Notifications"),
+            {kProgram, kReason, QVariantMap()},
+            QStringLiteral("UnInhibit")};
+}
+
+// What a locked session holds, for as long as it is locked.
+class Lock
 {
 public:
-    void setState(State state) override
+    explicit Lock(const QList<QWindow *> &walls)
+        : m_input(InputLock::create())
+        , m_machine(logind())
+        , m_session(sessionManager())
+        , m_notifications(notifications())
     {
-        if (std::exchange(m_state, state) == state)
-            return;
-        if (state == State::locked)
-            lock();
-        else
-            unlock();
-    }
-
-    void setWalls(const QList<QWindow *> &walls) override
-    {
-        m_walls = walls;
-        if (m_input)
-            m_input->setWalls(m_walls);
-    }
-
-private:
-    void lock()
-    {
-        m_input = InputLock::create();
         QObject::connect(m_input.get(), &InputLock::changed, m_input.get(),
                          [this] { reportInput(); });
-        m_input->setWalls(m_walls);
-        for (InhibitionRequest &request : requests())
-            m_inhibitions.push_back(std::make_unique<BusInhibition>(std::move(request)));
+        QObject::connect(&m_machine, &DBusInhibition::stateChanged, &m_machine,
+                         [this] { reportMachine(); });
+        m_input->setWalls(walls);
     }
 
-    void unlock()
-    {
-        m_inhibitions.clear();
-        m_input.reset();
-    }
+    void setWalls(const QList<QWindow *> &walls) { m_input->setWalls(walls); }
 
+private:
     void reportInput() const
     {
         const QString obstacle = m_input->obstacle();
@@ -94,10 +80,39 @@ private:
                                : QStringLiteral("kiosk: not locked: ") + obstacle);
     }
 
-    State m_state = State::ordinary;
+    void reportMachine() const
+    {
+        if (m_machine.state() == DBusInhibition::State::notHeld)
+            log(QStringLiteral("kiosk: power keys, shutdown and sleep are not held back"));
+    }
+
+    const std::unique_ptr<InputLock> m_input;
+    const DBusInhibition m_machine;
+    const DBusInhibition m_session;
+    const DBusInhibition m_notifications;
+};
+
+class SessionPresentation final : public Presentation
+{
+public:
+    void setState(State state) override
+    {
+        if (state == State::locked && !m_lock)
+            m_lock.emplace(m_walls);
+        else if (state != State::locked)
+            m_lock.reset();
+    }
+
+    void setWalls(const QList<QWindow *> &walls) override
+    {
+        m_walls = walls;
+        if (m_lock)
+            m_lock->setWalls(m_walls);
+    }
+
+private:
     QList<QWindow *> m_walls;
-    std::unique_ptr<InputLock> m_input;
-    std::vector<std::unique_ptr<BusInhibition>> m_inhibitions;
+    std::optional<Lock> m_lock;
 };
 
 } // namespace
