@@ -56,8 +56,9 @@ ProgramUnderTest::ProgramUnderTest()
     EXPECT_TRUE(QDir().mkpath(runtime));
     QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     // Without an address the library would start a bus of its own.
-    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                         QStringLiteral("unix:path=%1/no-bus").arg(runtime));
+    for (const char *variable : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"})
+        setVariable(QString::fromLatin1(variable),
+                    QStringLiteral("unix:path=%1/no-bus").arg(runtime));
 }
 
 ProgramUnderTest::~ProgramUnderTest()

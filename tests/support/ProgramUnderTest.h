@@ -1,6 +1,6 @@
 // The program itself, as a user would start it, in a home folder of its own that holds the settings
-// and the imagery that a test lays there. It has neither a session bus nor, until a test gives it
-// one, a display, and ends with the object. Main thread only.
+// and the imagery that a test lays there. It has neither a bus nor a display until a test gives it
+// one, and ends with the object. Main thread only.
 #pragma once
 
 #include "support/ChildProcess.h"
