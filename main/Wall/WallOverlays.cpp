@@ -1,5 +1,7 @@
 #include "Wall/WallOverlays.h"
 
+#include "Wall/QrBox.h"
+#include "cache/Store.h"
 #include "platform/layers/GradientLayer.h"
 #include "platform/layers/LayerTree.h"
 #include "platform/layers/Transaction.h"
@@ -20,6 +22,7 @@ constexpr MediaTime kCaptionFade = milliseconds(1200);
 constexpr MediaTime kCaptionShown = milliseconds(6000);
 constexpr double kCaptionOpacity = 0.85;
 constexpr double kAttributionOpacity = 0.5;
+constexpr double kCodeOpacity = 0.88;
 constexpr double kKerning = 1.1; // points
 
 TextLayer *addText(LayerTree &tree, double size)
@@ -34,9 +37,11 @@ TextLayer *addText(LayerTree &tree, double size)
 
 WallOverlays::WallOverlays(LayerTree &tree, const std::optional<QString> &attribution)
     : m_tree(tree)
+    , m_hasAttribution(attribution.has_value())
     , m_scrim(tree.root().addSublayer(std::make_unique<GradientLayer>()))
     , m_caption(addText(tree, 15))
     , m_attribution(addText(tree, 12))
+    , m_qrBox(tree.root().addSublayer(std::make_unique<QrBox>()))
 {
     m_scrim->setColours(QColor::fromRgbF(0, 0, 0, 0.55F), QColor::fromRgbF(0, 0, 0, 0));
     m_scrim->setOpacity(0);
@@ -50,6 +55,9 @@ WallOverlays::WallOverlays(LayerTree &tree, const std::optional<QString> &attrib
 
 void WallOverlays::showCaption(const QJsonObject &entry)
 {
+    m_link = Store::link(entry);
+    refreshQR();
+
     const QString name =
         entry.value(QLatin1String("label")).toString(entry.value(QLatin1String("id")).toString());
     const QJsonValue updated = entry.value(QLatin1String("updated"));
@@ -69,6 +77,18 @@ void WallOverlays::showWaiting(const QString &text)
     m_scrim->setOpacity(1);
 }
 
+void WallOverlays::refreshQR()
+{
+    const bool isLaidOut = m_qrBox->frame().width() > 1;
+    if (!m_hasAttribution || !m_link || !isLaidOut)
+        return;
+    const QImage code = qrCode(m_link->toEncoded());
+    if (code.isNull())
+        return;
+    m_qrBox->setCode(code);
+    m_qrBox->setOpacity(kCodeOpacity);
+}
+
 void WallOverlays::setCaptionOpacity(double caption, double scrim)
 {
     const Transaction transaction(m_tree, kCaptionFade);
@@ -85,6 +105,9 @@ void WallOverlays::layout(QSizeF size)
     m_scrim->setFrame({0, 0, width, std::max(0.14 * height, 90.0)});
     m_caption->setFrame({side, bottom, 0.66 * width, 22});
     m_attribution->setFrame({width - side - 0.4 * width, bottom, 0.4 * width, 18});
+    const double box = std::max(0.1 * height, 72.0);
+    m_qrBox->setFrame({width - side - box, bottom + 26, box, box});
+    refreshQR();
 }
 
 QString WallOverlays::pretty(const std::optional<QString> &stamp)

@@ -1,4 +1,5 @@
-// What lies over the clips of one wall: a dark band at the bottom, the caption, the attribution.
+// What lies over the clips of one wall: a dark band at the bottom, the caption, the attribution and
+// the code that leads to the clip's page.
 // Main thread only.
 #pragma once
 
@@ -7,6 +8,7 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <QUrl>
 
 #include <optional>
 
@@ -14,11 +16,13 @@ namespace corvella {
 
 class GradientLayer;
 class LayerTree;
+class QrBox;
 
 class WallOverlays
 {
 public:
-    // Adds its layers on top of the tree's others; the tree must outlive it.
+    // Adds its layers on top of the tree's others; the tree must outlive it. Without an attribution
+    // there is no code either.
     WallOverlays(LayerTree &tree, const std::optional<QString> &attribution);
 
     // Names the clip that begins, for a few seconds.
@@ -39,15 +43,22 @@ public:
 
     [[nodiscard]] const TextLayer &caption() const { return *m_caption; }
     [[nodiscard]] const GradientLayer &scrim() const { return *m_scrim; }
+    [[nodiscard]] const TextLayer &attribution() const { return *m_attribution; }
+    [[nodiscard]] const QrBox &qrBox() const { return *m_qrBox; }
 
 private:
     void setCaptionOpacity(double caption, double scrim);
+    // Draws the code for the link; what cannot be drawn leaves the code that is there.
+    void refreshQR();
 
     LayerTree &m_tree;
+    const bool m_hasAttribution;
+    std::optional<QUrl> m_link; // the page of the clip that plays
     // Owned by the tree.
     GradientLayer *m_scrim;
     TextLayer *m_caption;
     TextLayer *m_attribution;
+    QrBox *m_qrBox;
     WorkItem m_captionHide;
 };
 

@@ -3,10 +3,13 @@
 #include "Preferences/Preferences.h"
 #include "cache/Cache.h"
 #include "log.h"
+#include "platform/layers/Transaction.h"
+#include "platform/session/Pointer.h"
 #include "settings/Settings.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QPointer>
 
 #include <algorithm>
 
@@ -18,8 +21,13 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
 constexpr std::chrono::hours kRefreshInterval{1};
-constexpr double kSettleSeconds = 1.5;  // without input, before shown saver walls react to input
-constexpr double kDismissSeconds = 0.5; // input more recent than this ends a saver
+constexpr double kSettleSeconds = 1.5;     // without input, before shown saver walls react to input
+constexpr double kDismissSeconds = 0.5;    // input more recent than this ends a saver
+constexpr double kButtonFadeSeconds = 2.5; // buttons stay while the last input is more recent
+constexpr MediaTime kButtonsFadeIn = milliseconds(150);
+constexpr MediaTime kButtonsFadeOut = milliseconds(800);
+constexpr double kChromeSide = 64;   // points
+constexpr double kChromeMargin = 28; // points, to the top and to the right
 constexpr MediaTime kRebuildDelay = milliseconds(500);
 // Beyond this a --seconds value means "not while anybody looks".
 constexpr double kLongestAutoQuit = 10 * 365.25 * 86400;
@@ -29,6 +37,15 @@ MediaTime toMediaTime(double seconds)
     const double bounded = std::clamp(seconds, 0.0, kLongestAutoQuit);
     return std::chrono::duration_cast<MediaTime>(std::chrono::duration<double>(bounded));
 }
+
+QRectF topRightCorner(QSizeF wall)
+{
+    constexpr double kFromCorner = kChromeMargin + kChromeSide;
+    return {wall.width() - kFromCorner, wall.height() - kFromCorner, kChromeSide, kChromeSide};
+}
+
+// Set by the first wall: how to close it is not said again.
+const QString kWallHintShown = QStringLiteral("wallHintShown");
 
 } // namespace
 
@@ -49,6 +66,8 @@ App::App(const Surroundings &surroundings)
 App::~App()
 {
     App::hide();
+    // The windows show what is on this App's clock: none of them outlives it.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 void App::applicationDidFinishLaunching(const CommandLine &commandLine)
@@ -111,6 +130,8 @@ void App::build()
         buildWall(screens[i], i, mode);
     m_builtFor = extentsOf(screens);
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
+    if (mode == Mode::wall && !m_windows.empty())
+        Settings::d().setBoolean(kWallHintShown, true);
     // New windows have to be given the keys anew. Beside a screen in use nothing takes its focus
     // away.
     if (m_coversAll && !m_windows.empty())
@@ -127,23 +148,53 @@ void App::buildWall(const Screen &screen, int index, Mode mode)
         return;
     const std::optional<QString> attribution =
         Settings::attribution() ? std::optional(Settings::storeHost()) : std::nullopt;
-    auto view = std::make_unique<WallView>(QRectF(QPointF(0, 0), screen.frame.size()),
-                                           Settings::productList(index), screen.scale, attribution,
-                                           WallView::Surroundings{m_renderer, m_clock});
+    DeletedLater<WallView> view(
+        new WallView(QRectF(QPointF(0, 0), screen.frame.size()), Settings::productList(index),
+                     screen.scale, attribution, WallView::Surroundings{m_renderer, m_clock}));
     const PointerInput input =
         mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
-    auto window = std::make_unique<WallWindow>(view->tree(), screen.screen, input);
+    DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, input));
+    addChrome(*window, mode);
     // Not show(), which would begin with an ordinary window.
     window->setVisible(true);
     m_walls.push_back(std::move(view));
     m_windows.push_back(std::move(window));
 }
 
+void App::addChrome(WallWindow &window, Mode mode)
+{
+    const double opacity = m_buttonsVisible ? 1 : 0;
+    if (mode == Mode::kiosk) {
+        ModeBadge *const badge = window.addChrome(
+            std::make_unique<ModeBadge>(topRightCorner(window.size()), QStringLiteral("lock.fill"),
+                                        QStringLiteral("Kiosk mode, locked")),
+            topRightCorner);
+        badge->setOpacity(opacity);
+        m_badges.push_back(badge);
+    } else if (mode == Mode::wall) {
+        CloseButton *const button =
+            window.addChrome(std::make_unique<CloseButton>(), topRightCorner);
+        button->setOpacity(opacity);
+        button->onClick = [app = QPointer(this)] {
+            if (app)
+                app->dismiss();
+        };
+        m_closeButtons.push_back(button);
+        if (!Settings::d().boolean(kWallHintShown).value_or(false))
+            window.showHint(QStringLiteral("Move the mouse to reveal the close button"));
+    }
+}
+
 void App::takeDownWindows()
 {
+    m_closeButtons.clear();
+    m_badges.clear();
     for (const auto &view : m_walls)
         view->stop();
     m_presentation.setWalls({});
+    for (const auto &window : m_windows)
+        window->setVisible(false);
+    // In this order: a window shows its view's layers to its end.
     m_windows.clear();
     m_walls.clear();
 }
@@ -182,6 +233,7 @@ void App::hide()
     if (!std::exchange(m_showing, false))
         return;
     takeDownWindows();
+    m_buttonsVisible = false;
     m_builtFor.clear();
     setCursor(false);
     m_presentation.setState(Presentation::State::ordinary);
@@ -227,8 +279,27 @@ void App::tick()
         return showWhenIdle(mode);
     if (!m_pendingRebuild.isPending() && extentsOf(m_screens.list()) != m_builtFor)
         screensChanged(); // a change of scale comes without a signal
-    if (mode != Mode::saver)
+    switch (mode) {
+    case Mode::wall:
+        return setButtons(m_idleClock.secondsIdle() < kButtonFadeSeconds && isPointerOverWall());
+    case Mode::kiosk:
+        return setButtons(m_idleClock.secondsIdle() < kButtonFadeSeconds);
+    case Mode::saver:
+        return tickSaver();
+    case Mode::desktop:
         return;
+    }
+}
+
+bool App::isPointerOverWall() const
+{
+    return m_coversAll || std::any_of(m_windows.begin(), m_windows.end(), [](const auto &window) {
+               return window->isUnderPointer();
+           });
+}
+
+void App::tickSaver()
+{
     const double idle = m_idleClock.secondsIdle();
     if (!m_armed)
         m_armed = idle >= kSettleSeconds;
@@ -310,15 +381,23 @@ void App::stepAll(int delta)
         view->step(delta);
 }
 
+void App::setButtons(bool visible)
+{
+    if (std::exchange(m_buttonsVisible, visible) == visible)
+        return;
+    // A pointer that can close the wall is shown with the button that does it.
+    setCursor(m_coversAll && (!visible || Settings::mode() == Mode::kiosk));
+    for (size_t i = 0; i < m_windows.size(); ++i) {
+        const Transaction fade(m_walls[i]->tree(), visible ? kButtonsFadeIn : kButtonsFadeOut);
+        for (Chrome *chrome : m_windows[i]->chrome())
+            chrome->setOpacity(visible ? 1 : 0);
+    }
+}
+
 void App::setCursor(bool hidden)
 {
-    if (m_cursorHidden == hidden)
-        return;
-    m_cursorHidden = hidden;
-    if (hidden)
-        QGuiApplication::setOverrideCursor(Qt::BlankCursor);
-    else
-        QGuiApplication::restoreOverrideCursor();
+    if (std::exchange(m_cursorHidden, hidden) != hidden)
+        setPointerHidden(hidden);
 }
 
 void App::screensChanged()

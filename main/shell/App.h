@@ -10,7 +10,9 @@
 #include "platform/session/Screens.h"
 #include "platform/time/WorkQueue.h"
 #include "settings/Mode.h"
+#include "shell/CloseButton.h"
 #include "shell/CommandLine.h"
+#include "shell/ModeBadge.h"
 #include "shell/WallWindow.h"
 
 #include <QObject>
@@ -28,6 +30,13 @@ namespace corvella {
 class App : public QObject, public WallControls
 {
     Q_OBJECT
+
+    // What may be on the stack while it is taken down: a press on a window can be what closes it.
+    struct DeleteLater
+    {
+        void operator()(QObject *object) const { object->deleteLater(); }
+    };
+    template <typename Object> using DeletedLater = std::unique_ptr<Object, DeleteLater>;
 
 public:
     // What an App needs of the machine; all of it must outlive the App.
@@ -70,10 +79,10 @@ public:
     [[nodiscard]] bool isShowing() const { return m_showing; }
     [[nodiscard]] bool isArmedWaiting() const { return m_armedWaiting; }
     [[nodiscard]] bool coversAll() const { return m_coversAll; }
-    [[nodiscard]] const std::vector<std::unique_ptr<WallWindow>> &windows() const
-    {
-        return m_windows;
-    }
+    [[nodiscard]] const std::vector<DeletedLater<WallWindow>> &windows() const { return m_windows; }
+    [[nodiscard]] const std::vector<CloseButton *> &closeButtons() const { return m_closeButtons; }
+    [[nodiscard]] const std::vector<ModeBadge *> &badges() const { return m_badges; }
+    [[nodiscard]] bool buttonsVisible() const { return m_buttonsVisible; }
 
 protected:
     // The monitor of key presses that reach any window of ours.
@@ -93,6 +102,7 @@ private:
     void decideWhatToShow(const CommandLine &commandLine);
     void build();
     void buildWall(const Screen &screen, int index, Mode mode);
+    void addChrome(WallWindow &window, Mode mode);
     void takeDownWindows();
     void showWhenIdle(Mode mode);
     [[nodiscard]] bool isAnyScreenOn() const;
@@ -101,6 +111,9 @@ private:
     bool handleKey(const QKeyEvent &event);
     bool handleWallKey(const QKeyEvent &event);
     void stepAll(int delta);
+    void setButtons(bool visible);
+    [[nodiscard]] bool isPointerOverWall() const;
+    void tickSaver();
     void setCursor(bool hidden);
     void screensChanged();
     void rebuildIfChanged();
@@ -118,14 +131,17 @@ private:
     QTimer m_hourly;          // refreshes the imagery
     QThreadPool m_background; // for what waits for the network
 
-    // Windows go before the views whose layers they show.
-    std::vector<std::unique_ptr<WallView>> m_walls;
-    std::vector<std::unique_ptr<WallWindow>> m_windows; // element i shows m_walls[i]
-    std::unique_ptr<PowerAssertion> m_sleepAssertion;   // while walls are up that are no saver
+    std::vector<DeletedLater<WallView>> m_walls;
+    std::vector<DeletedLater<WallWindow>> m_windows; // element i shows m_walls[i]
+    // One a window in wall mode or in kiosk mode; the windows' layer trees own them.
+    std::vector<CloseButton *> m_closeButtons;
+    std::vector<ModeBadge *> m_badges;
+    std::unique_ptr<PowerAssertion> m_sleepAssertion; // while walls are up that are no saver
     bool m_showing = false;
     bool m_armed = false; // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
+    bool m_buttonsVisible = false;     // close buttons and badges are faded in
     bool m_cursorHidden = false;
     bool m_coversAll = true;
     QList<Extent> m_builtFor; // one per screen, also for those that are Off

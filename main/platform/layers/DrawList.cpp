@@ -58,7 +58,11 @@ private:
                 item.picture = *picture;
             item.serial = video->pictureSerial();
         } else {
-            item.contents = layer.contents(rect.size().toSize(), m_scale);
+            // On whole pixels, since letters and modules would be blurred between them.
+            const QRect whole = rect.toRect();
+            item.contents = layer.contents(whole.size(), m_scale);
+            if (!item.contents.isNull())
+                item.rect = whole;
         }
         const bool showsNothing =
             item.background.alpha() == 0 && item.picture.isNull() && item.contents.isNull();

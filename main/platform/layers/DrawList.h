@@ -32,7 +32,7 @@ struct DrawItem
     double cornerRadius = 0;
     std::optional<DrawMask> mask;
     Picture picture;              // a clip's picture, fitted into rect; null for none
-    QImage contents;              // else premultiplied pixels stretched over rect; null for none
+    QImage contents;              // else premultiplied pixels for rect, on whole pixels; null for none
     quint64 serial = 0;           // changes with the picture or the contents
     const void *source = nullptr; // whose item this is, for comparing lists
 

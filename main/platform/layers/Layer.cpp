@@ -30,6 +30,15 @@ void Layer::insert(std::unique_ptr<Layer> layer)
     setNeedsDisplay();
 }
 
+void Layer::removeFromSuperlayer()
+{
+    if (!m_superlayer)
+        return;
+    setNeedsDisplay();
+    std::erase_if(m_superlayer->m_sublayers,
+                  [this](const auto &layer) { return layer.get() == this; });
+}
+
 void Layer::joinTree(LayerTree *tree)
 {
     m_tree = tree;

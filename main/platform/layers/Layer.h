@@ -34,6 +34,8 @@ public:
         insert(std::move(layer));
         return added;
     }
+    // Takes this layer out of the one that owns it, which destroys it.
+    void removeFromSuperlayer();
     // Moves this layer right above a sibling. Nothing happens where `sibling` is no sibling.
     void raiseAbove(const Layer &sibling);
     [[nodiscard]] const std::vector<std::unique_ptr<Layer>> &sublayers() const

@@ -54,13 +54,27 @@ void TextLayer::setShadow(const TextShadow &shadow)
     setNeedsContents();
 }
 
+QFont TextLayer::fontAt(double scale) const
+{
+    QFont font = m_font;
+    font.setPixelSize(std::max(1, static_cast<int>(std::lround(m_size * scale))));
+    font.setLetterSpacing(QFont::AbsoluteSpacing, m_text.kerning * scale);
+    return font;
+}
+
+QSizeF TextLayer::sizeToFit() const
+{
+    const QFontMetricsF metrics(fontAt(1));
+    const double blur = 2 * m_shadow.blurRadius;
+    return {std::ceil(metrics.horizontalAdvance(m_text.text)) + blur,
+            std::ceil(metrics.height()) + blur};
+}
+
 QImage TextLayer::drawContents(QSize pixels, double scale) const
 {
     if (m_text.text.isEmpty())
         return {};
-    QFont font = m_font;
-    font.setPixelSize(std::max(1, static_cast<int>(std::lround(m_size * scale))));
-    font.setLetterSpacing(QFont::AbsoluteSpacing, m_text.kerning * scale);
+    const QFont font = fontAt(scale);
     const QString shown =
         QFontMetricsF(font).elidedText(m_text.text, Qt::ElideRight, pixels.width());
 

@@ -35,11 +35,16 @@ public:
     [[nodiscard]] const AttributedText &text() const { return m_text; }
     void setAlignment(Qt::Alignment horizontal);
     void setShadow(const TextShadow &shadow);
+    // What the whole text takes up, in points; with the shadow's blur on every side.
+    [[nodiscard]] QSizeF sizeToFit() const;
 
 protected:
     [[nodiscard]] QImage drawContents(QSize pixels, double scale) const override;
 
 private:
+    // At this many pixels per point.
+    [[nodiscard]] QFont fontAt(double scale) const;
+
     AttributedText m_text;
     QFont m_font;
     double m_size = 15;

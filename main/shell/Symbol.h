@@ -1,0 +1,15 @@
+// The symbols that the program draws itself, so that they look the same on every desktop.
+#pragma once
+
+#include <QPainterPath>
+#include <QString>
+
+#include <optional>
+
+namespace corvella {
+
+// The symbol of this name as a filled outline for text of `size` points, its middle at the origin, y
+// downwards. None for a name that is not known.
+[[nodiscard]] std::optional<QPainterPath> symbolPath(const QString &name, double size);
+
+} // namespace corvella
