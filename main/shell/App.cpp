@@ -151,12 +151,14 @@ void App::buildWall(const Screen &screen, int index, Mode mode)
     DeletedLater<WallView> view(
         new WallView(QRectF(QPointF(0, 0), screen.frame.size()), Settings::productList(index),
                      screen.scale, attribution, WallView::Surroundings{m_renderer, m_clock}));
-    const PointerInput input =
+    const PointerInput pointer =
         mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
-    DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, input));
+    const KeyInput keys = mode == Mode::kiosk || screensOn() == m_screens.list().size()
+        ? KeyInput::atOnce
+        : KeyInput::whenChosen;
+    DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, pointer, keys));
     addChrome(*window, mode);
-    // Not show(), which would begin with an ordinary window.
-    window->setVisible(true);
+    window->bringUp();
     m_walls.push_back(std::move(view));
     m_windows.push_back(std::move(window));
 }
@@ -315,17 +317,16 @@ void App::showWhenIdle(Mode mode)
         return;
     }
     // That there is nothing to show is said once, not at every tick until somebody comes.
-    if (!m_foundNothingToShow || isAnyScreenOn())
+    if (!m_foundNothingToShow || screensOn() > 0)
         show();
 }
 
-bool App::isAnyScreenOn() const
+int App::screensOn() const
 {
-    for (int i = 0; i < m_screens.list().size(); ++i) {
-        if (Settings::isEnabled(i))
-            return true;
-    }
-    return false;
+    int count = 0;
+    for (int i = 0; i < m_screens.list().size(); ++i)
+        count += Settings::isEnabled(i) ? 1 : 0;
+    return count;
 }
 
 bool App::eventFilter(QObject *watched, QEvent *event)

@@ -105,7 +105,7 @@ private:
     void addChrome(WallWindow &window, Mode mode);
     void takeDownWindows();
     void showWhenIdle(Mode mode);
-    [[nodiscard]] bool isAnyScreenOn() const;
+    [[nodiscard]] int screensOn() const; // those that are not Off
     void dismiss();
     // True when the key is used up.
     bool handleKey(const QKeyEvent &event);

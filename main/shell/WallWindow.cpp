@@ -14,20 +14,22 @@ namespace corvella {
 
 namespace {
 
-constexpr double kHintSize = 16;    // points
+constexpr double kHintSize = 16;     // points
 constexpr double kHintHeight = 0.08; // of the wall, to the hint's lower edge
 constexpr MediaTime kHintShown = std::chrono::seconds(6);
 constexpr MediaTime kHintFade = std::chrono::milliseconds(1200);
 
 } // namespace
 
-WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput input)
+WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput pointer, KeyInput keys)
     : LayerWindow(tree, screen)
     , m_tree(tree)
+    , m_fullScreen(FullScreenPlacement::create(*this, pointer, keys))
 {
     setTitle(QStringLiteral("Corvella"));
-    placeFullScreen(*this, input);
 }
+
+WallWindow::~WallWindow() = default;
 
 void WallWindow::adopt(std::unique_ptr<Chrome> chrome, const Placement &placement)
 {
@@ -53,7 +55,8 @@ void WallWindow::showHint(const QString &text)
     layer->setText({text});
     TextLayer *const hint = m_tree.root().addSublayer(std::move(layer));
     const auto placed = keepInPlace(*hint, [size = hint->sizeToFit()](QSizeF wall) {
-        return QRectF(QPointF((wall.width() - size.width()) / 2, kHintHeight * wall.height()), size);
+        return QRectF(QPointF((wall.width() - size.width()) / 2, kHintHeight * wall.height()),
+                      size);
     });
     m_tree.completeAt(m_tree.now() + kHintShown, [&tree = m_tree, hint, placed] {
         Transaction transaction(tree, kHintFade);
@@ -97,7 +100,7 @@ void WallWindow::exposeEvent(QExposeEvent *event)
     LayerWindow::exposeEvent(event);
     // A window manager listens only once it manages the window.
     if (isExposed() && !std::exchange(m_wasExposed, true))
-        finishPlacement(*this);
+        m_fullScreen->finish();
 }
 
 void WallWindow::mousePressEvent(QMouseEvent *event)

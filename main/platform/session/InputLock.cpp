@@ -1,5 +1,6 @@
 #include "platform/session/InputLock.h"
 
+#include "platform/session/WaylandGlobals.h"
 #include "platform/session/XcbConnection.h"
 
 #include <QGuiApplication>
@@ -41,6 +42,10 @@ std::unique_ptr<InputLock> InputLock::create()
         return createInputLockX11();
     if (isBareConsole())
         return std::make_unique<FixedInputLock>(QString());
+    if (wayland::isWaylandSession()) {
+        if (auto lock = createInputLockWayland())
+            return lock;
+    }
     return std::make_unique<FixedInputLock>(
         QStringLiteral("nothing here keeps keys and clicks from other programs"));
 }

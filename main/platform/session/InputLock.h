@@ -33,5 +33,7 @@ Q_SIGNALS:
 
 // By grabs of keyboard and pointer.
 [[nodiscard]] std::unique_ptr<InputLock> createInputLockX11();
+// By asking the compositor for its own keys. Null where it does not give them away.
+[[nodiscard]] std::unique_ptr<InputLock> createInputLockWayland();
 
 } // namespace corvella

@@ -104,6 +104,14 @@ void *bindGlobal(const wl_interface &interface, uint32_t version)
     return Registry::shared().bind(interface, version);
 }
 
+wl_compositor *compositor()
+{
+    if (!isWaylandSession())
+        return nullptr;
+    QPlatformNativeInterface *const native = QGuiApplication::platformNativeInterface();
+    return static_cast<wl_compositor *>(native->nativeResourceForIntegration("compositor"));
+}
+
 wl_seat *seat()
 {
     if (!isWaylandSession())

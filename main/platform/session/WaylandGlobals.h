@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+struct wl_compositor;
 struct wl_interface;
 struct wl_output;
 struct wl_seat;
@@ -35,6 +36,7 @@ template <typename Global>
 
 // Qt's own objects, never to be destroyed. Null where there is none: no compositor, no seat, a
 // window that was not created or is hidden.
+[[nodiscard]] wl_compositor *compositor();
 [[nodiscard]] wl_seat *seat();
 [[nodiscard]] wl_surface *surfaceOf(QWindow &window);
 [[nodiscard]] wl_output *outputOf(QScreen &screen);
