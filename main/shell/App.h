@@ -105,6 +105,8 @@ private:
     void addChrome(WallWindow &window, Mode mode);
     void takeDownWindows();
     void showWhenIdle(Mode mode);
+    // Not so when a display that went took its wall along, though it came back at once.
+    [[nodiscard]] bool areAllUp() const;
     [[nodiscard]] int screensOn() const; // those that are not Off
     void dismiss();
     // True when the key is used up.

@@ -15,10 +15,11 @@ namespace {
 class PlainPlacement final : public FullScreenPlacement
 {
 public:
-    explicit PlainPlacement(QWindow &window)
+    PlainPlacement(QWindow &window, PointerInput pointer)
         : m_window(window)
     {
         makeFullScreen(m_window);
+        m_window.setFlag(Qt::WindowTransparentForInput, pointer == PointerInput::passedThrough);
     }
 
     void bringUp() override { m_window.setVisible(true); }
@@ -43,7 +44,7 @@ FullScreenPlacement::create(QWindow &window, PointerInput pointer, KeyInput keys
     if (x11::isX11Session())
         return createPlacementX11(window, pointer);
     if (!wayland::isWaylandSession())
-        return std::make_unique<PlainPlacement>(window);
+        return std::make_unique<PlainPlacement>(window, pointer);
     if (auto placement = createPlacementAboveAll(window, pointer, keys))
         return placement;
     return createPlacementWayland(window, pointer);

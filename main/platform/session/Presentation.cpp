@@ -67,6 +67,7 @@ public:
                          [this] { reportInput(); });
         QObject::connect(&m_machine, &DBusInhibition::stateChanged, &m_machine,
                          [this] { reportMachine(); });
+        reportMachine(); // where there is no bus, nothing will change
         m_input->setWalls(walls);
     }
 
