@@ -50,6 +50,8 @@ public:
     // The names of the states that a window manager holds a window in (_NET_WM_STATE_FULLSCREEN).
     [[nodiscard]] QList<QByteArray> states(quint32 window) const;
     [[nodiscard]] bool isOnAllWorkspaces(quint32 window) const;
+    // Whether the server's own saver blanks the screen.
+    [[nodiscard]] bool isBlanked() const;
     // Whether a window manager is at work.
     [[nodiscard]] bool isManaged() const;
 
