@@ -1,5 +1,8 @@
 #include "support/PrivateBus.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
 #include <QFile>
 
 #include <gtest/gtest.h>
@@ -44,13 +47,16 @@ PrivateBus::PrivateBus()
     m_address = QString::fromLatin1(m_daemon->output().trimmed());
 }
 
-void PrivateBus::offerToStart(const QString &service)
+void PrivateBus::offerToStart(const QString &service) const
 {
     writeFile(m_folder.filePath(service + QStringLiteral(".service")),
               QStringLiteral("[D-BUS Service]\nName=%1\nExec=/usr/bin/touch %2\n")
                   .arg(service, startedFile()));
-    // It reads the folder anew by itself, but not at once.
-    m_daemon->signal(SIGHUP);
+    const QString connection = QStringLiteral("offer-") + service;
+    const QDBusConnection bus = QDBusConnection::connectToBus(m_address, connection);
+    EXPECT_TRUE(becomes(
+        [&] { return bus.interface()->activatableServiceNames().value().contains(service); }));
+    QDBusConnection::disconnectFromBus(connection);
 }
 
 QString PrivateBus::startedFile() const

@@ -20,7 +20,7 @@ public:
     [[nodiscard]] const QString &address() const { return m_address; }
 
     // From now on the bus would start a service of this name for the first who calls it.
-    void offerToStart(const QString &service);
+    void offerToStart(const QString &service) const;
     // Whether it did.
     [[nodiscard]] bool wasAskedToStartAny() const;
 

@@ -2,6 +2,7 @@
 
 #include "support/AlteredMachine.h"
 #include "support/HeadlessSway.h"
+#include "support/PrivateBus.h"
 #include "support/TestPattern.h"
 #include "support/XServer.h"
 
@@ -95,6 +96,11 @@ void ProgramUnderTest::addOption(const QString &variable, const QString &option)
 void ProgramUnderTest::showOnPlatform(const QString &plugin)
 {
     m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), plugin);
+}
+
+void ProgramUnderTest::setSessionBus(const PrivateBus &bus)
+{
+    setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
 }
 
 void ProgramUnderTest::setVariable(const QString &name, const QString &value)

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <xcb/screensaver.h>
 #include <xcb/xcb.h>
 
 namespace corvella::test {
@@ -240,6 +241,14 @@ bool XClient::isOnAllWorkspaces(quint32 window) const
 {
     constexpr quint32 kAll = 0xFFFFFFFF;
     return numbers(window, "_NET_WM_DESKTOP") == QList{kAll};
+}
+
+bool XClient::isBlanked() const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const ReplyOf<xcb_screensaver_query_info_reply_t> info(xcb_screensaver_query_info_reply(
+        server, xcb_screensaver_query_info(server, m_root), nullptr));
+    return info && info->state == XCB_SCREENSAVER_STATE_ON;
 }
 
 bool XClient::isManaged() const

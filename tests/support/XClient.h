@@ -57,6 +57,8 @@ public:
     [[nodiscard]] bool grabPointer();
     void releaseGrabs();
 
+    // Whether the server's own saver blanks the screen.
+    [[nodiscard]] bool isBlanked() const;
     // Whether a window manager is at work.
     [[nodiscard]] bool isManaged() const;
 

@@ -44,6 +44,12 @@ void XServer::input(const QStringList &arguments) const
     runHere(QStringLiteral("xdotool"), arguments);
 }
 
+void XServer::blankAfter(std::chrono::seconds time) const
+{
+    const QString seconds = QString::number(time.count());
+    runHere(QStringLiteral("xset"), {QStringLiteral("s"), seconds, seconds});
+}
+
 void XServer::stop()
 {
     m_client.reset();

@@ -30,6 +30,8 @@ public:
     // Sends input through the server, in the words of xdotool: {"key", "Right"}, {"mousemove", "1",
     // "2"}.
     void input(const QStringList &arguments) const;
+    // Lets the server's own saver blank the screen after this time without input.
+    void blankAfter(std::chrono::seconds time) const;
     // The server goes away under everything that it shows.
     void stop();
 
