@@ -135,7 +135,8 @@ int main(int argc, char **argv)
     const QSize size = QGuiApplication::primaryScreen()->size();
     WallView view({QPointF(0, 0), size}, {}, 1, std::nullopt, {RendererKind::raster, clock});
     LayerWindow window(view.tree(), QGuiApplication::primaryScreen());
-    placeFullScreen(window, PointerInput::accepted);
+    const auto placement =
+        FullScreenPlacement::create(window, PointerInput::accepted, KeyInput::atOnce);
 
     const x11::Connection server = x11::connectToServer();
     std::vector<double> intervals;
@@ -156,7 +157,7 @@ int main(int argc, char **argv)
         last = clock.now();
         black += middleBrightness(server.get(), size) < 24 ? 1 : 0;
     });
-    window.setVisible(true);
+    placement->bringUp();
     QTimer::singleShot(std::chrono::seconds(args[1].toInt()), &application, &QGuiApplication::quit);
     QGuiApplication::exec();
     report(std::move(intervals), black);

@@ -4,7 +4,9 @@
 #include "cache/Cache.h"
 #include "platform/layers/RendererKind.h"
 #include "platform/session/DisplayServer.h"
+#include "platform/session/DisplaySleep.h"
 #include "platform/session/IdleClock.h"
+#include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/session/TerminationSignals.h"
 #include "platform/time/MediaClock.h"
@@ -80,8 +82,11 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QObject::connect(&signals, &TerminationSignals::received, &app, &QApplication::quit);
     Screens screens;
     const std::unique_ptr<IdleClock> idleClock = IdleClock::create();
+    const std::unique_ptr<Presentation> presentation = Presentation::create();
     const SteadyMediaClock clock;
-    App delegate({screens, *idleClock, clock, rendererKind()});
+    const std::unique_ptr<DisplaySleep> displaySleep = DisplaySleep::create();
+    App delegate({screens, *idleClock, *presentation, clock, rendererKind(),
+                  &PowerAssertion::create, [&displaySleep] { displaySleep->begin(); }});
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &App::applicationWillTerminate);
     delegate.applicationDidFinishLaunching(commandLine);
     return QApplication::exec();

@@ -4,13 +4,15 @@
 # What the program is built from and needs at run time.
 build_packages="g++ cmake ninja-build pkg-config ccache qt6-base-dev qt6-base-private-dev qt6-wayland
     libqt6opengl6-dev libgl-dev libegl-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
-    libcurl4-openssl-dev ca-certificates libsystemd-dev libxcb1-dev libxcb-screensaver0-dev libxcb-shape0-dev libxcb-xfixes0-dev
-    libqrcodegencpp-dev libgl1-mesa-dri fonts-dejavu-core"
+    libcurl4-openssl-dev ca-certificates libsystemd-dev libxcb1-dev libxcb-dpms0-dev libxcb-screensaver0-dev
+    libxcb-shape0-dev libxcb-xfixes0-dev libqrcodegencpp-dev libwayland-dev libwayland-bin wayland-protocols
+    plasma-wayland-protocols libgl1-mesa-dri fonts-dejavu-core"
 # A display where there is none, and a picture of it.
 virtual_display_packages="xvfb imagemagick"
 # The real servers, managers and tools that the tests run the program against.
 test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-core
-    xserver-xorg-video-dummy x11-xserver-utils xdotool openbox sway grim dbus-daemon libssl-dev libzbar-dev nginx
+    xserver-xorg-video-dummy x11-xserver-utils xdotool libxcb-xtest0-dev openbox sway swayidle grim wtype dbus-daemon
+    libssl-dev libzbar-dev nginx
     desktop-file-utils util-linux procps"
 
 say() { printf '== %s\n' "$*"; }

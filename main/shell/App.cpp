@@ -52,8 +52,11 @@ const QString kWallHintShown = QStringLiteral("wallHintShown");
 App::App(const Surroundings &surroundings)
     : m_screens(surroundings.screens)
     , m_idleClock(surroundings.idleClock)
+    , m_presentation(surroundings.presentation)
     , m_clock(surroundings.clock)
     , m_renderer(surroundings.renderer)
+    , m_keepAwake(surroundings.keepAwake)
+    , m_sleepDisplays(surroundings.sleepDisplays)
     , m_workQueue(surroundings.clock)
 {
     connect(&m_tick, &QTimer::timeout, this, &App::tick);
@@ -133,6 +136,10 @@ void App::build()
     // away.
     if (m_coversAll && !m_windows.empty())
         m_windows.front()->requestActivate();
+    QList<QWindow *> walls;
+    for (const auto &window : m_windows)
+        walls << window.get();
+    m_presentation.setWalls(walls);
 }
 
 void App::buildWall(const Screen &screen, int index, Mode mode)
@@ -144,12 +151,14 @@ void App::buildWall(const Screen &screen, int index, Mode mode)
     DeletedLater<WallView> view(
         new WallView(QRectF(QPointF(0, 0), screen.frame.size()), Settings::productList(index),
                      screen.scale, attribution, WallView::Surroundings{m_renderer, m_clock}));
-    const PointerInput input =
+    const PointerInput pointer =
         mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
-    DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, input));
+    const KeyInput keys = mode == Mode::kiosk || screensOn() == m_screens.list().size()
+        ? KeyInput::atOnce
+        : KeyInput::whenChosen;
+    DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, pointer, keys));
     addChrome(*window, mode);
-    // Not show(), which would begin with an ordinary window.
-    window->setVisible(true);
+    window->bringUp();
     m_walls.push_back(std::move(view));
     m_windows.push_back(std::move(window));
 }
@@ -184,6 +193,7 @@ void App::takeDownWindows()
     m_badges.clear();
     for (const auto &view : m_walls)
         view->stop();
+    m_presentation.setWalls({});
     for (const auto &window : m_windows)
         window->setVisible(false);
     // In this order: a window shows its view's layers to its end.
@@ -208,6 +218,12 @@ void App::show()
     m_showing = true;
     m_armed = false;
     setCursor(m_coversAll);
+    if (mode == Mode::kiosk)
+        m_presentation.setState(Presentation::State::locked);
+    else if (m_coversAll)
+        m_presentation.setState(Presentation::State::immersive);
+    if (mode != Mode::saver && m_keepAwake)
+        m_sleepAssertion = m_keepAwake(QStringLiteral("Corvella is displaying"));
     log(QStringLiteral("showing on %1 of %2 display(s), mode %3")
             .arg(m_windows.size())
             .arg(m_builtFor.size())
@@ -222,6 +238,8 @@ void App::hide()
     m_buttonsVisible = false;
     m_builtFor.clear();
     setCursor(false);
+    m_presentation.setState(Presentation::State::ordinary);
+    m_sleepAssertion.reset();
 }
 
 void App::arm()
@@ -252,6 +270,8 @@ void App::dismiss()
     hide();
     if (mode != Mode::saver)
         Preferences::shared().show();
+    else if (Settings::lockOnDismiss() && m_sleepDisplays)
+        m_sleepDisplays();
 }
 
 void App::tick()
@@ -297,17 +317,16 @@ void App::showWhenIdle(Mode mode)
         return;
     }
     // That there is nothing to show is said once, not at every tick until somebody comes.
-    if (!m_foundNothingToShow || isAnyScreenOn())
+    if (!m_foundNothingToShow || screensOn() > 0)
         show();
 }
 
-bool App::isAnyScreenOn() const
+int App::screensOn() const
 {
-    for (int i = 0; i < m_screens.list().size(); ++i) {
-        if (Settings::isEnabled(i))
-            return true;
-    }
-    return false;
+    int count = 0;
+    for (int i = 0; i < m_screens.list().size(); ++i)
+        count += Settings::isEnabled(i) ? 1 : 0;
+    return count;
 }
 
 bool App::eventFilter(QObject *watched, QEvent *event)
@@ -387,11 +406,17 @@ void App::screensChanged()
     m_pendingRebuild = m_workQueue.after(kRebuildDelay, [this] { rebuildIfChanged(); });
 }
 
+bool App::areAllUp() const
+{
+    return std::all_of(m_windows.begin(), m_windows.end(),
+                       [](const auto &window) { return window->isVisible(); });
+}
+
 void App::rebuildIfChanged()
 {
     // A window made for another scale would be blurred: on Wayland Qt 6.4 leaves it at that scale.
     const QList<Extent> extents = extentsOf(m_screens.list());
-    if (!m_showing || extents.isEmpty() || extents == m_builtFor)
+    if (!m_showing || extents.isEmpty() || (extents == m_builtFor && areAllUp()))
         return;
     log(QStringLiteral("display layout changed (%1 -> %2)")
             .arg(m_builtFor.size())

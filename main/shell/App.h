@@ -5,6 +5,8 @@
 #include "Preferences/WallControls.h"
 #include "Wall/WallView.h"
 #include "platform/session/IdleClock.h"
+#include "platform/session/PowerAssertion.h"
+#include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/time/WorkQueue.h"
 #include "settings/Mode.h"
@@ -17,6 +19,7 @@
 #include <QThreadPool>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -41,8 +44,13 @@ public:
     {
         Screens &screens;
         IdleClock &idleClock;
+        Presentation &presentation;
         const MediaClock &clock;
         RendererKind renderer = RendererKind::raster;
+        // Keeps the displays awake while its result lives; takes the reason, for people to read.
+        std::function<std::unique_ptr<PowerAssertion>(const QString &)> keepAwake = {};
+        // Locks and puts the displays to sleep; returns at once.
+        std::function<void()> sleepDisplays = {};
     };
 
     explicit App(const Surroundings &surroundings);
@@ -98,7 +106,9 @@ private:
     void addChrome(WallWindow &window, Mode mode);
     void takeDownWindows();
     void showWhenIdle(Mode mode);
-    [[nodiscard]] bool isAnyScreenOn() const;
+    // Not so when a display that went took its wall along, though it came back at once.
+    [[nodiscard]] bool areAllUp() const;
+    [[nodiscard]] int screensOn() const; // those that are not Off
     void dismiss();
     // True when the key is used up.
     bool handleKey(const QKeyEvent &event);
@@ -114,8 +124,11 @@ private:
 
     Screens &m_screens;
     IdleClock &m_idleClock;
+    Presentation &m_presentation;
     const MediaClock &m_clock;
     const RendererKind m_renderer;
+    const std::function<std::unique_ptr<PowerAssertion>(const QString &)> m_keepAwake;
+    const std::function<void()> m_sleepDisplays;
     WorkQueue m_workQueue;
     QTimer m_tick;
     QTimer m_hourly;          // refreshes the imagery
@@ -126,6 +139,7 @@ private:
     // One a window in wall mode or in kiosk mode; the windows' layer trees own them.
     std::vector<CloseButton *> m_closeButtons;
     std::vector<ModeBadge *> m_badges;
+    std::unique_ptr<PowerAssertion> m_sleepAssertion; // while walls are up that are no saver
     bool m_showing = false;
     bool m_armed = false; // saver walls have settled and now end on any input
     bool m_armedWaiting = false;

@@ -21,13 +21,15 @@ constexpr MediaTime kHintFade = std::chrono::milliseconds(1200);
 
 } // namespace
 
-WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput input)
+WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput pointer, KeyInput keys)
     : LayerWindow(tree, screen)
     , m_tree(tree)
+    , m_fullScreen(FullScreenPlacement::create(*this, pointer, keys))
 {
     setTitle(QStringLiteral("Corvella"));
-    placeFullScreen(*this, input);
 }
+
+WallWindow::~WallWindow() = default;
 
 void WallWindow::adopt(std::unique_ptr<Chrome> chrome, const Placement &placement)
 {
@@ -98,7 +100,7 @@ void WallWindow::exposeEvent(QExposeEvent *event)
     LayerWindow::exposeEvent(event);
     // A window manager listens only once it manages the window.
     if (isExposed() && !std::exchange(m_wasExposed, true))
-        finishPlacement(*this);
+        m_fullScreen->finish();
 }
 
 void WallWindow::mousePressEvent(QMouseEvent *event)

@@ -19,7 +19,11 @@ public:
     using Placement = std::function<QRectF(QSizeF wall)>;
 
     // A window for `tree`, which must outlive it, over the whole of `screen`; not shown yet.
-    WallWindow(LayerTree &tree, QScreen *screen, PointerInput input);
+    WallWindow(LayerTree &tree, QScreen *screen, PointerInput pointer, KeyInput keys);
+    ~WallWindow() override;
+
+    // Shows it, at once or when the display server has made room for it.
+    void bringUp() { m_fullScreen->bringUp(); }
 
     // Puts it over the wall and keeps it in its place when the wall changes its size. Returns it;
     // the tree owns it from now on.
@@ -53,6 +57,7 @@ private:
     QMetaObject::Connection keepInPlace(Layer &layer, const Placement &placement);
 
     LayerTree &m_tree;
+    const std::unique_ptr<FullScreenPlacement> m_fullScreen;
     std::vector<Chrome *> m_chrome; // owned by the tree
     bool m_wasExposed = false;
     bool m_entered = false; // by the pointer

@@ -1,9 +1,13 @@
 // A screen saver on a desktop: it comes with idleness and goes with input.
+#include "support/PrivateBus.h"
 #include "support/ProgramUnderTest.h"
+#include "support/StandInService.h"
 #include "support/TestPattern.h"
 #include "support/VirtualDisplay.h"
 
 #include <gtest/gtest.h>
+
+#include <csignal>
 
 namespace corvella {
 namespace {
@@ -12,8 +16,9 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 
-constexpr auto kSettle = 1500ms; // without input, before a shown saver heeds it
-constexpr auto kMargin = 700ms;  // it looks four times a second, and machines are busy
+constexpr auto kSettle = 1500ms;  // without input, before a shown saver heeds it
+constexpr auto kLongestLock = 4s; // from the dismissal to a dark display, on a busy machine
+constexpr auto kMargin = 700ms;   // it looks four times a second, and machines are busy
 
 class Saver : public testing::Test
 {
@@ -123,6 +128,71 @@ TEST_F(Saver, EndsAtOnceOnAnyKey)
         [this] { return m_display.client().focus() == m_display.client().windows().value(0).id; }));
     m_display.input({u"key"_s, u"F5"_s});
     EXPECT_TRUE(becomes([this] { return isDown(); }, kSettle));
+}
+
+TEST_F(Saver, LeavesTheDisplayOnWhenItIsNotToLock)
+{
+    startAndWaitForSaver();
+    EXPECT_TRUE(staysUp(kSettle + kMargin));
+    setIdleTime(1h);
+    moveMouse();
+    ASSERT_TRUE(becomes([this] { return isDown(); }));
+    EXPECT_FALSE(becomes([this] { return m_display.client().isBlanked(); }, kLongestLock));
+}
+
+TEST_F(Saver, LocksAndThenSwitchesTheDisplayOffOnDismissal)
+{
+    const test::PrivateBus bus;
+    m_program.setSessionBus(bus);
+    test::StandInService locker(bus.address(), u"org.freedesktop.ScreenSaver"_s);
+    bool wasBlankedBefore = true;
+    locker.setAnswer(u"Lock"_s, QVariantList{});
+    locker.setAnswer(u"GetActive"_s, QVariantList{true});
+    m_program.configure({{u"lockOnDismiss"_s, true}});
+    startAndWaitForSaver();
+    EXPECT_TRUE(staysUp(kSettle + kMargin));
+    EXPECT_TRUE(locker.calls().isEmpty());
+    setIdleTime(1h);
+    moveMouse();
+    ASSERT_TRUE(becomes([&] {
+        wasBlankedBefore = m_display.client().isBlanked();
+        return !locker.calls(u"Lock"_s).isEmpty();
+    }));
+    EXPECT_FALSE(wasBlankedBefore);
+    EXPECT_TRUE(isDown());
+    EXPECT_TRUE(becomes([this] { return m_display.client().isBlanked(); }, kLongestLock));
+    moveMouse();
+    EXPECT_TRUE(becomes([this] { return !m_display.client().isBlanked(); }));
+    EXPECT_TRUE(isDown());
+    EXPECT_EQ(locker.calls(u"Lock"_s).size(), 1);
+}
+
+// A machine without any locker.
+TEST_F(Saver, SwitchesTheDisplayOffWhereNothingLocks)
+{
+    m_program.configure({{u"lockOnDismiss"_s, true}});
+    startAndWaitForSaver();
+    EXPECT_TRUE(staysUp(kSettle + kMargin));
+    setIdleTime(1h);
+    moveMouse();
+    EXPECT_TRUE(becomes([this] { return m_display.client().isBlanked(); }));
+    EXPECT_EQ(m_program.messages().filter(u"session lock:"_s).size(), 1);
+}
+
+TEST_F(Saver, EndsWhileALockerHangs)
+{
+    const test::PrivateBus bus;
+    m_program.setSessionBus(bus);
+    test::StandInService locker(bus.address(), u"org.freedesktop.ScreenSaver"_s);
+    locker.setAnswer(u"Lock"_s, test::StandInService::Silence{});
+    m_program.configure({{u"lockOnDismiss"_s, true}});
+    startAndWaitForSaver();
+    EXPECT_TRUE(staysUp(kSettle + kMargin));
+    setIdleTime(1h);
+    moveMouse();
+    ASSERT_TRUE(becomes([&] { return !locker.calls(u"Lock"_s).isEmpty(); }));
+    m_program.process().signal(SIGTERM);
+    EXPECT_EQ(m_program.process().exitStatus(1s), 0);
 }
 
 } // namespace

@@ -21,6 +21,15 @@ public:
     double seconds = 0;
 };
 
+class RecordedPresentation final : public Presentation
+{
+public:
+    void setState(State newState) override { state = newState; }
+    void setWalls(const QList<QWindow *> &newWalls) override { walls = newWalls; }
+    State state = State::ordinary;
+    QList<QWindow *> walls;
+};
+
 inline const OffscreenScreen kLeft{QStringLiteral("Left"), {0, 0, 1280, 720}};
 inline const OffscreenScreen kRight{QStringLiteral("Right"), {1280, 0, 800, 600}, 2};
 
@@ -33,7 +42,8 @@ protected:
         setOffscreenScreens({kLeft, kRight});
         Settings::setOffline(true);
         m_log.emplace();
-        m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_clock, RendererKind::raster});
+        m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_presentation, m_clock,
+                                        RendererKind::raster});
     }
 
     void TearDown() override
@@ -71,6 +81,7 @@ protected:
     const StockedHome &m_home = StockedHome::shared();
     Screens m_screens;
     FakeIdleClock m_idleClock;
+    RecordedPresentation m_presentation;
     ManualMediaClock m_clock;
     std::optional<CapturedLog> m_log;
     std::optional<App> m_app;

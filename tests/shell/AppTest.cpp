@@ -249,6 +249,42 @@ TEST_F(AppTest, ShowingInDesktopModeLeavesEverythingAsItWas)
     EXPECT_TRUE(settingsOpen());
 }
 
+TEST_F(AppTest, LocksAKioskAndNothingElse)
+{
+    using State = Presentation::State;
+    const struct
+    {
+        Mode mode;
+        QString rightScreen;
+        State expected;
+    } rows[] = {
+        {Mode::kiosk, QStringLiteral("all"), State::locked},
+        {Mode::kiosk, QStringLiteral("off"), State::locked},
+        {Mode::wall, QStringLiteral("all"), State::immersive},
+        {Mode::wall, QStringLiteral("off"), State::ordinary},
+        {Mode::saver, QStringLiteral("all"), State::immersive},
+        {Mode::saver, QStringLiteral("off"), State::ordinary},
+    };
+    for (const auto &row : rows) {
+        configure(row.mode, {QStringLiteral("all"), row.rightScreen});
+        m_app->show();
+        EXPECT_EQ(m_presentation.state, row.expected)
+            << qPrintable(rawValue(row.mode) + u' ' + row.rightScreen);
+        m_app->hide();
+        EXPECT_EQ(m_presentation.state, State::ordinary);
+    }
+}
+
+TEST_F(AppTest, TellsWhichWallsAKioskHas)
+{
+    configure(Mode::kiosk);
+    launch();
+    const QList<QWindow *> walls{m_app->windows()[0].get(), m_app->windows()[1].get()};
+    EXPECT_EQ(m_presentation.walls, walls);
+    m_app->hide();
+    EXPECT_TRUE(m_presentation.walls.isEmpty());
+}
+
 TEST_F(AppTest, HidingTakesEveryWindowDown)
 {
     configure(Mode::wall);
@@ -273,7 +309,7 @@ TEST_F(AppTest, EndsItselfAfterTheSecondsAskedFor)
 {
     configure(Mode::desktop);
     const SteadyMediaClock clock;
-    App app({m_screens, m_idleClock, clock, RendererKind::raster});
+    App app({m_screens, m_idleClock, m_presentation, clock, RendererKind::raster});
     // quit() asks for the loop's end through an event, which a test can see without a loop of its
     // own.
     bool asked = false;

@@ -109,12 +109,26 @@ bool HeadlessSway::findSocket()
     return true;
 }
 
-QByteArray HeadlessSway::runHere(const QString &program, const QStringList &arguments) const
+Command HeadlessSway::commandHere(const QString &program, const QStringList &arguments) const
 {
     QProcessEnvironment environment = bareEnvironment();
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtimeFolder());
     environment.insert(QStringLiteral("WAYLAND_DISPLAY"), socket());
-    return run({program, arguments, environment, {}});
+    return {program, arguments, environment, {}};
+}
+
+QByteArray HeadlessSway::runHere(const QString &program, const QStringList &arguments) const
+{
+    return run(commandHere(program, arguments));
+}
+
+void HeadlessSway::typeKey(const QString &key) const
+{
+    // A key that comes together with its keyboard is lost.
+    const QString aMoment = QStringLiteral("200");
+    runHere(
+        QStringLiteral("wtype"),
+        {QStringLiteral("-s"), aMoment, QStringLiteral("-k"), key, QStringLiteral("-s"), aMoment});
 }
 
 QImage HeadlessSway::picture(int output) const

@@ -25,6 +25,10 @@ public:
 
     // What one output shows; counted from 0.
     [[nodiscard]] QImage picture(int output) const;
+    // A command for a program of this compositor.
+    [[nodiscard]] Command commandHere(const QString &program, const QStringList &arguments) const;
+    // Types a key of a keyboard that is plugged in for it.
+    void typeKey(const QString &key) const;
     // Gives an output another resolution in pixels and another scale, in one change.
     void change(int output, QSize resolution, int scale) const;
     // The compositor goes away under everything that it shows.

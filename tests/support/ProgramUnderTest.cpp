@@ -2,6 +2,7 @@
 
 #include "support/AlteredMachine.h"
 #include "support/HeadlessSway.h"
+#include "support/PrivateBus.h"
 #include "support/TestPattern.h"
 #include "support/XServer.h"
 
@@ -56,8 +57,9 @@ ProgramUnderTest::ProgramUnderTest()
     EXPECT_TRUE(QDir().mkpath(runtime));
     QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     // Without an address the library would start a bus of its own.
-    m_environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                         QStringLiteral("unix:path=%1/no-bus").arg(runtime));
+    for (const char *variable : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"})
+        setVariable(QString::fromLatin1(variable),
+                    QStringLiteral("unix:path=%1/no-bus").arg(runtime));
 }
 
 ProgramUnderTest::~ProgramUnderTest()
@@ -94,6 +96,11 @@ void ProgramUnderTest::addOption(const QString &variable, const QString &option)
 void ProgramUnderTest::showOnPlatform(const QString &plugin)
 {
     m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), plugin);
+}
+
+void ProgramUnderTest::setSessionBus(const PrivateBus &bus)
+{
+    setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
 }
 
 void ProgramUnderTest::setVariable(const QString &name, const QString &value)

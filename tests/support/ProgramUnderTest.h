@@ -1,6 +1,6 @@
 // The program itself, as a user would start it, in a home folder of its own that holds the settings
-// and the imagery that a test lays there. It has neither a session bus nor, until a test gives it
-// one, a display, and ends with the object. Main thread only.
+// and the imagery that a test lays there. It has neither a bus nor a display until a test gives it
+// one, and ends with the object. Main thread only.
 #pragma once
 
 #include "support/ChildProcess.h"
@@ -15,6 +15,7 @@ namespace corvella::test {
 
 class AlteredMachine;
 class HeadlessSway;
+class PrivateBus;
 class XServer;
 
 class ProgramUnderTest
@@ -33,6 +34,7 @@ public:
     void showOn(const XServer &server);
     void showOn(const HeadlessSway &compositor);
     void showOnPlatform(const QString &plugin); // one of Qt's own: "offscreen", "vnc:port=5901"
+    void setSessionBus(const PrivateBus &bus);
     // Starts it there from now on; the machine must outlive the next start.
     void setMachine(const AlteredMachine &machine) { m_machine = &machine; }
     // Where its messages go from the next start on; only captured ones can be asked for.

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <xcb/screensaver.h>
 #include <xcb/xcb.h>
 
 namespace corvella::test {
@@ -165,12 +166,51 @@ int XClient::pressesOnRoot()
     return m_pressesOnRoot;
 }
 
+bool XClient::grabKeyboard()
+{
+    const auto cookie = xcb_grab_keyboard(m_connection.get(), 0, m_root, XCB_CURRENT_TIME,
+                                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    const ReplyOf<xcb_grab_keyboard_reply_t> reply(
+        xcb_grab_keyboard_reply(m_connection.get(), cookie, nullptr));
+    EXPECT_TRUE(reply);
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+bool XClient::grabPointer()
+{
+    const auto cookie = xcb_grab_pointer(m_connection.get(), 0, m_root, 0, XCB_GRAB_MODE_ASYNC,
+                                         XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
+    const ReplyOf<xcb_grab_pointer_reply_t> reply(
+        xcb_grab_pointer_reply(m_connection.get(), cookie, nullptr));
+    EXPECT_TRUE(reply);
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+void XClient::releaseGrabs()
+{
+    xcb_ungrab_keyboard(m_connection.get(), XCB_CURRENT_TIME);
+    xcb_ungrab_pointer(m_connection.get(), XCB_CURRENT_TIME);
+    xcb_flush(m_connection.get());
+}
+
 quint32 XClient::focus() const
 {
     xcb_connection_t *const server = m_connection.get();
     const ReplyOf<xcb_get_input_focus_reply_t> reply(
         xcb_get_input_focus_reply(server, xcb_get_input_focus(server), nullptr));
     return reply ? reply->focus : static_cast<quint32>(XCB_NONE);
+}
+
+void XClient::takeFocus()
+{
+    const xcb_window_t window = xcb_generate_id(m_connection.get());
+    const uint32_t unmanaged = 1;
+    xcb_create_window(m_connection.get(), 0, window, m_root, -1, -1, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT,
+                      &unmanaged);
+    xcb_map_window(m_connection.get(), window);
+    xcb_set_input_focus(m_connection.get(), XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+    EXPECT_EQ(focus(), window);
 }
 
 QList<quint32> XClient::numbers(quint32 window, const char *name) const
@@ -201,6 +241,14 @@ bool XClient::isOnAllWorkspaces(quint32 window) const
 {
     constexpr quint32 kAll = 0xFFFFFFFF;
     return numbers(window, "_NET_WM_DESKTOP") == QList{kAll};
+}
+
+bool XClient::isBlanked() const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const ReplyOf<xcb_screensaver_query_info_reply_t> info(xcb_screensaver_query_info_reply(
+        server, xcb_screensaver_query_info(server, m_root), nullptr));
+    return info && info->state == XCB_SCREENSAVER_STATE_ON;
 }
 
 bool XClient::isManaged() const

@@ -47,9 +47,18 @@ public:
 
     // The window that gets the keys.
     [[nodiscard]] quint32 focus() const;
+    // Gives the keys to a window of this client that nobody sees.
+    void takeFocus();
     // The names of the states that a window manager holds a window in (_NET_WM_STATE_FULLSCREEN).
     [[nodiscard]] QList<QByteArray> states(quint32 window) const;
     [[nodiscard]] bool isOnAllWorkspaces(quint32 window) const;
+    // Takes all keys, or all of the pointer, for this client. False when another client has them.
+    [[nodiscard]] bool grabKeyboard();
+    [[nodiscard]] bool grabPointer();
+    void releaseGrabs();
+
+    // Whether the server's own saver blanks the screen.
+    [[nodiscard]] bool isBlanked() const;
     // Whether a window manager is at work.
     [[nodiscard]] bool isManaged() const;
 

@@ -29,16 +29,25 @@ bool XServer::startServer(const Command &command)
     return true;
 }
 
-void XServer::startWindowManager()
+void XServer::startWindowManager(const QString &configuration)
 {
+    QStringList arguments;
+    if (!configuration.isEmpty())
+        arguments << QStringLiteral("--config-file") << configuration;
     m_windowManager = std::make_unique<ChildProcess>(
-        Command{QStringLiteral("openbox"), {}, environmentOf(m_display), {}});
+        Command{QStringLiteral("openbox"), arguments, environmentOf(m_display), {}});
     EXPECT_TRUE(becomes([this] { return m_client->isManaged(); })) << "no window manager";
 }
 
 void XServer::input(const QStringList &arguments) const
 {
     runHere(QStringLiteral("xdotool"), arguments);
+}
+
+void XServer::blankAfter(std::chrono::seconds time) const
+{
+    const QString seconds = QString::number(time.count());
+    runHere(QStringLiteral("xset"), {QStringLiteral("s"), seconds, seconds});
 }
 
 void XServer::stop()

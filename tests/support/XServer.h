@@ -24,11 +24,14 @@ public:
     virtual void plugIn(const QString &monitor, const QRect &frame) = 0;
     virtual void pullOut(const QString &monitor) = 0;
 
-    // Starts a window manager and waits until it is at work.
-    void startWindowManager();
+    // Starts a window manager (openbox), with this configuration file or its own, and waits until
+    // it is at work.
+    void startWindowManager(const QString &configuration = {});
     // Sends input through the server, in the words of xdotool: {"key", "Right"}, {"mousemove", "1",
     // "2"}.
     void input(const QStringList &arguments) const;
+    // Lets the server's own saver blank the screen after this time without input.
+    void blankAfter(std::chrono::seconds time) const;
     // The server goes away under everything that it shows.
     void stop();
 

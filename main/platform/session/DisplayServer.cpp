@@ -71,6 +71,9 @@ std::optional<QByteArray> platformPlugin(const DisplayFacts &facts)
 
 bool chooseDisplayServer()
 {
+    // Windows that ask for it get a surface that the compositor does not manage as a window; see
+    // createPlacementAboveAll().
+    qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
     if (!qEnvironmentVariableIsEmpty(kPlatformVariable))
         return true;
     const std::optional<QByteArray> plugin = platformPlugin(DisplayFacts::gather());

@@ -1,32 +1,53 @@
 #include "platform/session/FullScreenPlacement.h"
 
 #include "platform/session/Screens.h"
+#include "platform/session/WaylandGlobals.h"
 #include "platform/session/XcbConnection.h"
 
-#include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
 
 namespace corvella {
 
-void placeFullScreen(QWindow &window, PointerInput input)
+namespace {
+
+// Where nobody else has windows: a bare console.
+class PlainPlacement final : public FullScreenPlacement
 {
-    Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
-    // On X11 this flag would keep the keys away, too; there the window's shape does it.
-    if (input == PointerInput::passedThrough && !x11::isX11Session())
-        flags |= Qt::WindowTransparentForInput;
-    window.setFlags(flags);
+public:
+    PlainPlacement(QWindow &window, PointerInput pointer)
+        : m_window(window)
+    {
+        makeFullScreen(m_window);
+        m_window.setFlag(Qt::WindowTransparentForInput, pointer == PointerInput::passedThrough);
+    }
+
+    void bringUp() override { m_window.setVisible(true); }
+
+private:
+    QWindow &m_window;
+};
+
+} // namespace
+
+void makeFullScreen(QWindow &window)
+{
+    window.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     window.setGeometry(frameOf(*window.screen()));
     // The state and not showFullScreen(), which would also ask for the focus.
     window.setWindowStates(Qt::WindowFullScreen);
-    if (x11::isX11Session())
-        placeFullScreenX11(window.winId(), input);
 }
 
-void finishPlacement(QWindow &window)
+std::unique_ptr<FullScreenPlacement>
+FullScreenPlacement::create(QWindow &window, PointerInput pointer, KeyInput keys)
 {
     if (x11::isX11Session())
-        finishPlacementX11(window.winId());
+        return createPlacementX11(window, pointer);
+    if (!wayland::isWaylandSession())
+        return std::make_unique<PlainPlacement>(window, pointer);
+    if (auto placement = createPlacementAboveAll(window, pointer, keys))
+        return placement;
+    return createPlacementWayland(window, pointer);
 }
 
 } // namespace corvella

@@ -1,6 +1,9 @@
-// Puts a window over the whole of one screen: borderless, above panels, on all workspaces,
-// without taking the focus. What a display server does not offer is left out.
+// Puts a window over the whole of one screen: borderless, above panels, on all workspaces, without
+// taking the focus from a screen in use. What a display server does not offer is left out. Main
+// thread only.
 #pragma once
+
+#include <memory>
 
 class QWindow;
 
@@ -8,15 +11,42 @@ namespace corvella {
 
 enum class PointerInput { accepted, passedThrough };
 
-// The flags and the place. The window's screen must be set; bring it up with setVisible(true)
-// afterwards, since QWindow::show() would make it an ordinary window again.
-void placeFullScreen(QWindow &window, PointerInput input);
+// Whether the keys go to the window as soon as it is up, or when somebody chooses it.
+enum class KeyInput { atOnce, whenChosen };
 
-// Once it is up: asks the window manager for what cannot be said before.
-void finishPlacement(QWindow &window);
+class FullScreenPlacement
+{
+public:
+    FullScreenPlacement() = default;
+    // Before its window.
+    virtual ~FullScreenPlacement() = default;
+    FullScreenPlacement(const FullScreenPlacement &) = delete;
+    FullScreenPlacement &operator=(const FullScreenPlacement &) = delete;
 
-// The X11 halves of both; `windowId` as the server knows it.
-void placeFullScreenX11(unsigned long windowId, PointerInput input);
-void finishPlacementX11(unsigned long windowId);
+    // Shows the window, at once or when the display server has made room for it. QWindow::show()
+    // would make it an ordinary one.
+    virtual void bringUp() = 0;
+
+    // To be told when the window is exposed for the first time: asks for what cannot be said
+    // before.
+    virtual void finish() {}
+
+    // Sets the window's flags and its place. Its screen must be set; it must not be up.
+    [[nodiscard]] static std::unique_ptr<FullScreenPlacement>
+    create(QWindow &window, PointerInput pointer, KeyInput keys);
+};
+
+// By hints to the window manager.
+[[nodiscard]] std::unique_ptr<FullScreenPlacement> createPlacementX11(QWindow &window,
+                                                                      PointerInput pointer);
+// Above all windows, where the compositor has a place for such surfaces; else null.
+[[nodiscard]] std::unique_ptr<FullScreenPlacement>
+createPlacementAboveAll(QWindow &window, PointerInput pointer, KeyInput keys);
+// As any window that fills its screen.
+[[nodiscard]] std::unique_ptr<FullScreenPlacement> createPlacementWayland(QWindow &window,
+                                                                          PointerInput pointer);
+
+// What is the same for every window that Qt itself makes full-screen.
+void makeFullScreen(QWindow &window);
 
 } // namespace corvella

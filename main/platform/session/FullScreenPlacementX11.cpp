@@ -1,6 +1,8 @@
 #include "platform/session/FullScreenPlacement.h"
 #include "platform/session/XcbConnection.h"
 
+#include <QWindow>
+
 #include <xcb/shape.h>
 
 #include <array>
@@ -34,38 +36,59 @@ void sendToRoot(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t ty
                    reinterpret_cast<const char *>(&event));
 }
 
-} // namespace
-
-void placeFullScreenX11(unsigned long windowId, PointerInput input)
+class PlacementX11 final : public FullScreenPlacement
 {
-    xcb_connection_t *const server = x11::applicationConnection();
-    if (!server)
-        return;
-    const auto window = static_cast<xcb_window_t>(windowId);
-    // Added to what Qt writes there before it maps the window, and read by the manager once, then:
-    // a message afterwards gets lost between the two now and then.
-    const std::array states{atom(server, "_NET_WM_STATE_SKIP_TASKBAR"),
-                            atom(server, "_NET_WM_STATE_SKIP_PAGER")};
-    xcb_change_property(server, XCB_PROP_MODE_APPEND, window, atom(server, "_NET_WM_STATE"),
-                        XCB_ATOM_ATOM, 32, states.size(), states.data());
-    if (input == PointerInput::passedThrough) {
+public:
+    PlacementX11(QWindow &window, PointerInput pointer, xcb_connection_t *server)
+        : m_window(window)
+        , m_server(server)
+    {
+        makeFullScreen(m_window);
+        keepOffTaskbars();
+        if (pointer == PointerInput::passedThrough)
+            passPointerThrough();
+    }
+
+    void bringUp() override { m_window.setVisible(true); }
+
+    void finish() override
+    {
+        constexpr uint32_t kAllWorkspaces = 0xFFFFFFFF;
+        constexpr uint32_t kFromPager = 2; // some managers heed only a pager here
+        sendToRoot(m_server, id(), atom(m_server, "_NET_WM_DESKTOP"), {kAllWorkspaces, kFromPager});
+        xcb_flush(m_server);
+    }
+
+private:
+    void keepOffTaskbars()
+    {
+        // Added to what Qt writes there before it maps the window, and read by the manager once,
+        // then: a message afterwards gets lost between the two now and then.
+        const std::array states{atom(m_server, "_NET_WM_STATE_SKIP_TASKBAR"),
+                                atom(m_server, "_NET_WM_STATE_SKIP_PAGER")};
+        xcb_change_property(m_server, XCB_PROP_MODE_APPEND, id(), atom(m_server, "_NET_WM_STATE"),
+                            XCB_ATOM_ATOM, 32, states.size(), states.data());
+    }
+
+    void passPointerThrough()
+    {
         // An input shape without a single rectangle: clicks go to what lies beneath, keys still
         // come.
-        xcb_shape_rectangles(server, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT,
-                             XCB_CLIP_ORDERING_UNSORTED, window, 0, 0, 0, nullptr);
+        xcb_shape_rectangles(m_server, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT,
+                             XCB_CLIP_ORDERING_UNSORTED, id(), 0, 0, 0, nullptr);
     }
-}
 
-void finishPlacementX11(unsigned long windowId)
+    [[nodiscard]] xcb_window_t id() const { return static_cast<xcb_window_t>(m_window.winId()); }
+
+    QWindow &m_window;
+    xcb_connection_t *const m_server; // Qt's
+};
+
+} // namespace
+
+std::unique_ptr<FullScreenPlacement> createPlacementX11(QWindow &window, PointerInput pointer)
 {
-    xcb_connection_t *const server = x11::applicationConnection();
-    if (!server)
-        return;
-    constexpr uint32_t kAllWorkspaces = 0xFFFFFFFF;
-    constexpr uint32_t kFromPager = 2; // some managers heed only a pager here
-    sendToRoot(server, static_cast<xcb_window_t>(windowId), atom(server, "_NET_WM_DESKTOP"),
-               {kAllWorkspaces, kFromPager});
-    xcb_flush(server);
+    return std::make_unique<PlacementX11>(window, pointer, x11::applicationConnection());
 }
 
 } // namespace corvella

@@ -20,5 +20,11 @@ public:
 
 // The X server's own count. Null where the server does not keep one.
 [[nodiscard]] std::unique_ptr<IdleClock> createIdleClockX11();
+// What a Wayland compositor tells by protocol. Counts from a second on; below it is 0. Null where
+// the compositor does not tell.
+[[nodiscard]] std::unique_ptr<IdleClock> createIdleClockWayland();
+// What GNOME's compositor tells over the session bus, a moment late. It answers 0, with a line in
+// the log, for as long as the compositor does not. Null where there is no session bus.
+[[nodiscard]] std::unique_ptr<IdleClock> createIdleClockMutter();
 
 } // namespace corvella

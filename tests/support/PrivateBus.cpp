@@ -1,0 +1,72 @@
+#include "support/PrivateBus.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace corvella::test {
+
+namespace {
+
+void writeFile(const QString &path, const QString &text)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text.toUtf8());
+}
+
+} // namespace
+
+PrivateBus::PrivateBus()
+{
+    const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
+    writeFile(configuration,
+              QStringLiteral(R"(<busconfig>
+    <type>session</type>
+    <listen>unix:path=%1/bus</listen>
+    <servicedir>%1</servicedir>
+    <policy context="default">
+        <allow send_destination="*"/>
+        <allow receive_sender="*"/>
+        <allow own="*"/>
+    </policy>
+</busconfig>
+)")
+                  .arg(m_folder.path()));
+    m_daemon = std::make_unique<ChildProcess>(
+        Command{QStringLiteral("dbus-daemon"),
+                {QStringLiteral("--config-file"), configuration, QStringLiteral("--nofork"),
+                 QStringLiteral("--nopidfile"), QStringLiteral("--print-address")},
+                bareEnvironment(),
+                {}});
+    EXPECT_TRUE(becomes([this] { return m_daemon->output().endsWith('\n'); }))
+        << "no bus: " << m_daemon->errors().toStdString();
+    m_address = QString::fromLatin1(m_daemon->output().trimmed());
+}
+
+void PrivateBus::offerToStart(const QString &service) const
+{
+    writeFile(m_folder.filePath(service + QStringLiteral(".service")),
+              QStringLiteral("[D-BUS Service]\nName=%1\nExec=/usr/bin/touch %2\n")
+                  .arg(service, startedFile()));
+    const QString connection = QStringLiteral("offer-") + service;
+    const QDBusConnection bus = QDBusConnection::connectToBus(m_address, connection);
+    EXPECT_TRUE(becomes(
+        [&] { return bus.interface()->activatableServiceNames().value().contains(service); }));
+    QDBusConnection::disconnectFromBus(connection);
+}
+
+QString PrivateBus::startedFile() const
+{
+    return m_folder.filePath(QStringLiteral("started"));
+}
+
+bool PrivateBus::wasAskedToStartAny() const
+{
+    return QFile::exists(startedFile());
+}
+
+} // namespace corvella::test

@@ -1,0 +1,39 @@
+// A message bus of the test's own: a real dbus-daemon that knows no service but those that a test
+// puts on it, ended with the object. Main thread only.
+#pragma once
+
+#include "support/ChildProcess.h"
+
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <memory>
+
+namespace corvella::test {
+
+class PrivateBus
+{
+public:
+    // Fails the test when it does not start.
+    PrivateBus();
+
+    [[nodiscard]] const QString &address() const { return m_address; }
+
+    // From now on the bus would start a service of this name for the first who calls it.
+    void offerToStart(const QString &service) const;
+    // Whether it did.
+    [[nodiscard]] bool wasAskedToStartAny() const;
+
+    // It hangs: takes what comes and answers nothing, until it goes on.
+    void hang() { m_daemon->signal(SIGSTOP); }
+    void goOn() { m_daemon->signal(SIGCONT); }
+
+private:
+    [[nodiscard]] QString startedFile() const;
+
+    QTemporaryDir m_folder;
+    QString m_address;
+    std::unique_ptr<ChildProcess> m_daemon;
+};
+
+} // namespace corvella::test

@@ -1,0 +1,64 @@
+#include "support/StandInService.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QUuid>
+
+#include <gtest/gtest.h>
+
+namespace corvella::test {
+
+StandInService::StandInService(const QString &busAddress, const QString &name)
+    : m_connectionName(QUuid::createUuid().toString())
+    , m_bus(QDBusConnection::connectToBus(busAddress, m_connectionName))
+{
+    EXPECT_TRUE(m_bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath));
+    EXPECT_TRUE(m_bus.registerService(name)) << qPrintable(m_bus.lastError().message());
+}
+
+StandInService::~StandInService()
+{
+    m_bus.unregisterObject(QStringLiteral("/"), QDBusConnection::UnregisterTree);
+    QDBusConnection::disconnectFromBus(m_connectionName);
+}
+
+void StandInService::answerNow(const QVariantList &values)
+{
+    for (const QDBusMessage &message : std::exchange(m_unanswered, {}))
+        m_bus.send(message.createReply(values));
+}
+
+QList<StandInService::Call> StandInService::calls(const QString &method) const
+{
+    QList<Call> some = m_calls;
+    some.removeIf([&method](const Call &call) { return call.method != method; });
+    return some;
+}
+
+bool StandInService::isCallerThere() const
+{
+    return m_bus.interface()->isServiceRegistered(m_latestCaller);
+}
+
+QString StandInService::introspect(const QString & /*path*/) const
+{
+    return {};
+}
+
+bool StandInService::handleMessage(const QDBusMessage &message, const QDBusConnection &connection)
+{
+    m_calls << Call{message.path(), message.interface(), message.member(), message.arguments()};
+    m_latestCaller = message.service();
+    if (!m_answers.contains(message.member()))
+        return false;
+    const Answer &answer = m_answers[message.member()];
+    if (const auto *const values = std::get_if<QVariantList>(&answer))
+        connection.send(message.createReply(*values));
+    else if (const auto *const error = std::get_if<Error>(&answer))
+        connection.send(message.createErrorReply(error->name, error->text));
+    else
+        m_unanswered << message;
+    return true;
+}
+
+} // namespace corvella::test

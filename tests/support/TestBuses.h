@@ -1,0 +1,21 @@
+// The session's and the system's bus of this process, private ones. Qt keeps to the first that it
+// was given: one object a process. Main thread only.
+#pragma once
+
+#include "support/PrivateBus.h"
+
+namespace corvella::test {
+
+struct TestBuses
+{
+    TestBuses()
+    {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", session.address().toLocal8Bit());
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", system.address().toLocal8Bit());
+    }
+
+    PrivateBus session;
+    PrivateBus system;
+};
+
+} // namespace corvella::test
