@@ -6,6 +6,7 @@
 #include "settings/Settings.h"
 #include "support/CapturedLog.h"
 #include "support/LayerTreeFixture.h"
+#include "support/Repetitions.h"
 #include "support/StockedHome.h"
 #include "support/TestClip.h"
 #include "support/Waiting.h"
@@ -25,13 +26,6 @@ constexpr QRect kSampled{35, 5, 170, 80}; // within them, above the caption's ba
 constexpr int kFrames = 40;               // 2.67 s at half speed: longer than any style
 constexpr MediaTime kStep = 16'666'667ns;
 constexpr int kDark = 60; // a crossfade of two clips of grey 160 and 200 is never below 120
-
-int handOvers()
-{
-    bool isSet = false;
-    const int wanted = qEnvironmentVariableIntValue("CORVELLA_HAND_OVERS", &isSet);
-    return isSet ? wanted : 25;
-}
 
 struct Style
 {
@@ -113,7 +107,8 @@ TEST_P(ManyHandOvers, AreNeverBlackWhereTheStyleIsNot)
         return darkest() > kDark;
     }));
     int dark = 0; // samples in a row
-    for (int count = played(); count <= handOvers(); count = played()) {
+    const int handOvers = test::repetitions("CORVELLA_HAND_OVERS", 25);
+    for (int count = played(); count <= handOvers; count = played()) {
         step();
         const bool isDark = darkest() < kDark;
         dark = isDark ? dark + 1 : 0;

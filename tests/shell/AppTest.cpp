@@ -1,9 +1,12 @@
 #include "shell/AppFixture.h"
+#include "support/Repetitions.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
 
 #include <gtest/gtest.h>
+
+#include <random>
 
 namespace corvella {
 namespace {
@@ -407,6 +410,51 @@ TEST_F(DisplayChanges, OfTheScaleAloneRebuildToo)
     EXPECT_EQ(rebuilds(), QStringList());
     pass(1ms);
     EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 2)")});
+}
+
+// Layouts of up to four displays one after the other, seeded. After each the walls cover just the
+// displays that are there.
+TEST_F(DisplayChanges, OneAfterTheOtherLeaveEachWallOnItsScreen)
+{
+    std::mt19937 random(20261121);
+    const auto upTo = [&random](int most) {
+        return std::uniform_int_distribution<int>(0, most)(random);
+    };
+    const int changes = test::repetitions("CORVELLA_LAYOUT_CHANGES", 60);
+    for (int change = 0; change < changes; ++change) {
+        QList<test::OffscreenScreen> screens;
+        const int last = upTo(3);
+        int x = 0;
+        for (int i = 0; i <= last; ++i) {
+            const QSize size(320 + 80 * upTo(8), 240 + 60 * upTo(8));
+            // A screen of the same name is the same display, moved, turned or rescaled.
+            screens << test::OffscreenScreen{QStringLiteral("Display %1").arg(i),
+                                             QRect(QPoint(x, 10 * upTo(5)), size),
+                                             1 + upTo(4) * 0.25};
+            x += size.width();
+        }
+        test::setOffscreenScreens(screens);
+        m_app->tick();
+        pass(500ms);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+        ASSERT_EQ(m_app->windows().size(), static_cast<size_t>(screens.size()));
+        QList<QRect> covered;
+        for (const auto &window : m_app->windows())
+            covered << window->geometry();
+        for (const test::OffscreenScreen &screen : screens)
+            ASSERT_TRUE(covered.contains(screen.frame)) << "after change " << change;
+        ASSERT_EQ(m_app->closeButtons().size(), m_app->windows().size());
+        ASSERT_TRUE(m_app->coversAll());
+        const auto windows = QGuiApplication::allWindows();
+        ASSERT_EQ(std::count_if(windows.begin(), windows.end(),
+                                [](const QWindow *window) {
+                                    return qobject_cast<const WallWindow *>(window);
+                                }),
+                  screens.size())
+            << "none is left over";
+    }
+    EXPECT_TRUE(m_app->isShowing());
 }
 
 // Counts the keys that reach it.
