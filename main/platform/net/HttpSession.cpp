@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <string_view>
 
 namespace corvella {
 
@@ -65,7 +66,11 @@ size_t takeHeader(const char *bytes, size_t /*one*/, size_t count, void *user)
     auto &transfer = *static_cast<Transfer *>(user);
     transfer.lastByte = Clock::now();
     transfer.headerBytes += count;
-    transfer.headersEnded = *bytes == '\r' || *bytes == '\n'; // the empty line
+    const std::string_view line(bytes, count);
+    if (line.starts_with("HTTP/"))
+        transfer.headersEnded = false; // a further answer: after a redirection, after "continue"
+    else if (line.starts_with('\r') || line.starts_with('\n'))
+        transfer.headersEnded = true; // what comes after that is trailers, behind the body
     if (transfer.headerBytes <= kMostHeaderBytes)
         return count;
     transfer.complaint = QStringLiteral("too many headers");

@@ -223,6 +223,22 @@ TEST_F(HttpSessionTest, RefusesABodyThatBreaksOff)
     }
 }
 
+TEST_F(HttpSessionTest, TakesABodyWithTrailersBehindIt)
+{
+    m_home.write(m_root + QStringLiteral("/file.json"), "content");
+    const test::NginxServer server(m_identity, m_root, QStringLiteral("add_trailer X-Sum 7;"));
+    const Result overHttp2 = get(request(server.host(), QStringLiteral("file.json")));
+    EXPECT_EQ(overHttp2.answer.status, 200) << overHttp2.reason();
+    EXPECT_EQ(overHttp2.body, QByteArray("content"));
+
+    const test::FaultServer older(m_identity,
+                                  always("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                                         "7\r\ncontent\r\n0\r\nX-Sum: 7\r\n\r\n"));
+    const Result overHttp1 = get(request(older.host()));
+    EXPECT_EQ(overHttp1.answer.status, 200) << overHttp1.reason();
+    EXPECT_EQ(overHttp1.body, QByteArray("content"));
+}
+
 TEST_F(HttpSessionTest, RefusesABodyThatAResetEnds)
 {
     const test::FaultServer server(m_identity, [](Connection &connection) {
