@@ -112,7 +112,7 @@ std::optional<QByteArray> RemoteImagery::get(const QString &path)
 }
 
 Fetched RemoteImagery::fetch(const QString &path, const QString &name,
-                             const std::function<void()> &stored)
+                             const std::function<bool()> &note)
 {
     const QString target = file(name);
     const QString source = target + QStringLiteral(".src");
@@ -155,13 +155,15 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
     // From here to the last side file, nothing claims to know where the file came from.
     QFile::remove(source);
     QFile::remove(tag);
+    const bool isNoted = note();
     if (!download)
         download.emplace(target); // an empty body
     if (const FileResult result = download->commit(); !result.isOk()) {
         complain(address, QStringLiteral("not stored: ") + result.reason);
         return Fetched::changed;
     }
-    stored();
+    if (!isNoted)
+        return Fetched::changed;
     if (answer.etag)
         writeSideFile(tag, *answer.etag);
     writeSideFile(source, path.toUtf8());

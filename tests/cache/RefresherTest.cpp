@@ -221,6 +221,26 @@ TEST_F(RefresherTest, RewritesTheManifestWithoutAWordWhenItOnlyDropped)
     EXPECT_FALSE(has(QStringLiteral("304.mp4")));
 }
 
+TEST_F(RefresherTest, ListsWithoutAWordWhatAPassThatWasKilledLeftUnlisted)
+{
+    Settings::setProducts({QStringLiteral("171"), QStringLiteral("304")});
+    layProduct(QStringLiteral("171"));
+    m_refresher.rewriteManifest(std::nullopt);
+    layProduct(QStringLiteral("304"));
+    m_refresher.pass(false, false, false);
+    EXPECT_EQ(manifestIds(), (QStringList{QStringLiteral("171"), QStringLiteral("304")}));
+    EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(RefresherTest, LeavesTheManifestAloneWhereAClipCannotBeListed)
+{
+    Settings::setProducts({QStringLiteral("171")});
+    writeFile(QStringLiteral("171.mp4"), "clip of which nobody knows");
+    m_refresher.pass(false, false, false);
+    EXPECT_FALSE(has(QStringLiteral("manifest.json")));
+    EXPECT_THAT(log(), IsEmpty());
+}
+
 TEST_F(RefresherTest, FillsGapsByTheIndexAtHand)
 {
     TestImageryHost host({QStringLiteral("171"), QStringLiteral("304")});
@@ -593,6 +613,33 @@ TEST_F(RefresherTest, CancelEndsAPassAndLeavesItForTheNextStart)
     EXPECT_THAT(log(), IsEmpty());
     EXPECT_EQ(Settings::lastCheck(), Settings::distantPast());
     EXPECT_EQ(content(QStringLiteral("manifest.json")), QByteArray("what is there"));
+}
+
+TEST_F(RefresherTest, ListsWhatItMovedBeforeItWasCancelled)
+{
+    Settings::setProducts({QStringLiteral("171"), QStringLiteral("304")});
+    std::atomic_bool isAt304 = false;
+    serveFront([&isAt304](test::FaultServer::Connection &connection) {
+        for (QByteArray head; !(head = connection.readRequest()).isEmpty();) {
+            if (head.contains("index.json")) {
+                connection.send(test::okAnswer(
+                    R"({"products": [{"id": "171", "updated": "x", "video": "v/171.mp4"},
+                                     {"id": "304", "updated": "x", "video": "v/304.mp4"}]})"));
+            } else if (head.contains("171.mp4")) {
+                connection.send(test::okAnswer("clip"));
+            } else {
+                isAt304 = true;
+                connection.waitForClient();
+            }
+        }
+    });
+    std::thread pass([this] { m_refresher.pass(true, false, true); });
+    EXPECT_TRUE(test::becomes([&isAt304] { return isAt304.load(); }));
+    m_session.cancel();
+    pass.join();
+    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_EQ(Settings::lastCheck(), Settings::distantPast());
+    EXPECT_EQ(manifestIds(), QStringList{QStringLiteral("171")});
 }
 
 } // namespace

@@ -165,14 +165,35 @@ TEST_F(RemoteImageryTest, EndsWithinItsLimitsAtATrickle)
     EXPECT_THAT(files(), IsEmpty());
 }
 
-TEST_F(RemoteImageryTest, TellsOfANewFileBeforeItIsClaimed)
+TEST_F(RemoteImageryTest, HasANewFileNotedBeforeItIsThere)
 {
     serveFront(m_host);
+    QStringList seen;
+    EXPECT_EQ(m_remote.fetch(kNew, kClip,
+                             [&] {
+                                 seen = files();
+                                 return true;
+                             }),
+              Fetched::changed);
+    EXPECT_THAT(seen, ElementsAre(kClip + QStringLiteral(".tmp")));
+}
+
+TEST_F(RemoteImageryTest, ClaimsToKnowNothingOfAFileThatIsBeingReplaced)
+{
+    serveFront(m_host);
+    writeFile(kClip, "old");
     writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
     QStringList seen;
-    EXPECT_EQ(m_remote.fetch(kNew, kClip, [&] { seen = files(); }), Fetched::changed);
-    EXPECT_THAT(seen, ElementsAre(kClip));
+    EXPECT_EQ(m_remote.fetch(kNew, kClip,
+                             [&] {
+                                 seen = files();
+                                 return false;
+                             }),
+              Fetched::changed);
+    EXPECT_THAT(seen, ElementsAre(kClip, kClip + QStringLiteral(".tmp")));
+    EXPECT_THAT(files(), ElementsAre(kClip)) << "it could not be noted";
+    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed) << "so it is downloaded again";
 }
 
 TEST_F(RemoteImageryTest, AsksWhomItIsToldTo)
