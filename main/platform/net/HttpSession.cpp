@@ -140,8 +140,10 @@ void setUp(CURL *easy, const HttpRequest &request, const Headers &headers, Trans
         curl_easy_setopt(easy, CURLOPT_CAINFO, file);
     if (const char *folder = std::getenv("SSL_CERT_DIR"))
         curl_easy_setopt(easy, CURLOPT_CAPATH, folder);
-    // The limits are kept by perform(); libcurl's own would end a slow connection earlier.
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.total.count()));
+    // The limits are kept by perform(). Of this one libcurl gives each of a host's addresses half
+    // of what is left, so that one that is dead does not use up the whole silence that is allowed.
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(request.idle.count() * 5 / 4));
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, takeHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, &transfer);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, takeBody);
