@@ -40,7 +40,7 @@ void writeSideFile(const QString &path, const QByteArray &text)
 std::optional<QString> readSideFile(const QString &path)
 {
     const BoundedRead read = readBounded(path, kLargestSideFile);
-    if (read.status != ReadStatus::ok)
+    if (read.status != ReadStatus::ok || !QUtf8StringView(read.bytes).isValidUtf8())
         return std::nullopt;
     return QString::fromUtf8(read.bytes);
 }

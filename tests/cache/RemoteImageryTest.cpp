@@ -50,6 +50,16 @@ TEST_F(RemoteImageryTest, AsksForNothingThatIsNotNewer)
     EXPECT_THAT(m_front->takeRequests(), IsEmpty());
 }
 
+TEST_F(RemoteImageryTest, TakesDamagedSideFilesForMissing)
+{
+    serveFront(m_host);
+    writeFile(kClip, "what is here");
+    writeFile(kClip + QStringLiteral(".src"), "v/171/\xff\xff.mp4"); // behind every date as text
+    writeFile(kClip + QStringLiteral(".etag"), "\"\xff\"");
+    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_THAT(m_front->takeRequests(), ElementsAre(QStringLiteral("GET /%1 200").arg(kNew)));
+}
+
 TEST_F(RemoteImageryTest, ReplacesAnOlderClip)
 {
     serveFront(m_host);
