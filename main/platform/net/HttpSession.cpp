@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string_view>
 
 namespace corvella {
@@ -136,10 +135,10 @@ void setUp(CURL *easy, const HttpRequest &request, const Headers &headers, Trans
     if (request.compressed)
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
     // libcurl knows the system's trust, but leaves the variables that change it to its callers.
-    if (const char *file = std::getenv("SSL_CERT_FILE"))
-        curl_easy_setopt(easy, CURLOPT_CAINFO, file);
-    if (const char *folder = std::getenv("SSL_CERT_DIR"))
-        curl_easy_setopt(easy, CURLOPT_CAPATH, folder);
+    if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty())
+        curl_easy_setopt(easy, CURLOPT_CAINFO, file.constData());
+    if (const QByteArray folder = qgetenv("SSL_CERT_DIR"); !folder.isEmpty())
+        curl_easy_setopt(easy, CURLOPT_CAPATH, folder.constData());
     // The limits are kept by perform(). Of this one libcurl gives each of a host's addresses half
     // of what is left, so that one that is dead does not use up the whole silence that is allowed.
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,

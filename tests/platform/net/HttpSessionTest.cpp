@@ -177,6 +177,17 @@ TEST_F(HttpSessionTest, TrustsNobodyButTheSystem)
     }
 }
 
+TEST_F(HttpSessionTest, TakesEmptyVariablesForMissing)
+{
+    m_home.write(m_root + QStringLiteral("/file"), "content");
+    const test::NginxServer server(m_identity, m_root);
+    qputenv("SSL_CERT_DIR", "");
+    EXPECT_EQ(get(request(server.host())).answer.status, 200);
+    qputenv("SSL_CERT_FILE", "");
+    EXPECT_THAT(get(request(server.host())).reason(), HasSubstr("unable to get local issuer"))
+        << "the system's own trust";
+}
+
 TEST_F(HttpSessionTest, FollowsRedirectionsOverHttpsAlone)
 {
     m_home.write(m_root + QStringLiteral("/file"), "content");
