@@ -4,6 +4,7 @@
 #include "log.h"
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/FileLock.h"
+#include "platform/storage/StandardFolders.h"
 #include "settings/Products.h"
 #include "settings/Settings.h"
 
@@ -96,6 +97,8 @@ void Refresher::pass(bool check, bool everything, bool wait, const Progress &pro
     if (wait)
         running.lock();
     bool busy = !running.owns_lock() && !running.try_lock();
+    // Whoever clears the caches does not ask whether we run. A failure shows itself in the lock.
+    (void)StandardFolders::make(m_folder.path());
     const std::optional<FileLock> lock = busy ? std::nullopt : lockFolder(wait, busy);
     if (busy) {
         log(QStringLiteral("a refresh is already running"));

@@ -502,6 +502,20 @@ TEST_F(RefresherTest, DownloadsAgainWhatWasRemovedByHand)
     EXPECT_EQ(content(QStringLiteral("171.mp4")), TestImageryHost::clip(QStringLiteral("171")));
 }
 
+TEST_F(RefresherTest, BearsThatTheFolderItselfWasRemoved)
+{
+    const TestImageryHost host({QStringLiteral("171")});
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    m_refresher.pass(true, false, true);
+    ASSERT_TRUE(QDir(m_folder).removeRecursively());
+    m_refresher.pass(false, false, false);
+    EXPECT_EQ(content(QStringLiteral("171.mp4")), TestImageryHost::clip(QStringLiteral("171")));
+    EXPECT_EQ(log().last(),
+              QStringLiteral("pass: filled missing, 1 clips moved, 0 products dropped"));
+    EXPECT_EQ(log().size(), 2);
+}
+
 TEST_F(RefresherTest, ClearsAwayWhatACrashLeft)
 {
     layProduct(QStringLiteral("171"));
