@@ -96,7 +96,8 @@ private:
     void setCursor(bool hidden);
     void screensChanged();
     void rebuildIfChanged();
-    void refreshInBackground();
+    // Refreshes the imagery in the background, now and then every hour.
+    void refreshHourly();
 
     Screens &m_screens;
     IdleClock &m_idleClock;
@@ -104,7 +105,6 @@ private:
     const RendererKind m_renderer;
     WorkQueue m_workQueue;
     QTimer m_tick;
-    QTimer m_hourly;          // refreshes the imagery
     QThreadPool m_background; // for what waits for the network
 
     // Windows go before the views whose layers they show.
@@ -119,6 +119,7 @@ private:
     QList<Extent> m_builtFor; // one per screen, also for those that are Off
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
+    WorkItem m_nextRefresh;
 };
 
 } // namespace corvella

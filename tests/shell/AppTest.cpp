@@ -1,11 +1,13 @@
 #include "shell/App.h"
 
 #include "Preferences/Preferences.h"
+#include "cache/Cache.h"
 #include "settings/Settings.h"
 #include "support/CapturedLog.h"
 #include "support/ManualMediaClock.h"
 #include "support/OffscreenScreens.h"
 #include "support/StockedHome.h"
+#include "support/Waiting.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -118,6 +120,28 @@ TEST_F(AppTest, AConfiguredDesktopShowsNothing)
     EXPECT_FALSE(settingsOpen());
     EXPECT_FALSE(m_app->isShowing());
     EXPECT_TRUE(logged("desktop mode: resident, no windows"));
+}
+
+TEST_F(AppTest, RefreshesTheImageryAtLaunchAndEveryHour)
+{
+    const QString refreshed = QStringLiteral("offline or read-only, not refreshing the cache");
+    const auto refreshes = [&] { return m_log->messages().count(refreshed); };
+    Cache::setReadOnly(true); // each refresh says so, and asks nobody
+    Settings::setOffline(false);
+    launch();
+    EXPECT_TRUE(test::becomes([&] { return refreshes() == 1; }));
+    m_clock.advance(3599s);
+    m_app->workQueue().advance();
+    for (const int times : {2, 3}) {
+        m_clock.advance(1s);
+        m_app->workQueue().advance();
+        EXPECT_TRUE(test::becomes([&] { return refreshes() == times; }));
+        m_clock.advance(3599s);
+        m_app->workQueue().advance();
+    }
+    m_app.reset(); // awaits what is under way
+    EXPECT_EQ(refreshes(), 3);
+    Cache::setReadOnly(false);
 }
 
 TEST_F(AppTest, StartShowsWallsEvenWhenNeverConfigured)
