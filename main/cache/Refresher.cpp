@@ -252,7 +252,7 @@ bool Refresher::updateFile(const QStringList &paths, const QString &name, const 
 {
     for (const QString &path : paths) {
         const Fetched fetched = m_remote.fetch(
-            path, name, [&] { return DurableFile::write(file(stampName), stamp.toUtf8()).isOk(); });
+            path, name, [&] { return DurableFile::write(file(stampName), stamp.toUtf8()); });
         if (fetched != Fetched::failed)
             return fetched == Fetched::changed;
     }

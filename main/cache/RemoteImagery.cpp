@@ -112,7 +112,7 @@ std::optional<QByteArray> RemoteImagery::get(const QString &path)
 }
 
 Fetched RemoteImagery::fetch(const QString &path, const QString &name,
-                             const std::function<bool()> &note)
+                             const std::function<FileResult()> &note)
 {
     const QString target = file(name);
     const QString source = target + QStringLiteral(".src");
@@ -152,18 +152,19 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
         return Fetched::failed;
     }
 
+    if (const FileResult result = note(); !result.isOk()) {
+        complain(address, QStringLiteral("not stored: ") + result.reason);
+        return Fetched::failed;
+    }
     // From here to the last side file, nothing claims to know where the file came from.
     QFile::remove(source);
     QFile::remove(tag);
-    const bool isNoted = note();
     if (!download)
         download.emplace(target); // an empty body
     if (const FileResult result = download->commit(); !result.isOk()) {
         complain(address, QStringLiteral("not stored: ") + result.reason);
         return Fetched::changed;
     }
-    if (!isNoted)
-        return Fetched::changed;
     if (answer.etag)
         writeSideFile(tag, *answer.etag);
     writeSideFile(source, path.toUtf8());

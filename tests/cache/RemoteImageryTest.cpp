@@ -182,28 +182,38 @@ TEST_F(RemoteImageryTest, HasANewFileNotedBeforeItIsThere)
     EXPECT_EQ(m_remote.fetch(kNew, kClip,
                              [&] {
                                  seen = files();
-                                 return true;
+                                 return FileResult();
                              }),
               Fetched::changed);
     EXPECT_THAT(seen, ElementsAre(kClip + QStringLiteral(".tmp")));
 }
 
-TEST_F(RemoteImageryTest, ClaimsToKnowNothingOfAFileThatIsBeingReplaced)
+TEST_F(RemoteImageryTest, KeepsTheOldFileWhenTheNewOneCannotBeNoted)
 {
     serveFront(m_host);
     writeFile(kClip, "old");
     writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
-    QStringList seen;
-    EXPECT_EQ(m_remote.fetch(kNew, kClip,
-                             [&] {
-                                 seen = files();
-                                 return false;
-                             }),
-              Fetched::changed);
-    EXPECT_THAT(seen, ElementsAre(kClip, kClip + QStringLiteral(".tmp")));
-    EXPECT_THAT(files(), ElementsAre(kClip)) << "it could not be noted";
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed) << "so it is downloaded again";
+    const QStringList before = files();
+    test::CapturedLog log;
+    EXPECT_EQ(m_remote.fetch(kNew, kClip, [] { return FileResult::fromErrno(ENOSPC); }),
+              Fetched::failed);
+    EXPECT_EQ(files(), before);
+    EXPECT_EQ(content(kClip), QByteArray("old"));
+    EXPECT_EQ(content(kClip + QStringLiteral(".src")), kOld.toUtf8());
+    EXPECT_THAT(log.messages(),
+                ElementsAre(QStringLiteral("https://imagery.corvella.example/") + kNew
+                            + QStringLiteral(": not stored: No space left on device")));
+}
+
+TEST_F(RemoteImageryTest, ClaimsToKnowNothingOfAFileThatCannotBePutInPlace)
+{
+    serveFront(m_host);
+    ASSERT_TRUE(QDir().mkpath(path(kClip)));
+    writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
+    writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
+    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_THAT(files(), IsEmpty());
 }
 
 TEST_F(RemoteImageryTest, AsksWhomItIsToldTo)
