@@ -141,8 +141,7 @@ void setUp(CURL *easy, const HttpRequest &request, const Headers &headers, Trans
         curl_easy_setopt(easy, CURLOPT_CAPATH, folder.constData());
     // The limits are kept by perform(). Of this one libcurl gives each of a host's addresses half
     // of what is left, so that one that is dead does not use up the whole silence that is allowed.
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
-                     static_cast<long>(request.idle.count() * 5 / 4));
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.idle.count()));
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, takeHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, &transfer);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, takeBody);
@@ -168,6 +167,7 @@ struct HttpSession::Pool
 QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Transfer &transfer,
                                    const std::atomic_bool &cancelled) const
 {
+    const QString silence = QStringLiteral("silent for ") + seconds(request.idle);
     const Clock::time_point start = Clock::now();
     while (true) {
         int running = 0;
@@ -187,7 +187,7 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
         if (totalLeft <= milliseconds(0))
             return QStringLiteral("not through after ") + seconds(request.total);
         if (idleLeft <= milliseconds(0))
-            return QStringLiteral("silent for ") + seconds(request.idle);
+            return silence;
         const milliseconds wait = std::min({idleLeft, totalLeft, kCancelCheck});
         curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(wait.count()), nullptr);
     }
@@ -198,6 +198,8 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
     // Its detail would name the milliseconds it took, and no two lines of a log would be the same.
     if (result == CURLE_COULDNT_CONNECT)
         transfer.complaint = text;
+    if (result == CURLE_OPERATION_TIMEDOUT) // by its own clock, a moment before ours
+        transfer.complaint = silence;
     if (result != CURLE_OK)
         return text;
     return transfer.headersEnded ? QString() : QStringLiteral("breaks off in its headers");
