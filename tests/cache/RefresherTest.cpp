@@ -382,6 +382,19 @@ TEST_F(RefresherTest, ManualRefreshesKeepTheirDistance)
     EXPECT_EQ(Settings::lastManual(), m_now);
 }
 
+TEST_F(RefresherTest, NotesWhenAUsersRefreshBeganAndWhenTheCheckEnded)
+{
+    const TestImageryHost host({QStringLiteral("171")});
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    m_now = QDateTime::fromSecsSinceEpoch(m_now.toSecsSinceEpoch(), Qt::UTC);
+    const QDateTime begin = m_now;
+    EXPECT_FALSE(
+        m_refresher.refreshNow(false, [this, begin](int, int) { m_now = begin.addSecs(60); }));
+    EXPECT_EQ(Settings::lastManual(), begin);
+    EXPECT_EQ(Settings::lastCheck(), begin.addSecs(60));
+}
+
 TEST_F(RefresherTest, AUserMayRefreshAlsoOffline)
 {
     const TestImageryHost host({QStringLiteral("171")});
@@ -611,6 +624,19 @@ TEST_F(RefresherTest, RefreshesAFolderThatCannotBeLocked)
                 ElementsAre(QStringLiteral("the cache cannot be locked (Is a directory), "
                                            "refreshing it all the same"),
                             QStringLiteral("pass: checked, 1 clips moved, 0 products dropped")));
+}
+
+TEST_F(RefresherTest, RunsOnePassAtATimeAlsoInAFolderThatCannotBeLocked)
+{
+    SlowHost host;
+    serveFront(host.script());
+    ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("refresh.lock"))));
+    std::thread first([this] { m_refresher.pass(true, false, false); });
+    host.waitUntilAsked();
+    m_refresher.pass(true, false, false);
+    EXPECT_EQ(log().last(), QStringLiteral("a refresh is already running"));
+    host.goOn();
+    first.join();
 }
 
 TEST_F(RefresherTest, CancelEndsAPassAndLeavesItForTheNextStart)
