@@ -4,6 +4,7 @@
 #include "log.h"
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/FileLock.h"
+#include "platform/storage/StandardFolders.h"
 #include "settings/Products.h"
 #include "settings/Settings.h"
 
@@ -96,6 +97,8 @@ void Refresher::pass(bool check, bool everything, bool wait, const Progress &pro
     if (wait)
         running.lock();
     bool busy = !running.owns_lock() && !running.try_lock();
+    // Whoever clears the caches does not ask whether we run. A failure shows itself in the lock.
+    (void)StandardFolders::make(m_folder.path());
     const std::optional<FileLock> lock = busy ? std::nullopt : lockFolder(wait, busy);
     if (busy) {
         log(QStringLiteral("a refresh is already running"));
@@ -131,7 +134,7 @@ void Refresher::runPass(bool check, bool everything, const Progress &progress)
     const bool isComplete = std::all_of(wanted.ids.cbegin(), wanted.ids.cend(),
                                         [this](const QString &id) { return has(clipName(id)); });
     if (!check && isComplete) {
-        if (wanted.dropped > 0)
+        if (wanted.dropped > 0 || !isListed(wanted.ids))
             rewriteManifest(std::nullopt);
         return;
     }
@@ -144,8 +147,12 @@ void Refresher::runPass(bool check, bool everything, const Progress &progress)
         return;
     }
     const int moved = update(*list, wanted.ids, check, progress);
-    if (m_remote.isCancelled())
-        return; // what is on disk is whole, and the next start finds out what is missing
+    if (m_remote.isCancelled()) {
+        // What is on disk is whole, and the next start finds out what is missing.
+        if (moved > 0)
+            rewriteManifest(list);
+        return;
+    }
     if (check)
         Settings::setLastCheck(m_now());
     rewriteManifest(list);
@@ -153,6 +160,18 @@ void Refresher::runPass(bool check, bool everything, const Progress &progress)
             .arg(check ? QStringLiteral("checked") : QStringLiteral("filled missing"))
             .arg(moved)
             .arg(wanted.dropped));
+}
+
+// Whether the manifest names every clip that it could. A pass that was killed leaves one that does
+// not.
+bool Refresher::isListed(const QStringList &ids) const
+{
+    QSet<QString> listed;
+    for (const QJsonObject &entry : m_folder.entries())
+        listed << entry.value(QLatin1String("video")).toString();
+    return std::all_of(ids.cbegin(), ids.cend(), [&](const QString &id) {
+        return listed.contains(clipName(id)) || !readSideFile(file(clipStampName(id)));
+    });
 }
 
 Refresher::Wanted Refresher::dropUnwanted(bool everything)
@@ -232,10 +251,8 @@ bool Refresher::updateFile(const QStringList &paths, const QString &name, const 
                            const QString &stamp)
 {
     for (const QString &path : paths) {
-        const Fetched fetched = m_remote.fetch(path, name, [&] {
-            // Lost, it leaves the date in the manifest as it was.
-            (void)DurableFile::write(file(stampName), stamp.toUtf8());
-        });
+        const Fetched fetched = m_remote.fetch(
+            path, name, [&] { return DurableFile::write(file(stampName), stamp.toUtf8()); });
         if (fetched != Fetched::failed)
             return fetched == Fetched::changed;
     }

@@ -50,6 +50,7 @@ private:
 
     [[nodiscard]] std::optional<FileLock> lockFolder(bool wait, bool &busy) const;
     void runPass(bool check, bool everything, const Progress &progress);
+    [[nodiscard]] bool isListed(const QStringList &ids) const;
     [[nodiscard]] Wanted dropUnwanted(bool everything);
     void forgetLostFiles();
     [[nodiscard]] std::optional<QList<Remote>> productList(bool check);

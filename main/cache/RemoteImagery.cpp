@@ -40,7 +40,7 @@ void writeSideFile(const QString &path, const QByteArray &text)
 std::optional<QString> readSideFile(const QString &path)
 {
     const BoundedRead read = readBounded(path, kLargestSideFile);
-    if (read.status != ReadStatus::ok)
+    if (read.status != ReadStatus::ok || !QUtf8StringView(read.bytes).isValidUtf8())
         return std::nullopt;
     return QString::fromUtf8(read.bytes);
 }
@@ -112,7 +112,7 @@ std::optional<QByteArray> RemoteImagery::get(const QString &path)
 }
 
 Fetched RemoteImagery::fetch(const QString &path, const QString &name,
-                             const std::function<void()> &stored)
+                             const std::function<FileResult()> &note)
 {
     const QString target = file(name);
     const QString source = target + QStringLiteral(".src");
@@ -152,6 +152,10 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
         return Fetched::failed;
     }
 
+    if (const FileResult result = note(); !result.isOk()) {
+        complain(address, QStringLiteral("not stored: ") + result.reason);
+        return Fetched::failed;
+    }
     // From here to the last side file, nothing claims to know where the file came from.
     QFile::remove(source);
     QFile::remove(tag);
@@ -161,7 +165,6 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
         complain(address, QStringLiteral("not stored: ") + result.reason);
         return Fetched::changed;
     }
-    stored();
     if (answer.etag)
         writeSideFile(tag, *answer.etag);
     writeSideFile(source, path.toUtf8());

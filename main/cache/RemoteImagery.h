@@ -6,6 +6,7 @@
 
 #include "cache/Remote.h"
 #include "platform/net/HttpSession.h"
+#include "platform/storage/DurableFile.h"
 
 #include <functional>
 
@@ -57,11 +58,12 @@ public:
     // Brings the file `name` of the folder up to date with the remote path, unless that is not
     // newer than what the file came from. Beside the file lie NAME.etag and NAME.src, the server's
     // tag and the remote path it came from; they are its whole memory, and deleting them makes the
-    // next call download. `stored` is called when a new file is in place, before the side files
-    // claim it: after a crash at any moment, a file whose `stored` did not come to its end is
-    // downloaded again.
+    // next call download. `note` writes down what else is to be known of a new file; it is called
+    // when that is whole and before it takes its place, so that neither a crash nor a full disk
+    // leaves a file of which nothing is known. When it fails, so does the call.
     Fetched fetch(
-        const QString &path, const QString &name, const std::function<void()> &stored = [] {});
+        const QString &path, const QString &name,
+        const std::function<FileResult()> &note = [] { return FileResult(); });
 
     struct ProductList
     {

@@ -20,7 +20,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
-constexpr std::chrono::hours kRefreshInterval{1};
+constexpr MediaTime kRefreshInterval = std::chrono::hours(1);
 constexpr double kSettleSeconds = 1.5;     // without input, before shown saver walls react to input
 constexpr double kDismissSeconds = 0.5;    // input more recent than this ends a saver
 constexpr double kButtonFadeSeconds = 2.5; // buttons stay while the last input is more recent
@@ -60,7 +60,6 @@ App::App(const Surroundings &surroundings)
     , m_workQueue(surroundings.clock)
 {
     connect(&m_tick, &QTimer::timeout, this, &App::tick);
-    connect(&m_hourly, &QTimer::timeout, this, &App::refreshInBackground);
 }
 
 App::~App()
@@ -78,10 +77,8 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
     qGuiApp->installEventFilter(this);
     m_tick.start(kTick);
-    if (!Settings::offline()) {
-        refreshInBackground();
-        m_hourly.start(kRefreshInterval);
-    }
+    if (!Settings::offline())
+        refreshHourly();
     decideWhatToShow(commandLine);
 }
 
@@ -100,9 +97,10 @@ void App::decideWhatToShow(const CommandLine &commandLine)
         m_autoQuit = m_workQueue.after(toMediaTime(*commandLine.autoQuit), [] { qGuiApp->quit(); });
 }
 
-void App::refreshInBackground()
+void App::refreshHourly()
 {
     m_background.start([] { Cache::refresh(); });
+    m_nextRefresh = m_workQueue.after(kRefreshInterval, [this] { refreshHourly(); });
 }
 
 void App::applicationWillTerminate()

@@ -120,7 +120,8 @@ private:
     void setCursor(bool hidden);
     void screensChanged();
     void rebuildIfChanged();
-    void refreshInBackground();
+    // Refreshes the imagery in the background, now and then every hour.
+    void refreshHourly();
 
     Screens &m_screens;
     IdleClock &m_idleClock;
@@ -131,7 +132,6 @@ private:
     const std::function<void()> m_sleepDisplays;
     WorkQueue m_workQueue;
     QTimer m_tick;
-    QTimer m_hourly;          // refreshes the imagery
     QThreadPool m_background; // for what waits for the network
 
     std::vector<DeletedLater<WallView>> m_walls;
@@ -150,6 +150,7 @@ private:
     QList<Extent> m_builtFor; // one per screen, also for those that are Off
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
+    WorkItem m_nextRefresh;
 };
 
 } // namespace corvella

@@ -221,6 +221,26 @@ TEST_F(RefresherTest, RewritesTheManifestWithoutAWordWhenItOnlyDropped)
     EXPECT_FALSE(has(QStringLiteral("304.mp4")));
 }
 
+TEST_F(RefresherTest, ListsWithoutAWordWhatAPassThatWasKilledLeftUnlisted)
+{
+    Settings::setProducts({QStringLiteral("171"), QStringLiteral("304")});
+    layProduct(QStringLiteral("171"));
+    m_refresher.rewriteManifest(std::nullopt);
+    layProduct(QStringLiteral("304"));
+    m_refresher.pass(false, false, false);
+    EXPECT_EQ(manifestIds(), (QStringList{QStringLiteral("171"), QStringLiteral("304")}));
+    EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(RefresherTest, LeavesTheManifestAloneWhereAClipCannotBeListed)
+{
+    Settings::setProducts({QStringLiteral("171")});
+    writeFile(QStringLiteral("171.mp4"), "clip of which nobody knows");
+    m_refresher.pass(false, false, false);
+    EXPECT_FALSE(has(QStringLiteral("manifest.json")));
+    EXPECT_THAT(log(), IsEmpty());
+}
+
 TEST_F(RefresherTest, FillsGapsByTheIndexAtHand)
 {
     TestImageryHost host({QStringLiteral("171"), QStringLiteral("304")});
@@ -362,6 +382,19 @@ TEST_F(RefresherTest, ManualRefreshesKeepTheirDistance)
     EXPECT_EQ(Settings::lastManual(), m_now);
 }
 
+TEST_F(RefresherTest, NotesWhenAUsersRefreshBeganAndWhenTheCheckEnded)
+{
+    const TestImageryHost host({QStringLiteral("171")});
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    m_now = QDateTime::fromSecsSinceEpoch(m_now.toSecsSinceEpoch(), Qt::UTC);
+    const QDateTime begin = m_now;
+    EXPECT_FALSE(
+        m_refresher.refreshNow(false, [this, begin](int, int) { m_now = begin.addSecs(60); }));
+    EXPECT_EQ(Settings::lastManual(), begin);
+    EXPECT_EQ(Settings::lastCheck(), begin.addSecs(60));
+}
+
 TEST_F(RefresherTest, AUserMayRefreshAlsoOffline)
 {
     const TestImageryHost host({QStringLiteral("171")});
@@ -482,6 +515,20 @@ TEST_F(RefresherTest, DownloadsAgainWhatWasRemovedByHand)
     EXPECT_EQ(content(QStringLiteral("171.mp4")), TestImageryHost::clip(QStringLiteral("171")));
 }
 
+TEST_F(RefresherTest, BearsThatTheFolderItselfWasRemoved)
+{
+    const TestImageryHost host({QStringLiteral("171")});
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    m_refresher.pass(true, false, true);
+    ASSERT_TRUE(QDir(m_folder).removeRecursively());
+    m_refresher.pass(false, false, false);
+    EXPECT_EQ(content(QStringLiteral("171.mp4")), TestImageryHost::clip(QStringLiteral("171")));
+    EXPECT_EQ(log().last(),
+              QStringLiteral("pass: filled missing, 1 clips moved, 0 products dropped"));
+    EXPECT_EQ(log().size(), 2);
+}
+
 TEST_F(RefresherTest, ClearsAwayWhatACrashLeft)
 {
     layProduct(QStringLiteral("171"));
@@ -579,6 +626,19 @@ TEST_F(RefresherTest, RefreshesAFolderThatCannotBeLocked)
                             QStringLiteral("pass: checked, 1 clips moved, 0 products dropped")));
 }
 
+TEST_F(RefresherTest, RunsOnePassAtATimeAlsoInAFolderThatCannotBeLocked)
+{
+    SlowHost host;
+    serveFront(host.script());
+    ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("refresh.lock"))));
+    std::thread first([this] { m_refresher.pass(true, false, false); });
+    host.waitUntilAsked();
+    m_refresher.pass(true, false, false);
+    EXPECT_EQ(log().last(), QStringLiteral("a refresh is already running"));
+    host.goOn();
+    first.join();
+}
+
 TEST_F(RefresherTest, CancelEndsAPassAndLeavesItForTheNextStart)
 {
     SlowHost host;
@@ -593,6 +653,33 @@ TEST_F(RefresherTest, CancelEndsAPassAndLeavesItForTheNextStart)
     EXPECT_THAT(log(), IsEmpty());
     EXPECT_EQ(Settings::lastCheck(), Settings::distantPast());
     EXPECT_EQ(content(QStringLiteral("manifest.json")), QByteArray("what is there"));
+}
+
+TEST_F(RefresherTest, ListsWhatItMovedBeforeItWasCancelled)
+{
+    Settings::setProducts({QStringLiteral("171"), QStringLiteral("304")});
+    std::atomic_bool isAt304 = false;
+    serveFront([&isAt304](test::FaultServer::Connection &connection) {
+        for (QByteArray head; !(head = connection.readRequest()).isEmpty();) {
+            if (head.contains("index.json")) {
+                connection.send(test::okAnswer(
+                    R"({"products": [{"id": "171", "updated": "x", "video": "v/171.mp4"},
+                                     {"id": "304", "updated": "x", "video": "v/304.mp4"}]})"));
+            } else if (head.contains("171.mp4")) {
+                connection.send(test::okAnswer("clip"));
+            } else {
+                isAt304 = true;
+                connection.waitForClient();
+            }
+        }
+    });
+    std::thread pass([this] { m_refresher.pass(true, false, true); });
+    EXPECT_TRUE(test::becomes([&isAt304] { return isAt304.load(); }));
+    m_session.cancel();
+    pass.join();
+    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_EQ(Settings::lastCheck(), Settings::distantPast());
+    EXPECT_EQ(manifestIds(), QStringList{QStringLiteral("171")});
 }
 
 } // namespace

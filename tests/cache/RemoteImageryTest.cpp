@@ -50,6 +50,16 @@ TEST_F(RemoteImageryTest, AsksForNothingThatIsNotNewer)
     EXPECT_THAT(m_front->takeRequests(), IsEmpty());
 }
 
+TEST_F(RemoteImageryTest, TakesDamagedSideFilesForMissing)
+{
+    serveFront(m_host);
+    writeFile(kClip, "what is here");
+    writeFile(kClip + QStringLiteral(".src"), "v/171/\xff\xff.mp4"); // behind every date as text
+    writeFile(kClip + QStringLiteral(".etag"), "\"\xff\"");
+    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_THAT(m_front->takeRequests(), ElementsAre(QStringLiteral("GET /%1 200").arg(kNew)));
+}
+
 TEST_F(RemoteImageryTest, ReplacesAnOlderClip)
 {
     serveFront(m_host);
@@ -165,14 +175,45 @@ TEST_F(RemoteImageryTest, EndsWithinItsLimitsAtATrickle)
     EXPECT_THAT(files(), IsEmpty());
 }
 
-TEST_F(RemoteImageryTest, TellsOfANewFileBeforeItIsClaimed)
+TEST_F(RemoteImageryTest, HasANewFileNotedBeforeItIsThere)
 {
     serveFront(m_host);
+    QStringList seen;
+    EXPECT_EQ(m_remote.fetch(kNew, kClip,
+                             [&] {
+                                 seen = files();
+                                 return FileResult();
+                             }),
+              Fetched::changed);
+    EXPECT_THAT(seen, ElementsAre(kClip + QStringLiteral(".tmp")));
+}
+
+TEST_F(RemoteImageryTest, KeepsTheOldFileWhenTheNewOneCannotBeNoted)
+{
+    serveFront(m_host);
+    writeFile(kClip, "old");
     writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
-    QStringList seen;
-    EXPECT_EQ(m_remote.fetch(kNew, kClip, [&] { seen = files(); }), Fetched::changed);
-    EXPECT_THAT(seen, ElementsAre(kClip));
+    const QStringList before = files();
+    test::CapturedLog log;
+    EXPECT_EQ(m_remote.fetch(kNew, kClip, [] { return FileResult::fromErrno(ENOSPC); }),
+              Fetched::failed);
+    EXPECT_EQ(files(), before);
+    EXPECT_EQ(content(kClip), QByteArray("old"));
+    EXPECT_EQ(content(kClip + QStringLiteral(".src")), kOld.toUtf8());
+    EXPECT_THAT(log.messages(),
+                ElementsAre(QStringLiteral("https://imagery.corvella.example/") + kNew
+                            + QStringLiteral(": not stored: No space left on device")));
+}
+
+TEST_F(RemoteImageryTest, ClaimsToKnowNothingOfAFileThatCannotBePutInPlace)
+{
+    serveFront(m_host);
+    ASSERT_TRUE(QDir().mkpath(path(kClip)));
+    writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
+    writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
+    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_THAT(files(), IsEmpty());
 }
 
 TEST_F(RemoteImageryTest, AsksWhomItIsToldTo)

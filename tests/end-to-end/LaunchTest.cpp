@@ -168,6 +168,16 @@ TEST_F(Launch, UnknownOptionsArePassedOver)
     EXPECT_TRUE(with.contains(kResident));
 }
 
+TEST_F(Launch, StartsNoRefreshWhileOffline)
+{
+    configure(u"desktop"_s);
+    m_program.showOnPlatform(u"offscreen"_s);
+    m_program.start({u"--seconds"_s, u"0"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0) << "and a refresh would have been awaited";
+    EXPECT_TRUE(m_program.messages().contains(kResident));
+    EXPECT_FALSE(m_program.messages().contains(kOffline));
+}
+
 TEST_F(Launch, WithoutAnyDisplayItSaysSoOnceAndFails)
 {
     test::AlteredMachine machine;

@@ -1,5 +1,8 @@
 #include "shell/AppFixture.h"
+
+#include "cache/Cache.h"
 #include "support/Repetitions.h"
+#include "support/Waiting.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -54,6 +57,28 @@ TEST_F(AppTest, AConfiguredDesktopShowsNothing)
     EXPECT_FALSE(settingsOpen());
     EXPECT_FALSE(m_app->isShowing());
     EXPECT_TRUE(logged("desktop mode: resident, no windows"));
+}
+
+TEST_F(AppTest, RefreshesTheImageryAtLaunchAndEveryHour)
+{
+    const QString refreshed = QStringLiteral("offline or read-only, not refreshing the cache");
+    const auto refreshes = [&] { return m_log->messages().count(refreshed); };
+    Cache::setReadOnly(true); // each refresh says so, and asks nobody
+    Settings::setOffline(false);
+    launch();
+    EXPECT_TRUE(test::becomes([&] { return refreshes() == 1; }));
+    m_clock.advance(3599s);
+    m_app->workQueue().advance();
+    for (const int times : {2, 3}) {
+        m_clock.advance(1s);
+        m_app->workQueue().advance();
+        EXPECT_TRUE(test::becomes([&] { return refreshes() == times; }));
+        m_clock.advance(3599s);
+        m_app->workQueue().advance();
+    }
+    m_app.reset(); // awaits what is under way
+    EXPECT_EQ(refreshes(), 3);
+    Cache::setReadOnly(false);
 }
 
 TEST_F(AppTest, StartShowsWallsEvenWhenNeverConfigured)

@@ -1,8 +1,10 @@
 // Preloaded into a program: lets its disk or its power fail at a chosen moment. Stands between the
 // program and the C library; only files below a folder count. All by environment variables:
 //   DISK_FAULTS_FOLDER   the folder
-//   DISK_FAULTS_KILL_AT  the call that changes the disk (from 1) at which the program is killed; a
-//                        write gets half of its bytes out first
+//   DISK_FAULTS_KILL_AT  the call that changes the disk (from 1) at which the power goes: a write
+//   gets
+//                        half of its bytes out first, files that were not flushed lose their
+//                        content, and the program is killed
 //   DISK_FAULTS_ROOM     bytes that may be written before the disk is full
 //   DISK_FAULTS_REPORT   a file to leave the number of calls and of bytes in at the end
 #include <cerrno>
@@ -13,6 +15,8 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <set>
+#include <string>
 #include <unistd.h>
 
 namespace {
@@ -34,26 +38,42 @@ bool isBelow(const char *path)
     return folder() && std::strncmp(path, folder(), std::strlen(folder())) == 0;
 }
 
-bool isBelow(int descriptor)
+std::string pathOf(int descriptor)
 {
     char link[64];
     char path[PATH_MAX];
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
-    const ssize_t length = readlink(link, path, sizeof path - 1);
-    if (length < 0)
-        return false;
-    path[length] = 0;
-    return isBelow(path);
+    const ssize_t length = readlink(link, path, sizeof path);
+    return std::string(path, length < 0 ? 0 : static_cast<size_t>(length));
+}
+
+bool isBelow(int descriptor)
+{
+    return isBelow(pathOf(descriptor).c_str());
 }
 
 long calls = 0;
 long bytesWritten = 0;
+
+// The files whose content is still in memory alone.
+std::set<std::string> &unflushed()
+{
+    static std::set<std::string> paths;
+    return paths;
+}
 
 // Whether this is the call at which the power goes.
 bool powerFails()
 {
     static const long at = number("DISK_FAULTS_KILL_AT", LONG_MAX);
     return ++calls == at;
+}
+
+void losePower()
+{
+    for (const std::string &path : unflushed())
+        (void)!truncate(path.c_str(), 0);
+    raise(SIGKILL);
 }
 
 template <typename Function> Function original(const char *name)
@@ -80,9 +100,10 @@ extern "C" ssize_t write(int descriptor, const void *bytes, size_t count)
     static const long room = number("DISK_FAULTS_ROOM", LONG_MAX);
     if (!isBelow(descriptor))
         return next(descriptor, bytes, count);
+    unflushed().insert(pathOf(descriptor));
     if (powerFails()) {
         next(descriptor, bytes, count / 2);
-        raise(SIGKILL);
+        losePower();
     }
     const auto left = static_cast<size_t>(room - bytesWritten);
     if (count > 0 && left == 0) {
@@ -98,23 +119,35 @@ extern "C" ssize_t write(int descriptor, const void *bytes, size_t count)
 extern "C" int fsync(int descriptor)
 {
     static const auto next = original<int (*)(int)>("fsync");
-    if (isBelow(descriptor) && powerFails())
-        raise(SIGKILL);
+    if (!isBelow(descriptor))
+        return next(descriptor);
+    if (powerFails())
+        losePower();
+    unflushed().erase(pathOf(descriptor));
     return next(descriptor);
 }
 
 extern "C" int rename(const char *from, const char *to)
 {
     static const auto next = original<int (*)(const char *, const char *)>("rename");
-    if (isBelow(to) && powerFails())
-        raise(SIGKILL);
+    if (!isBelow(to))
+        return next(from, to);
+    if (powerFails())
+        losePower();
+    if (unflushed().erase(from) > 0)
+        unflushed().insert(to);
+    else
+        unflushed().erase(to);
     return next(from, to);
 }
 
 extern "C" int unlink(const char *path)
 {
     static const auto next = original<int (*)(const char *)>("unlink");
-    if (isBelow(path) && powerFails())
-        raise(SIGKILL);
+    if (!isBelow(path))
+        return next(path);
+    if (powerFails())
+        losePower();
+    unflushed().erase(path);
     return next(path);
 }

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <string_view>
 
 namespace corvella {
 
@@ -65,7 +65,11 @@ size_t takeHeader(const char *bytes, size_t /*one*/, size_t count, void *user)
     auto &transfer = *static_cast<Transfer *>(user);
     transfer.lastByte = Clock::now();
     transfer.headerBytes += count;
-    transfer.headersEnded = *bytes == '\r' || *bytes == '\n'; // the empty line
+    const std::string_view line(bytes, count);
+    if (line.starts_with("HTTP/"))
+        transfer.headersEnded = false; // a further answer: after a redirection, after "continue"
+    else if (line.starts_with('\r') || line.starts_with('\n'))
+        transfer.headersEnded = true; // what comes after that is trailers, behind the body
     if (transfer.headerBytes <= kMostHeaderBytes)
         return count;
     transfer.complaint = QStringLiteral("too many headers");
@@ -131,12 +135,13 @@ void setUp(CURL *easy, const HttpRequest &request, const Headers &headers, Trans
     if (request.compressed)
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
     // libcurl knows the system's trust, but leaves the variables that change it to its callers.
-    if (const char *file = std::getenv("SSL_CERT_FILE"))
-        curl_easy_setopt(easy, CURLOPT_CAINFO, file);
-    if (const char *folder = std::getenv("SSL_CERT_DIR"))
-        curl_easy_setopt(easy, CURLOPT_CAPATH, folder);
-    // The limits are kept by perform(); libcurl's own would end a slow connection earlier.
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.total.count()));
+    if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty())
+        curl_easy_setopt(easy, CURLOPT_CAINFO, file.constData());
+    if (const QByteArray folder = qgetenv("SSL_CERT_DIR"); !folder.isEmpty())
+        curl_easy_setopt(easy, CURLOPT_CAPATH, folder.constData());
+    // The limits are kept by perform(). Of this one libcurl gives each of a host's addresses half
+    // of what is left, so that one that is dead does not use up the whole silence that is allowed.
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.idle.count()));
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, takeHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, &transfer);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, takeBody);
@@ -162,6 +167,7 @@ struct HttpSession::Pool
 QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Transfer &transfer,
                                    const std::atomic_bool &cancelled) const
 {
+    const QString silence = QStringLiteral("silent for ") + seconds(request.idle);
     const Clock::time_point start = Clock::now();
     while (true) {
         int running = 0;
@@ -181,7 +187,7 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
         if (totalLeft <= milliseconds(0))
             return QStringLiteral("not through after ") + seconds(request.total);
         if (idleLeft <= milliseconds(0))
-            return QStringLiteral("silent for ") + seconds(request.idle);
+            return silence;
         const milliseconds wait = std::min({idleLeft, totalLeft, kCancelCheck});
         curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(wait.count()), nullptr);
     }
@@ -192,6 +198,8 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
     // Its detail would name the milliseconds it took, and no two lines of a log would be the same.
     if (result == CURLE_COULDNT_CONNECT)
         transfer.complaint = text;
+    if (result == CURLE_OPERATION_TIMEDOUT) // by its own clock, a moment before ours
+        transfer.complaint = silence;
     if (result != CURLE_OK)
         return text;
     return transfer.headersEnded ? QString() : QStringLiteral("breaks off in its headers");

@@ -102,6 +102,24 @@ void keepPermissions(const QByteArray &from, const FileDescriptor &to)
         (void)::fchmod(to.get(), before.st_mode & kPermissionBits);
 }
 
+// Whether nobody writes this temporary file any more. What is no plain file, a link or a pipe, was
+// never one and stands in the way of one.
+bool isAbandoned(const QByteArray &name)
+{
+    struct stat named = {};
+    if (::lstat(name.constData(), &named) != 0)
+        return false;
+    if (!S_ISREG(named.st_mode))
+        return true;
+    constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    FileDescriptor file(::open(name.constData(), O_WRONLY | kFlags));
+    // It has the permissions of the file that it was to replace. Read-only locks as well.
+    if (!file.isOpen() && errno == EACCES)
+        file = FileDescriptor(::open(name.constData(), O_RDONLY | kFlags));
+    return file.isOpen() && lockAlone(file.get(), std::chrono::milliseconds(0))
+        && isStillNamed(file, name);
+}
+
 QString resolved(const QString &path)
 {
     const QString target =
@@ -182,10 +200,7 @@ void removeAbandoned(const QString &folder)
         dir.entryList({u'*' + kTemporarySuffix}, QDir::Files | QDir::Hidden | QDir::System);
     for (const QString &name : names) {
         const QByteArray path = QFile::encodeName(dir.filePath(name));
-        const FileDescriptor file(
-            ::open(path.constData(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-        if (file.isOpen() && lockAlone(file.get(), std::chrono::milliseconds(0))
-            && isStillNamed(file, path))
+        if (isAbandoned(path))
             ::unlink(path.constData());
     }
 }

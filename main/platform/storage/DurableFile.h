@@ -62,8 +62,8 @@ FileResult write(const QString &path, const QByteArray &bytes);
 // Makes `path` a copy of the plain file `source`.
 FileResult copy(const QString &source, const QString &path);
 
-// Removes the temporary files that writers which crashed have left in a folder. Those that somebody
-// is still writing stay.
+// Removes the temporary files that writers which crashed have left in a folder, and links and pipes
+// of such names. Those that somebody is still writing stay.
 void removeAbandoned(const QString &folder);
 
 } // namespace DurableFile

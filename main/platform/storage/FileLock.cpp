@@ -34,8 +34,11 @@ std::optional<FileLock> FileLock::acquire(const QString &path,
     FileDescriptor file(::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
     // Made by another user (an administrator's shell), it may be open to us for reading only, which
     // locks as well.
-    if (!file.isOpen() && errno == EACCES)
+    if (!file.isOpen() && errno == EACCES) {
         file = FileDescriptor(::open(name.constData(), O_RDONLY | O_CLOEXEC));
+        if (!file.isOpen())
+            errno = EACCES; // it need not be there at all
+    }
     if (!file.isOpen())
         return std::nullopt;
     if (!lockAlone(file.get(), longestWait))

@@ -1,4 +1,5 @@
 #include "platform/net/HttpSession.h"
+#include "platform/storage/FileDescriptor.h"
 #include "support/FaultServer.h"
 #include "support/Loopback.h"
 #include "support/NginxServer.h"
@@ -6,8 +7,10 @@
 #include "support/RedirectedNames.h"
 #include "support/TemporaryHome.h"
 
+#include <array>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
 namespace corvella {
 namespace {
@@ -174,6 +177,17 @@ TEST_F(HttpSessionTest, TrustsNobodyButTheSystem)
     }
 }
 
+TEST_F(HttpSessionTest, TakesEmptyVariablesForMissing)
+{
+    m_home.write(m_root + QStringLiteral("/file"), "content");
+    const test::NginxServer server(m_identity, m_root);
+    qputenv("SSL_CERT_DIR", "");
+    EXPECT_EQ(get(request(server.host())).answer.status, 200);
+    qputenv("SSL_CERT_FILE", "");
+    EXPECT_THAT(get(request(server.host())).reason(), HasSubstr("unable to get local issuer"))
+        << "the system's own trust";
+}
+
 TEST_F(HttpSessionTest, FollowsRedirectionsOverHttpsAlone)
 {
     m_home.write(m_root + QStringLiteral("/file"), "content");
@@ -221,6 +235,22 @@ TEST_F(HttpSessionTest, RefusesABodyThatBreaksOff)
         EXPECT_EQ(result.answer.status, 0) << part.left(100).constData();
         EXPECT_FALSE(result.answer.reason.isEmpty());
     }
+}
+
+TEST_F(HttpSessionTest, TakesABodyWithTrailersBehindIt)
+{
+    m_home.write(m_root + QStringLiteral("/file.json"), "content");
+    const test::NginxServer server(m_identity, m_root, QStringLiteral("add_trailer X-Sum 7;"));
+    const Result overHttp2 = get(request(server.host(), QStringLiteral("file.json")));
+    EXPECT_EQ(overHttp2.answer.status, 200) << overHttp2.reason();
+    EXPECT_EQ(overHttp2.body, QByteArray("content"));
+
+    const test::FaultServer older(m_identity,
+                                  always("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                                         "7\r\ncontent\r\n0\r\nX-Sum: 7\r\n\r\n"));
+    const Result overHttp1 = get(request(older.host()));
+    EXPECT_EQ(overHttp1.answer.status, 200) << overHttp1.reason();
+    EXPECT_EQ(overHttp1.body, QByteArray("content"));
 }
 
 TEST_F(HttpSessionTest, RefusesABodyThatAResetEnds)
@@ -373,6 +403,48 @@ TEST_F(HttpSessionTest, LooksForANameAndNotAPort)
     const test::NginxServer server(m_authority.issue({name}), m_root);
     test::redirectNames({{name, server.port()}});
     EXPECT_EQ(get(request(name)).body, QByteArray("content"));
+}
+
+// An address of a machine that is gone: who knocks is not even sent away.
+class DeadAddress
+{
+public:
+    DeadAddress()
+    {
+        sockaddr_in address = test::loopback(0);
+        EXPECT_EQ(::bind(m_listener.get(), generic(address), sizeof address), 0);
+        EXPECT_EQ(::listen(m_listener.get(), 0), 0);
+        address = test::loopback(port());
+        for (const FileDescriptor &guest : m_waiting) // nobody lets them in, and there they queue
+            ::connect(guest.get(), generic(address), sizeof address);
+    }
+    [[nodiscard]] quint16 port() const { return test::portOf(m_listener.get()); }
+
+private:
+    static FileDescriptor newSocket()
+    {
+        return FileDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    }
+    static const sockaddr *generic(const sockaddr_in &address)
+    {
+        return reinterpret_cast<const sockaddr *>(&address);
+    }
+
+    FileDescriptor m_listener = newSocket();
+    std::array<FileDescriptor, 3> m_waiting{newSocket(), newSocket(), newSocket()};
+};
+
+TEST_F(HttpSessionTest, TriesTheNextAddressOfAHostInTime)
+{
+    m_home.write(m_root + QStringLiteral("/file"), "content");
+    const QString name = QStringLiteral("imagery.example");
+    const DeadAddress dead;
+    const test::NginxServer server(m_authority.issue({name}), m_root);
+    test::redirectNames({{name, dead.port()}, {name, server.port()}});
+    HttpRequest twoAddresses = request(name);
+    twoAddresses.idle = 6s; // libcurl turns to the next one up to a second late
+    const Result result = get(twoAddresses);
+    EXPECT_EQ(result.body, QByteArray("content")) << result.reason();
 }
 
 TEST_F(HttpSessionTest, CancelEndsTheRequestAtOnceAndAllLaterOnes)

@@ -1,5 +1,6 @@
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/FileSizeLimit.h"
+#include "platform/storage/OrdinaryUser.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>
@@ -7,6 +8,7 @@
 #include <QFileInfo>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -204,6 +206,31 @@ TEST_F(DurableFileTest, RemovesWhatCrashedWritersLeftAndNothingElse)
     EXPECT_TRUE(QFileInfo::exists(m_home.path(QStringLiteral("folder.tmp"))));
     EXPECT_TRUE(living.commit().isOk());
     EXPECT_EQ(m_home.read(m_home.path(QStringLiteral("living"))), QByteArray("content"));
+}
+
+TEST_F(DurableFileTest, RemovesWhatWasToReplaceAReadOnlyFile)
+{
+    const test::OrdinaryUser user(m_home.path());
+    const QString left = m_home.path(QStringLiteral("a.tmp"));
+    m_home.write(left, "half");
+    ASSERT_TRUE(QFile::setPermissions(left, QFile::ReadOwner));
+    DurableFile::removeAbandoned(m_home.path());
+    EXPECT_TRUE(names().isEmpty());
+}
+
+TEST_F(DurableFileTest, RemovesLinksAndPipesThatStandInTheWay)
+{
+    const QString real = m_home.path(QStringLiteral("real"));
+    m_home.write(real, "content");
+    ASSERT_TRUE(QFile::link(real, m_home.path(QStringLiteral("a.tmp"))));
+    ASSERT_TRUE(
+        QFile::link(m_home.path(QStringLiteral("absent")), m_home.path(QStringLiteral("b.tmp"))));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(m_home.path(QStringLiteral("c.tmp"))).constData(), 0600),
+              0);
+    DurableFile::removeAbandoned(m_home.path());
+    EXPECT_EQ(QDir(m_home.path()).entryList(QDir::Files | QDir::Hidden | QDir::System),
+              QStringList{QStringLiteral("real")});
+    EXPECT_EQ(m_home.read(real), QByteArray("content"));
 }
 
 TEST(FileResultTest, CallsEveryWayToRunOutOfRoomNoSpace)

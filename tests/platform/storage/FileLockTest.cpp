@@ -1,4 +1,5 @@
 #include "platform/storage/FileLock.h"
+#include "platform/storage/OrdinaryUser.h"
 #include "support/TemporaryHome.h"
 
 #include <QFile>
@@ -68,6 +69,19 @@ TEST(FileLockTest, CannotBeTakenWithoutAFolder)
     const int error = errno;
     EXPECT_FALSE(lock);
     EXPECT_EQ(error, ENOENT);
+}
+
+TEST(FileLockTest, SaysThatItMayNotBeMade)
+{
+    const test::TemporaryHome home;
+    const test::OrdinaryUser user(home.path());
+    ASSERT_TRUE(QFile::setPermissions(home.path(), QFile::ReadOwner | QFile::ExeOwner));
+    const std::optional<FileLock> lock = FileLock::acquire(home.path(QStringLiteral("lock")));
+    const int error = errno;
+    ASSERT_TRUE(
+        QFile::setPermissions(home.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    EXPECT_FALSE(lock);
+    EXPECT_EQ(error, EACCES);
 }
 
 } // namespace
