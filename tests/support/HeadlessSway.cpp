@@ -34,9 +34,9 @@ QString nameOf(int output)
 
 } // namespace
 
-HeadlessSway::HeadlessSway(const QList<QRect> &outputs)
+HeadlessSway::HeadlessSway(const QList<QRect> &outputs, const QString &configuration)
 {
-    writeConfiguration(outputs);
+    writeConfiguration(outputs, configuration);
     if (isRoot()) {
         handOver(m_folder.path());
         handOver(configurationFile());
@@ -51,7 +51,7 @@ QString HeadlessSway::configurationFile() const
     return m_folder.filePath(QStringLiteral("config"));
 }
 
-void HeadlessSway::writeConfiguration(const QList<QRect> &outputs)
+void HeadlessSway::writeConfiguration(const QList<QRect> &outputs, const QString &more)
 {
     QFile file(configurationFile());
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -62,6 +62,7 @@ void HeadlessSway::writeConfiguration(const QList<QRect> &outputs)
         text << "output " << nameOf(i) << " resolution " << frame.width() << 'x' << frame.height()
              << " position " << frame.x() << ' ' << frame.y() << '\n';
     }
+    text << more;
 }
 
 Command HeadlessSway::command(qsizetype outputs) const
@@ -122,13 +123,17 @@ QByteArray HeadlessSway::runHere(const QString &program, const QStringList &argu
     return run(commandHere(program, arguments));
 }
 
-void HeadlessSway::typeKey(const QString &key) const
+void HeadlessSway::typeKey(const QString &key, const QStringList &modifiers) const
 {
     // A key that comes together with its keyboard is lost.
     const QString aMoment = QStringLiteral("200");
-    runHere(
-        QStringLiteral("wtype"),
-        {QStringLiteral("-s"), aMoment, QStringLiteral("-k"), key, QStringLiteral("-s"), aMoment});
+    QStringList words{QStringLiteral("-s"), aMoment};
+    for (const QString &modifier : modifiers)
+        words << QStringLiteral("-M") << modifier;
+    words << QStringLiteral("-k") << key;
+    for (const QString &modifier : modifiers)
+        words << QStringLiteral("-m") << modifier;
+    runHere(QStringLiteral("wtype"), words << QStringLiteral("-s") << aMoment);
 }
 
 QImage HeadlessSway::picture(int output) const
@@ -138,16 +143,21 @@ QImage HeadlessSway::picture(int output) const
                                      QStringLiteral("ppm"), QStringLiteral("-")}));
 }
 
-void HeadlessSway::change(int output, QSize resolution, int scale) const
+QByteArray HeadlessSway::tell(const QStringList &words) const
 {
     const QStringList control =
         QDir(m_folder.path()).entryList({QStringLiteral("sway-ipc.*")}, QDir::System);
-    ASSERT_EQ(control.size(), 1);
+    EXPECT_EQ(control.size(), 1);
+    return runHere(QStringLiteral("swaymsg"),
+                   QStringList{QStringLiteral("--socket"), m_folder.filePath(control.value(0))}
+                       + words);
+}
+
+void HeadlessSway::change(int output, QSize resolution, int scale) const
+{
     const QString mode = QStringLiteral("%1x%2").arg(resolution.width()).arg(resolution.height());
-    runHere(QStringLiteral("swaymsg"),
-            {QStringLiteral("--socket"), m_folder.filePath(control.first()), QStringLiteral("--"),
-             QStringLiteral("output"), nameOf(output), QStringLiteral("mode"),
-             QStringLiteral("--custom"), mode, QStringLiteral("scale"), QString::number(scale)});
+    tell({QStringLiteral("--"), QStringLiteral("output"), nameOf(output), QStringLiteral("mode"),
+          QStringLiteral("--custom"), mode, QStringLiteral("scale"), QString::number(scale)});
 }
 
 } // namespace corvella::test
