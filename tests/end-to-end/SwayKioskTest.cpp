@@ -149,7 +149,7 @@ TEST_F(SwayWall, HasTheKeysWhenItCoversEveryScreenButLeavesTheCompositorItsOwn)
     EXPECT_EQ(m_program.process().exitStatus(), 0);
 }
 
-TEST_F(SwayWall, TakesNoKeysFromTheScreenBesideItUntilItIsClicked)
+TEST_F(SwayWall, TakesNoKeysFromTheScreenBesideIt)
 {
     test::ProgramUnderTest other;
     m_sway.tell({u"focus output HEADLESS-2"_s});
@@ -160,12 +160,7 @@ TEST_F(SwayWall, TakesNoKeysFromTheScreenBesideItUntilItIsClicked)
     EXPECT_TRUE(isFocused());
     m_sway.typeKey(u"q"_s, {u"ctrl"_s});
     EXPECT_EQ(m_program.process().exitStatus(1s), std::nullopt);
-    m_sway.tell({u"seat - cursor set 100 100"_s});
-    m_sway.tell({u"seat - cursor press button1"_s});
-    m_sway.tell({u"seat - cursor release button1"_s});
-    EXPECT_FALSE(heeded(u"click"_s));
-    m_sway.typeKey(u"q"_s, {u"ctrl"_s});
-    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_TRUE(isFocused());
 }
 
 TEST_F(SwayWall, LetsClicksThroughAsASaver)

@@ -2,6 +2,7 @@
 #include "platform/session/Screens.h"
 #include "platform/session/WaylandGlobals.h"
 
+#include <QEvent>
 #include <QScreen>
 #include <QWindow>
 
@@ -67,6 +68,7 @@ public:
     {
         m_window.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
         m_window.setGeometry(frameOf(*m_window.screen()));
+        m_window.installEventFilter(this);
         // Said before the surface goes, with which its layer must not be left behind.
         connect(&m_window, &QWindow::visibleChanged, this, [this](bool isVisible) {
             if (!isVisible)
@@ -98,7 +100,9 @@ public:
         zwlr_layer_surface_v1_add_listener(m_layer.get(), &listener, this);
         zwlr_layer_surface_v1_set_anchor(m_layer.get(), kEdges);
         zwlr_layer_surface_v1_set_exclusive_zone(m_layer.get(), -1); // over panels, too
-        zwlr_layer_surface_v1_set_keyboard_interactivity(m_layer.get(), interactivity());
+        if (m_keys == KeyInput::atOnce)
+            zwlr_layer_surface_v1_set_keyboard_interactivity(
+                m_layer.get(), ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE);
         if (m_pointer == PointerInput::passedThrough)
             passPointerThrough(surface);
         wl_surface_commit(surface);
@@ -107,13 +111,22 @@ public:
 private:
     using Shell = wayland::Owned<zwlr_layer_shell_v1, zwlr_layer_shell_v1_destroy>;
 
-    [[nodiscard]] uint32_t interactivity() const
+    // Some compositors give the keys to whatever takes them as soon as it is up. So a wall that
+    // waits to be chosen takes them from when the pointer comes, before the click.
+    bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (m_keys == KeyInput::atOnce)
-            return ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE;
-        return zwlr_layer_surface_v1_get_version(m_layer.get()) >= kOnDemandVersion
-            ? ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND
-            : ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE;
+        if (event->type() == QEvent::Enter && m_layer && m_keys == KeyInput::whenChosen)
+            offerToTakeKeys();
+        return QObject::eventFilter(watched, event);
+    }
+
+    void offerToTakeKeys()
+    {
+        if (zwlr_layer_surface_v1_get_version(m_layer.get()) < kOnDemandVersion)
+            return;
+        zwlr_layer_surface_v1_set_keyboard_interactivity(
+            m_layer.get(), ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND);
+        wl_surface_commit(wayland::surfaceOf(m_window));
     }
 
     // A picture before the first of these would be an error.
