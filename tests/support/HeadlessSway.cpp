@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <pwd.h>
 #include <unistd.h>
 
 namespace corvella::test {
@@ -19,12 +18,13 @@ bool isRoot()
     return ::geteuid() == 0;
 }
 
-// Lets the ordinary user have a file or folder; root keeps access to it anyway.
-void handOver(const QString &path)
+// Lets the ordinary user have a folder and all that is in it; root keeps access to it anyway.
+void handOver(const QString &folder)
 {
-    const passwd *const user = ::getpwnam(kOrdinaryUser);
-    ASSERT_TRUE(user);
-    ASSERT_EQ(::chown(QFile::encodeName(path).constData(), user->pw_uid, user->pw_gid), 0);
+    run({QStringLiteral("chown"),
+         {QStringLiteral("--recursive"), QString::fromLatin1(kOrdinaryUser), folder},
+         bareEnvironment(),
+         {}});
 }
 
 QString nameOf(int output)
@@ -37,13 +37,17 @@ QString nameOf(int output)
 HeadlessSway::HeadlessSway(const QList<QRect> &outputs, const QString &configuration)
 {
     writeConfiguration(outputs, configuration);
-    if (isRoot()) {
-        handOver(m_folder.path());
-        handOver(configurationFile());
-    }
-    m_compositor = std::make_unique<ChildProcess>(command(outputs.size()));
-    EXPECT_TRUE(becomes([this] { return findSocket(); }))
-        << "sway does not start: " << m_compositor->errors().toStdString();
+    QProcessEnvironment environment = bareEnvironment();
+    environment.insert(QStringLiteral("HOME"), m_folder.path());
+    start(configurationFile(), outputs.size(), environment);
+}
+
+HeadlessSway::HeadlessSway(const QString &configurationFile, int outputs,
+                           const QProcessEnvironment &environment)
+{
+    if (isRoot())
+        handOver(environment.value(QStringLiteral("HOME")));
+    start(configurationFile, outputs, environment);
 }
 
 QString HeadlessSway::configurationFile() const
@@ -65,15 +69,16 @@ void HeadlessSway::writeConfiguration(const QList<QRect> &outputs, const QString
     text << more;
 }
 
-Command HeadlessSway::command(qsizetype outputs) const
+void HeadlessSway::start(const QString &configurationFile, qsizetype outputs,
+                         QProcessEnvironment environment)
 {
-    QProcessEnvironment environment = bareEnvironment();
+    if (isRoot())
+        handOver(m_folder.path());
     const struct
     {
         const char *name;
         QString value;
     } variables[] = {
-        {"HOME", m_folder.path()},
         {"XDG_RUNTIME_DIR", m_folder.path()},
         {"WLR_BACKENDS", QStringLiteral("headless")},
         {"WLR_HEADLESS_OUTPUTS", QString::number(outputs)},
@@ -83,7 +88,7 @@ Command HeadlessSway::command(qsizetype outputs) const
     for (const auto &variable : variables)
         environment.insert(QString::fromLatin1(variable.name), variable.value);
 
-    QStringList words{QStringLiteral("sway"), QStringLiteral("-c"), configurationFile()};
+    QStringList words{QStringLiteral("sway"), QStringLiteral("-c"), configurationFile};
     if (isRoot()) {
         const QString user = QString::fromLatin1(kOrdinaryUser);
         // The change of user would undo that the compositor ends with the test.
@@ -97,7 +102,10 @@ Command HeadlessSway::command(qsizetype outputs) const
                             QStringLiteral("KILL")}
             + words;
     }
-    return {words.first(), words.mid(1), environment, {}};
+    m_compositor =
+        std::make_unique<ChildProcess>(Command{words.first(), words.mid(1), environment, {}});
+    EXPECT_TRUE(becomes([this] { return findSocket(); }))
+        << "sway does not start: " << m_compositor->errors().toStdString();
 }
 
 bool HeadlessSway::findSocket()

@@ -20,8 +20,13 @@ public:
     // test when it does not start.
     explicit HeadlessSway(const QList<QRect> &outputs, const QString &configuration = {});
 
-    // Whether it still runs.
-    [[nodiscard]] bool isRunning() { return m_compositor && m_compositor->isRunning(); }
+    // As a session of its own: with exactly this configuration file, this many outputs of 1280 x
+    // 720 pixels, and this environment, in which it starts programs. Their home is handed over to
+    // the user that it runs as.
+    HeadlessSway(const QString &configurationFile, int outputs,
+                 const QProcessEnvironment &environment);
+
+    [[nodiscard]] ChildProcess &compositor() { return *m_compositor; }
 
     // What a program needs to be shown here.
     [[nodiscard]] QString runtimeFolder() const { return m_folder.path(); }
@@ -45,7 +50,8 @@ public:
 
 private:
     void writeConfiguration(const QList<QRect> &outputs, const QString &more);
-    [[nodiscard]] Command command(qsizetype outputs) const;
+    void start(const QString &configurationFile, qsizetype outputs,
+               QProcessEnvironment environment);
     [[nodiscard]] bool findSocket();
     // Runs a program of this compositor; what it wrote.
     QByteArray runHere(const QString &program, const QStringList &arguments) const;
