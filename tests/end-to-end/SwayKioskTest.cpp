@@ -126,7 +126,7 @@ TEST_F(SwayKiosk, CoversAnOutputThatIsAddedAndStaysLocked)
     m_sway.tell({u"create_output"_s});
     EXPECT_TRUE(m_program.logs(u"display layout changed (2 -> 3)"_s));
     EXPECT_TRUE(becomes([this] {
-        return areBothCovered() && test::seenPattern(m_sway.picture(2), {160, 0, 960, 720});
+        return areBothCovered() && test::seenPattern(m_sway.picture(2), {240, 0, 1440, 1080});
     }));
     m_sway.typeKey(u"F2"_s, {u"alt"_s});
     m_sway.typeKey(u"q"_s, kChordModifiers);
