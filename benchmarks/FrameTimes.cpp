@@ -1,13 +1,16 @@
 // How evenly a wall's pictures reach the display, and whether any of them is black.
 //
-//   frame-times SECONDS LOOPS CLIP...
+//   frame-times SECONDS LOOPS STYLE CLIP...
 //
 // Plays the clips as products on a full-screen wall of the X server, each LOOPS times, handing over
-// by cuts. After each picture that was presented it asks the server for the pixel in the middle of
-// the screen. XDG_CONFIG_HOME and XDG_CACHE_HOME must point to empty folders.
+// in that style ("blink", "circle"). After each picture that was presented it asks the server for
+// the pixel in the middle of the screen. XDG_CONFIG_HOME and XDG_CACHE_HOME must point to empty
+// folders.
 #include "Wall/WallView.h"
 #include "cache/Cache.h"
 #include "platform/layers/LayerWindow.h"
+#include "platform/layers/PlayerLayer.h"
+#include "platform/layers/ShapeLayer.h"
 #include "platform/session/FullScreenPlacement.h"
 #include "platform/session/XcbConnection.h"
 #include "settings/Settings.h"
@@ -59,6 +62,45 @@ double seconds(MediaTime time)
     return std::chrono::duration<double>(time).count();
 }
 
+// Whether a hand-over runs: a clip is masked or half transparent.
+bool isHandingOver(WallView &view)
+{
+    const auto &layers = view.tree().root().sublayers();
+    return std::any_of(layers.begin(), layers.end(), [&view](const auto &layer) {
+        const double opacity = layer->presentedOpacity(view.tree().now());
+        return dynamic_cast<const PlayerLayer *>(layer.get())
+            && (layer->mask() || (opacity > 0 && opacity < 1));
+    });
+}
+
+// How smoothly hand-overs run: pictures from one to the next while one of them runs.
+class HandOverRate
+{
+public:
+    void presented(MediaTime now, bool isHandingOver)
+    {
+        if (isHandingOver && m_last) {
+            m_time += now - *m_last;
+            m_longest = std::max(m_longest, now - *m_last);
+            ++m_pictures;
+        }
+        m_last = isHandingOver ? std::optional(now) : std::nullopt;
+    }
+
+    void report() const
+    {
+        if (m_pictures > 0)
+            std::printf("  handing over: %.1f pictures a second, the longest for %.1f ms\n",
+                        m_pictures / seconds(m_time), seconds(m_longest) * 1000);
+    }
+
+private:
+    std::optional<MediaTime> m_last;
+    MediaTime m_time{0};
+    MediaTime m_longest{0};
+    int m_pictures = 0;
+};
+
 void report(std::vector<double> intervals, int black)
 {
     std::sort(intervals.begin(), intervals.end());
@@ -81,12 +123,12 @@ int main(int argc, char **argv)
 {
     QGuiApplication application(argc, argv);
     const QStringList args = QGuiApplication::arguments();
-    if (args.size() < 4) {
-        std::fputs("usage: frame-times SECONDS LOOPS CLIP...\n", stderr);
+    if (args.size() < 5) {
+        std::fputs("usage: frame-times SECONDS LOOPS STYLE CLIP...\n", stderr);
         return 2;
     }
-    fillCache(args.mid(3));
-    Settings::setTransition(Transition::blink);
+    fillCache(args.mid(4));
+    Settings::d().setString(QStringLiteral("transition"), args[3]);
     Settings::setLoops(args[2].toInt());
 
     const SteadyMediaClock clock;
@@ -102,9 +144,13 @@ int main(int argc, char **argv)
     int black = 0;
     const MediaTime settled =
         clock.now() + std::chrono::seconds(2); // the first fade from black is over
+    HandOverRate handOvers;
     const QRect middle(size.width() / 2, size.height() / 2, 1, 1);
     QObject::connect(&window, &LayerWindow::presented, &window, [&](const QRegion &changed) {
-        if (clock.now() < settled || !changed.contains(middle))
+        if (clock.now() < settled)
+            return;
+        handOvers.presented(clock.now(), isHandingOver(view));
+        if (!changed.contains(middle))
             return; // the caption's fade is no new picture
         if (last.count() > 0)
             intervals.push_back(seconds(clock.now() - last));
@@ -115,5 +161,6 @@ int main(int argc, char **argv)
     QTimer::singleShot(std::chrono::seconds(args[1].toInt()), &application, &QGuiApplication::quit);
     QGuiApplication::exec();
     report(std::move(intervals), black);
+    handOvers.report();
     return 0;
 }

@@ -36,7 +36,10 @@ public:
         return isValid() && kind == QAccessible::Name ? m_chrome.accessibilityLabel() : QString();
     }
     void setText(QAccessible::Text /*kind*/, const QString & /*text*/) override {}
-    QRect rect() const override { return m_window ? m_window->onDisplay(m_chrome.frame()) : QRect(); }
+    QRect rect() const override
+    {
+        return m_window ? m_window->onDisplay(m_chrome.frame()) : QRect();
+    }
     QAccessible::Role role() const override
     {
         return isValid() ? m_chrome.accessibilityRole() : QAccessible::NoRole;

@@ -1,4 +1,5 @@
-// What a screen reader is told of a wall: a window, and the chrome that lies in it. Main thread only.
+// What a screen reader is told of a wall: a window, and the chrome that lies in it. Main thread
+// only.
 #pragma once
 
 class QAccessibleInterface;

@@ -80,6 +80,7 @@ public:
     [[nodiscard]] bool isArmedWaiting() const { return m_armedWaiting; }
     [[nodiscard]] bool coversAll() const { return m_coversAll; }
     [[nodiscard]] const std::vector<DeletedLater<WallWindow>> &windows() const { return m_windows; }
+    [[nodiscard]] const std::vector<DeletedLater<WallView>> &walls() const { return m_walls; }
     [[nodiscard]] const std::vector<CloseButton *> &closeButtons() const { return m_closeButtons; }
     [[nodiscard]] const std::vector<ModeBadge *> &badges() const { return m_badges; }
     [[nodiscard]] bool buttonsVisible() const { return m_buttonsVisible; }

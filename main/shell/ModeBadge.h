@@ -1,5 +1,5 @@
-// The round badge in the corner of a kiosk's wall: this screen is locked. It is for looking at alone;
-// presses go through it. Main thread only.
+// The round badge in the corner of a kiosk's wall: this screen is locked. It is for looking at
+// alone; presses go through it. Main thread only.
 #pragma once
 
 #include "shell/Chrome.h"

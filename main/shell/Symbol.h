@@ -8,8 +8,8 @@
 
 namespace corvella {
 
-// The symbol of this name as a filled outline for text of `size` points, its middle at the origin, y
-// downwards. None for a name that is not known.
+// The symbol of this name as a filled outline for text of `size` points, its middle at the origin,
+// y downwards. None for a name that is not known.
 [[nodiscard]] std::optional<QPainterPath> symbolPath(const QString &name, double size);
 
 } // namespace corvella

@@ -1,7 +1,10 @@
 #include "Wall/WallOverlays.h"
 
+#include "Wall/QrBox.h"
 #include "platform/layers/GradientLayer.h"
+#include "settings/Settings.h"
 #include "support/LayerTreeFixture.h"
+#include "support/StockedHome.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +93,93 @@ TEST_F(WallOverlaysTest, TheWaitingMessageIsThereAtOnceAndStays)
     EXPECT_EQ(scrimOpacity(), 1);
     pass(60s);
     EXPECT_EQ(captionOpacity(), 0.85);
+}
+
+const QString kSite = QStringLiteral("corvella.example");
+
+class Attribution : public test::LayerTreeFixture
+{
+protected:
+    Attribution()
+        : LayerTreeFixture({1920, 1080})
+    {
+        test::StockedHome::shared().clear(); // the link's host is a setting
+    }
+
+    static QJsonObject clip()
+    {
+        return entry(QStringLiteral("AIA 171"), QStringLiteral("2025-03-01T09:05:00Z"));
+    }
+};
+
+TEST_F(Attribution, IsThereFromTheStartAndTheCodeWithTheFirstClip)
+{
+    WallOverlays overlays(m_tree, kSite);
+    overlays.layout({1920, 1080});
+    EXPECT_EQ(overlays.attribution().text(), (AttributedText{kSite, 1.1, Qt::white}));
+    EXPECT_EQ(overlays.attribution().opacity(), 0.5);
+    EXPECT_EQ(overlays.qrBox().opacity(), 0);
+    overlays.showCaption(clip());
+    EXPECT_EQ(overlays.qrBox().opacity(), 0.88);
+    EXPECT_EQ(overlays.qrBox().code(),
+              qrCode("https://corvella.example/"
+                     "?utm_source=corvella&d=2025-03-01&t=09:05&wl=171"));
+    pass(1h);
+    EXPECT_EQ(overlays.qrBox().opacity(), 0.88);
+    EXPECT_EQ(overlays.attribution().opacity(), 0.5);
+}
+
+TEST_F(Attribution, TurnedOffShowsNeither)
+{
+    WallOverlays overlays(m_tree, std::nullopt);
+    overlays.layout({1920, 1080});
+    overlays.showCaption(clip());
+    EXPECT_EQ(overlays.attribution().opacity(), 0);
+    EXPECT_EQ(overlays.attribution().text().text, QString());
+    EXPECT_EQ(overlays.qrBox().opacity(), 0);
+}
+
+TEST_F(Attribution, TheCodeWaitsForItsPlace)
+{
+    WallOverlays overlays(m_tree, kSite);
+    overlays.showCaption(clip());
+    EXPECT_EQ(overlays.qrBox().opacity(), 0);
+    overlays.layout({1920, 1080});
+    EXPECT_EQ(overlays.qrBox().opacity(), 0.88);
+}
+
+TEST_F(Attribution, TheCodeFollowsTheClips)
+{
+    WallOverlays overlays(m_tree, kSite);
+    overlays.layout({1920, 1080});
+    overlays.showCaption(clip());
+    const QImage first = overlays.qrBox().code();
+    overlays.showCaption(entry(QStringLiteral("AIA 171"), QStringLiteral("2025-03-02T09:05:00Z")));
+    EXPECT_NE(overlays.qrBox().code(), first);
+}
+
+TEST_F(Attribution, ACodeThatCannotBeMadeLeavesTheOneBefore)
+{
+    WallOverlays overlays(m_tree, kSite);
+    overlays.layout({1920, 1080});
+    overlays.showCaption(clip());
+    const QImage before = overlays.qrBox().code();
+    Settings::d().setString(QStringLiteral("storeHost"), QStringLiteral("no host [at all"));
+    overlays.showCaption(clip());
+    EXPECT_EQ(overlays.qrBox().code(), before);
+    EXPECT_EQ(overlays.qrBox().opacity(), 0.88);
+}
+
+// Margins of 3 % of the height and 2.2 % of the width; the box of 10 % of the height ends at the
+// right one, 26 points above the lower one.
+TEST_F(Attribution, LiesAtTheLowerRight)
+{
+    WallOverlays overlays(m_tree, kSite);
+    overlays.layout({1000, 1000});
+    EXPECT_EQ(overlays.attribution().frame(), QRectF(578, 30, 400, 18));
+    EXPECT_EQ(overlays.qrBox().frame(), QRectF(878, 56, 100, 100));
+    overlays.layout({1000, 500});
+    EXPECT_EQ(overlays.qrBox().frame(), QRectF(906, 41, 72, 72)) << "never smaller";
 }
 
 struct Stamp

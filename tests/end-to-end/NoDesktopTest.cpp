@@ -72,5 +72,52 @@ TEST_F(NoDesktop, WallIsSeenFromAfar)
     }));
 }
 
+// There all input is the program's, and it tells idle time from it.
+class Alone : public NoDesktop
+{
+protected:
+    // Starts the program, with a screen of 800 x 450.
+    void start()
+    {
+        const quint16 port = test::freePort();
+        m_program.showOnPlatform(u"vnc:size=800x450:port=%1"_s.arg(port));
+        m_program.start();
+        m_viewer.emplace(port);
+    }
+
+    // The cross of the close button is white in the middle.
+    [[nodiscard]] bool isButtonThere()
+    {
+        const QImage picture = m_viewer->picture();
+        return !picture.isNull() && qGray(picture.pixel(740, 60)) > 250;
+    }
+
+    std::optional<test::RfbClient> m_viewer;
+};
+
+TEST_F(Alone, TheCloseButtonComesWithThePointerAndGoesWithoutIt)
+{
+    start();
+    ASSERT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode wall"_s));
+    EXPECT_TRUE(becomes([this] { return !isButtonThere(); }));
+    EXPECT_TRUE(becomes([this] {
+        m_viewer->movePointer({100, 100});
+        m_viewer->movePointer({120, 120});
+        return isButtonThere();
+    }));
+    EXPECT_TRUE(becomes([this] { return !isButtonThere(); }));
+}
+
+TEST_F(Alone, TheSaverComesAndAnyKeyEndsIt)
+{
+    m_program.configure(
+        {{u"mode"_s, u"saver"_s}, {u"idleMinutes"_s, 0.01}, {u"lockOnDismiss"_s, false}});
+    start();
+    ASSERT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode saver"_s));
+    m_viewer->press(' ');
+    EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode saver"_s, 2))
+        << "it comes again";
+}
+
 } // namespace
 } // namespace corvella

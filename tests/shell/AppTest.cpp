@@ -1,11 +1,4 @@
-#include "shell/App.h"
-
-#include "Preferences/Preferences.h"
-#include "settings/Settings.h"
-#include "support/CapturedLog.h"
-#include "support/ManualMediaClock.h"
-#include "support/OffscreenScreens.h"
-#include "support/StockedHome.h"
+#include "shell/AppFixture.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -15,81 +8,10 @@
 namespace corvella {
 namespace {
 
-class FakeIdleClock final : public IdleClock
-{
-public:
-    double secondsIdle() override { return seconds; }
-    double seconds = 0;
-};
-
-class RecordedPresentation final : public Presentation
-{
-public:
-    void setState(State newState) override { state = newState; }
-    void setWalls(const QList<QWindow *> &newWalls) override { walls = newWalls; }
-    State state = State::ordinary;
-    QList<QWindow *> walls;
-};
-
 using namespace std::chrono_literals;
-
-const test::OffscreenScreen kLeft{QStringLiteral("Left"), {0, 0, 1280, 720}};
-const test::OffscreenScreen kRight{QStringLiteral("Right"), {1280, 0, 800, 600}, 2};
-
-// With two screens, the right one of two pixels a point.
-class AppTest : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        m_home.clear();
-        test::setOffscreenScreens({kLeft, kRight});
-        Settings::setOffline(true);
-        m_log.emplace();
-        m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_presentation, m_clock,
-                                        RendererKind::raster});
-    }
-
-    void TearDown() override
-    {
-        m_app.reset();
-        Preferences::shared().setWallControls(nullptr);
-        Preferences::shared().hide();
-        m_log.reset();
-    }
-
-    void configure(Mode mode, const QStringList &products = {QStringLiteral("all")})
-    {
-        Settings::setMode(mode);
-        Settings::setProducts(products);
-        Settings::setConfigured(true);
-    }
-
-    void launch(const QStringList &args = {})
-    {
-        m_app->applicationDidFinishLaunching(CommandLine::parse(args));
-    }
-
-    void tickAfterIdle(double seconds)
-    {
-        m_idleClock.seconds = seconds;
-        m_app->tick();
-    }
-
-    bool logged(const char *message) { return m_log->contains(QString::fromUtf8(message)); }
-
-    QStringList logged(const QString &part) { return m_log->messages().filter(part); }
-
-    static bool settingsOpen() { return Preferences::shared().isVisible(); }
-
-    const test::StockedHome &m_home = test::StockedHome::shared();
-    Screens m_screens;
-    FakeIdleClock m_idleClock;
-    RecordedPresentation m_presentation;
-    test::ManualMediaClock m_clock;
-    std::optional<test::CapturedLog> m_log;
-    std::optional<App> m_app;
-};
+using AppTest = test::AppFixture;
+using test::kLeft;
+using test::kRight;
 
 TEST_F(AppTest, AFreshInstallationOpensTheSettingsAndShowsNoWall)
 {

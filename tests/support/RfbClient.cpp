@@ -3,6 +3,8 @@
 #include "support/Loopback.h"
 #include "support/Waiting.h"
 
+#include <QDataStream>
+#include <QIODevice>
 #include <QtEndian>
 
 #include <gtest/gtest.h>
@@ -119,6 +121,24 @@ bool RfbClient::readRectangle(QImage &image)
         std::copy(pixels.begin(), pixels.end(), image.scanLine(line) + qsizetype(x) * 4);
     }
     return true;
+}
+
+void RfbClient::movePointer(QPoint to)
+{
+    QByteArray message;
+    QDataStream stream(&message, QIODevice::WriteOnly);
+    stream << quint8(5) << quint8(0) << static_cast<quint16>(to.x())
+           << static_cast<quint16>(to.y());
+    send(message);
+}
+
+void RfbClient::press(quint32 key)
+{
+    QByteArray message;
+    QDataStream stream(&message, QIODevice::WriteOnly);
+    for (const bool down : {true, false})
+        stream << quint8(4) << quint8(down ? 1 : 0) << quint16(0) << key;
+    send(message);
 }
 
 void RfbClient::send(const QByteArray &bytes)

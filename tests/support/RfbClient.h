@@ -1,5 +1,5 @@
 // A minimal client of the remote framebuffer protocol, as VNC servers speak it
-// (https://www.rfc-editor.org/rfc/rfc6143): looks at the picture, sends no input. Main thread only.
+// (https://www.rfc-editor.org/rfc/rfc6143): looks at the picture and sends input. Main thread only.
 #pragma once
 
 #include <QByteArray>
@@ -21,6 +21,10 @@ public:
 
     // The whole screen as it is now; null when the server does not answer as it should.
     [[nodiscard]] QImage picture();
+
+    void movePointer(QPoint to);
+    // Presses and lets go of a key, by its X keysym.
+    void press(quint32 key);
 
 private:
     [[nodiscard]] bool connectTo(quint16 port);

@@ -25,6 +25,8 @@ std::unique_ptr<IdleClock> IdleClock::create()
     if (wayland::isWaylandSession())
         clock = createIdleClockWayland();
     if (!clock)
+        clock = createIdleClockAlone();
+    if (!clock)
         clock = createIdleClockMutter();
     if (clock)
         return clock;

@@ -27,4 +27,8 @@ public:
 // the log, for as long as the compositor does not. Null where there is no session bus.
 [[nodiscard]] std::unique_ptr<IdleClock> createIdleClockMutter();
 
+// What reaches this program, counted from its start: where no desktop is, all input does. Null
+// where one is.
+[[nodiscard]] std::unique_ptr<IdleClock> createIdleClockAlone();
+
 } // namespace corvella

@@ -1,12 +1,15 @@
 #include "platform/layers/TextLayer.h"
 
 #include "platform/layers/LayerTree.h"
-#include "support/ManualMediaClock.h"
+#include "support/LayerTreeFixture.h"
 
 #include <gtest/gtest.h>
 
 namespace corvella {
 namespace {
+
+using test::ManualMediaClock;
+using test::painted;
 
 // The columns between the first and the last that hold ink.
 struct Ink
@@ -95,6 +98,21 @@ TEST(TextLayer, AShadowLiesBeneathTheText)
         }
     }
     EXPECT_GT(darkPixels, 50);
+}
+
+// At a fractional scale hardly any layer begins on a whole pixel.
+TEST(TextLayer, IsAsSharpBetweenPixelsAsOnThem)
+{
+    const ManualMediaClock clock;
+    const auto shown = [&clock](double x, double y) {
+        LayerTree tree({200, 40}, 1.25, RendererKind::raster, clock);
+        auto *const layer = tree.root().addSublayer(std::make_unique<TextLayer>());
+        layer->setFont(QFont(), 15);
+        layer->setText({QStringLiteral("Sun"), 1.1});
+        layer->setFrame({x, y, 120, 20});
+        return painted(tree);
+    };
+    EXPECT_EQ(shown(20.2, 8.2), shown(20, 8));
 }
 
 } // namespace
