@@ -23,7 +23,7 @@ constexpr std::chrono::seconds kSilence{2};
 bool saysThatNobodyIsThere(const QDBusMessage &answer)
 {
     const QDBusError::ErrorType type = QDBusError(answer).type();
-    return type == QDBusError::ServiceUnknown || type == QDBusError::Disconnected
+    return type == QDBusError::ServiceUnknown
         || answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
 }
 
@@ -46,6 +46,8 @@ DBusInhibition::~DBusInhibition()
 
 void DBusInhibition::ask()
 {
+    if (!m_service.bus.isConnected())
+        return; // Qt would never call back
     setState(State::asked);
     QDBusMessage message = QDBusMessage::createMethodCall(
         m_service.name, m_service.path, m_service.interface, QStringLiteral("Inhibit"));
