@@ -7,7 +7,7 @@
 #include <QWindow>
 
 #define namespace namespace_ // the name of an argument there
-#include "wlr-layer-shell-unstable-v1-client.h"
+#include <wlr-layer-shell-unstable-v1-client.h>
 #undef namespace
 
 #include <wayland-client.h>

@@ -1,7 +1,7 @@
 #include "platform/session/InputLock.h"
 #include "platform/session/WaylandGlobals.h"
 
-#include "keyboard-shortcuts-inhibit-unstable-v1-client.h"
+#include <keyboard-shortcuts-inhibit-unstable-v1-client.h>
 
 #include <QTimer>
 #include <QWindow>
