@@ -134,6 +134,17 @@ TEST_F(SwayKiosk, CoversAnOutputThatIsAddedAndStaysLocked)
     EXPECT_FALSE(heeded(u"key"_s));
 }
 
+TEST_F(SwayKiosk, StaysLockedWhileItsWallsAreBuiltAnew)
+{
+    startLocked();
+    m_sway.change(1, QSize(400, 300), 1);
+    m_sway.hammer(u"F2"_s, u"alt"_s, 200);
+    EXPECT_TRUE(m_program.logs(u"display layout changed (2 -> 2)"_s));
+    m_sway.typeKey(u"q"_s, kChordModifiers);
+    EXPECT_TRUE(becomes([this] { return !isCovered(0, kLeft.size()); }));
+    EXPECT_FALSE(heeded(u"key"_s));
+}
+
 class SwayWall : public SwayKiosk
 {
 protected:

@@ -144,6 +144,14 @@ void HeadlessSway::typeKey(const QString &key, const QStringList &modifiers) con
     runHere(QStringLiteral("wtype"), words << QStringLiteral("-s") << aMoment);
 }
 
+void HeadlessSway::hammer(const QString &key, const QString &modifier, int times) const
+{
+    QStringList words{QStringLiteral("-s"), QStringLiteral("200"), QStringLiteral("-M"), modifier};
+    for (int i = 0; i < times; ++i)
+        words << QStringLiteral("-k") << key << QStringLiteral("-s") << QStringLiteral("10");
+    runHere(QStringLiteral("wtype"), words);
+}
+
 QImage HeadlessSway::picture(int output) const
 {
     return QImage::fromData(runHere(QStringLiteral("grim"),

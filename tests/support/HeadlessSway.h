@@ -39,6 +39,8 @@ public:
     // Types a key of a keyboard that is plugged in for it, with these modifiers held down: "ctrl",
     // "alt", "logo", "shift".
     void typeKey(const QString &key, const QStringList &modifiers = {}) const;
+    // The same key again and again, a hundred times a second.
+    void hammer(const QString &key, const QString &modifier, int times) const;
     // Has the compositor do something, in the words of its configuration; what it answers.
     QByteArray tell(const QStringList &words) const;
     // A folder that the compositor may write to.
