@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <pwd.h>
 #include <unistd.h>
 
 namespace corvella::test {
@@ -19,12 +18,13 @@ bool isRoot()
     return ::geteuid() == 0;
 }
 
-// Lets the ordinary user have a file or folder; root keeps access to it anyway.
-void handOver(const QString &path)
+// Lets the ordinary user have a folder and all that is in it; root keeps access to it anyway.
+void handOver(const QString &folder)
 {
-    const passwd *const user = ::getpwnam(kOrdinaryUser);
-    ASSERT_TRUE(user);
-    ASSERT_EQ(::chown(QFile::encodeName(path).constData(), user->pw_uid, user->pw_gid), 0);
+    run({QStringLiteral("chown"),
+         {QStringLiteral("--recursive"), QString::fromLatin1(kOrdinaryUser), folder},
+         bareEnvironment(),
+         {}});
 }
 
 QString nameOf(int output)
@@ -34,16 +34,20 @@ QString nameOf(int output)
 
 } // namespace
 
-HeadlessSway::HeadlessSway(const QList<QRect> &outputs)
+HeadlessSway::HeadlessSway(const QList<QRect> &outputs, const QString &configuration)
 {
-    writeConfiguration(outputs);
-    if (isRoot()) {
-        handOver(m_folder.path());
-        handOver(configurationFile());
-    }
-    m_compositor = std::make_unique<ChildProcess>(command(outputs.size()));
-    EXPECT_TRUE(becomes([this] { return findSocket(); }))
-        << "sway does not start: " << m_compositor->errors().toStdString();
+    writeConfiguration(outputs, configuration);
+    QProcessEnvironment environment = bareEnvironment();
+    environment.insert(QStringLiteral("HOME"), m_folder.path());
+    start(configurationFile(), outputs.size(), environment);
+}
+
+HeadlessSway::HeadlessSway(const QString &configurationFile, int outputs,
+                           const QProcessEnvironment &environment)
+{
+    if (isRoot())
+        handOver(environment.value(QStringLiteral("HOME")));
+    start(configurationFile, outputs, environment);
 }
 
 QString HeadlessSway::configurationFile() const
@@ -51,7 +55,7 @@ QString HeadlessSway::configurationFile() const
     return m_folder.filePath(QStringLiteral("config"));
 }
 
-void HeadlessSway::writeConfiguration(const QList<QRect> &outputs)
+void HeadlessSway::writeConfiguration(const QList<QRect> &outputs, const QString &more)
 {
     QFile file(configurationFile());
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -62,17 +66,19 @@ void HeadlessSway::writeConfiguration(const QList<QRect> &outputs)
         text << "output " << nameOf(i) << " resolution " << frame.width() << 'x' << frame.height()
              << " position " << frame.x() << ' ' << frame.y() << '\n';
     }
+    text << more;
 }
 
-Command HeadlessSway::command(qsizetype outputs) const
+void HeadlessSway::start(const QString &configurationFile, qsizetype outputs,
+                         QProcessEnvironment environment)
 {
-    QProcessEnvironment environment = bareEnvironment();
+    if (isRoot())
+        handOver(m_folder.path());
     const struct
     {
         const char *name;
         QString value;
     } variables[] = {
-        {"HOME", m_folder.path()},
         {"XDG_RUNTIME_DIR", m_folder.path()},
         {"WLR_BACKENDS", QStringLiteral("headless")},
         {"WLR_HEADLESS_OUTPUTS", QString::number(outputs)},
@@ -82,7 +88,7 @@ Command HeadlessSway::command(qsizetype outputs) const
     for (const auto &variable : variables)
         environment.insert(QString::fromLatin1(variable.name), variable.value);
 
-    QStringList words{QStringLiteral("sway"), QStringLiteral("-c"), configurationFile()};
+    QStringList words{QStringLiteral("sway"), QStringLiteral("-c"), configurationFile};
     if (isRoot()) {
         const QString user = QString::fromLatin1(kOrdinaryUser);
         // The change of user would undo that the compositor ends with the test.
@@ -96,7 +102,10 @@ Command HeadlessSway::command(qsizetype outputs) const
                             QStringLiteral("KILL")}
             + words;
     }
-    return {words.first(), words.mid(1), environment, {}};
+    m_compositor =
+        std::make_unique<ChildProcess>(Command{words.first(), words.mid(1), environment, {}});
+    EXPECT_TRUE(becomes([this] { return findSocket(); }))
+        << "sway does not start: " << m_compositor->errors().toStdString();
 }
 
 bool HeadlessSway::findSocket()
@@ -122,13 +131,25 @@ QByteArray HeadlessSway::runHere(const QString &program, const QStringList &argu
     return run(commandHere(program, arguments));
 }
 
-void HeadlessSway::typeKey(const QString &key) const
+void HeadlessSway::typeKey(const QString &key, const QStringList &modifiers) const
 {
     // A key that comes together with its keyboard is lost.
     const QString aMoment = QStringLiteral("200");
-    runHere(
-        QStringLiteral("wtype"),
-        {QStringLiteral("-s"), aMoment, QStringLiteral("-k"), key, QStringLiteral("-s"), aMoment});
+    QStringList words{QStringLiteral("-s"), aMoment};
+    for (const QString &modifier : modifiers)
+        words << QStringLiteral("-M") << modifier;
+    words << QStringLiteral("-k") << key;
+    for (const QString &modifier : modifiers)
+        words << QStringLiteral("-m") << modifier;
+    runHere(QStringLiteral("wtype"), words << QStringLiteral("-s") << aMoment);
+}
+
+void HeadlessSway::hammer(const QString &key, const QString &modifier, int times) const
+{
+    QStringList words{QStringLiteral("-s"), QStringLiteral("200"), QStringLiteral("-M"), modifier};
+    for (int i = 0; i < times; ++i)
+        words << QStringLiteral("-k") << key << QStringLiteral("-s") << QStringLiteral("10");
+    runHere(QStringLiteral("wtype"), words);
 }
 
 QImage HeadlessSway::picture(int output) const
@@ -138,16 +159,21 @@ QImage HeadlessSway::picture(int output) const
                                      QStringLiteral("ppm"), QStringLiteral("-")}));
 }
 
-void HeadlessSway::change(int output, QSize resolution, int scale) const
+QByteArray HeadlessSway::tell(const QStringList &words) const
 {
     const QStringList control =
         QDir(m_folder.path()).entryList({QStringLiteral("sway-ipc.*")}, QDir::System);
-    ASSERT_EQ(control.size(), 1);
+    EXPECT_EQ(control.size(), 1);
+    return runHere(QStringLiteral("swaymsg"),
+                   QStringList{QStringLiteral("--socket"), m_folder.filePath(control.value(0))}
+                       + words);
+}
+
+void HeadlessSway::change(int output, QSize resolution, int scale) const
+{
     const QString mode = QStringLiteral("%1x%2").arg(resolution.width()).arg(resolution.height());
-    runHere(QStringLiteral("swaymsg"),
-            {QStringLiteral("--socket"), m_folder.filePath(control.first()), QStringLiteral("--"),
-             QStringLiteral("output"), nameOf(output), QStringLiteral("mode"),
-             QStringLiteral("--custom"), mode, QStringLiteral("scale"), QString::number(scale)});
+    tell({QStringLiteral("--"), QStringLiteral("output"), nameOf(output), QStringLiteral("mode"),
+          QStringLiteral("--custom"), mode, QStringLiteral("scale"), QString::number(scale)});
 }
 
 } // namespace corvella::test

@@ -16,8 +16,17 @@ namespace corvella::test {
 class HeadlessSway
 {
 public:
-    // With one output per frame, in pixels. Fails the test when it does not start.
-    explicit HeadlessSway(const QList<QRect> &outputs);
+    // With one output per frame, in pixels, and these lines of configuration besides. Fails the
+    // test when it does not start.
+    explicit HeadlessSway(const QList<QRect> &outputs, const QString &configuration = {});
+
+    // As a session of its own: with exactly this configuration file, this many outputs of 1280 x
+    // 720 pixels, and this environment, in which it starts programs. Their home is handed over to
+    // the user that it runs as.
+    HeadlessSway(const QString &configurationFile, int outputs,
+                 const QProcessEnvironment &environment);
+
+    [[nodiscard]] ChildProcess &compositor() { return *m_compositor; }
 
     // What a program needs to be shown here.
     [[nodiscard]] QString runtimeFolder() const { return m_folder.path(); }
@@ -27,16 +36,24 @@ public:
     [[nodiscard]] QImage picture(int output) const;
     // A command for a program of this compositor.
     [[nodiscard]] Command commandHere(const QString &program, const QStringList &arguments) const;
-    // Types a key of a keyboard that is plugged in for it.
-    void typeKey(const QString &key) const;
+    // Types a key of a keyboard that is plugged in for it, with these modifiers held down: "ctrl",
+    // "alt", "logo", "shift".
+    void typeKey(const QString &key, const QStringList &modifiers = {}) const;
+    // The same key again and again, a hundred times a second.
+    void hammer(const QString &key, const QString &modifier, int times) const;
+    // Has the compositor do something, in the words of its configuration; what it answers.
+    QByteArray tell(const QStringList &words) const;
+    // A folder that the compositor may write to.
+    [[nodiscard]] QString folder() const { return m_folder.path(); }
     // Gives an output another resolution in pixels and another scale, in one change.
     void change(int output, QSize resolution, int scale) const;
     // The compositor goes away under everything that it shows.
     void stop() { m_compositor.reset(); }
 
 private:
-    void writeConfiguration(const QList<QRect> &outputs);
-    [[nodiscard]] Command command(qsizetype outputs) const;
+    void writeConfiguration(const QList<QRect> &outputs, const QString &more);
+    void start(const QString &configurationFile, qsizetype outputs,
+               QProcessEnvironment environment);
     [[nodiscard]] bool findSocket();
     // Runs a program of this compositor; what it wrote.
     QByteArray runHere(const QString &program, const QStringList &arguments) const;

@@ -14,6 +14,9 @@ enum class PointerInput { accepted, passedThrough };
 // Whether the keys go to the window as soon as it is up, or when somebody chooses it.
 enum class KeyInput { atOnce, whenChosen };
 
+// A single pixel in a corner is for a window that is there for the keys.
+enum class Coverage { wholeScreen, onePixel };
+
 class FullScreenPlacement
 {
 public:
@@ -41,7 +44,8 @@ public:
                                                                       PointerInput pointer);
 // Above all windows, where the compositor has a place for such surfaces; else null.
 [[nodiscard]] std::unique_ptr<FullScreenPlacement>
-createPlacementAboveAll(QWindow &window, PointerInput pointer, KeyInput keys);
+createPlacementAboveAll(QWindow &window, PointerInput pointer, KeyInput keys,
+                        Coverage coverage = Coverage::wholeScreen);
 // As any window that fills its screen.
 [[nodiscard]] std::unique_ptr<FullScreenPlacement> createPlacementWayland(QWindow &window,
                                                                           PointerInput pointer);

@@ -2,11 +2,12 @@
 #include "platform/session/Screens.h"
 #include "platform/session/WaylandGlobals.h"
 
+#include <QEvent>
 #include <QScreen>
 #include <QWindow>
 
 #define namespace namespace_ // the name of an argument there
-#include "wlr-layer-shell-unstable-v1-client.h"
+#include <wlr-layer-shell-unstable-v1-client.h>
 #undef namespace
 
 #include <wayland-client.h>
@@ -60,13 +61,17 @@ private:
 class PlacementAboveAll final : public QObject, public FullScreenPlacement
 {
 public:
-    PlacementAboveAll(QWindow &window, PointerInput pointer, KeyInput keys)
+    PlacementAboveAll(QWindow &window, PointerInput pointer, KeyInput keys, Coverage coverage)
         : m_window(window)
         , m_pointer(pointer)
         , m_keys(keys)
+        , m_coverage(coverage)
     {
         m_window.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
         m_window.setGeometry(frameOf(*m_window.screen()));
+        if (m_coverage == Coverage::onePixel)
+            m_window.resize(1, 1);
+        m_window.installEventFilter(this);
         // Said before the surface goes, with which its layer must not be left behind.
         connect(&m_window, &QWindow::visibleChanged, this, [this](bool isVisible) {
             if (!isVisible)
@@ -96,9 +101,14 @@ public:
             },
         };
         zwlr_layer_surface_v1_add_listener(m_layer.get(), &listener, this);
-        zwlr_layer_surface_v1_set_anchor(m_layer.get(), kEdges);
+        if (m_coverage == Coverage::wholeScreen)
+            zwlr_layer_surface_v1_set_anchor(m_layer.get(), kEdges);
+        else
+            setOnePixel();
         zwlr_layer_surface_v1_set_exclusive_zone(m_layer.get(), -1); // over panels, too
-        zwlr_layer_surface_v1_set_keyboard_interactivity(m_layer.get(), interactivity());
+        if (m_keys == KeyInput::atOnce)
+            zwlr_layer_surface_v1_set_keyboard_interactivity(
+                m_layer.get(), ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE);
         if (m_pointer == PointerInput::passedThrough)
             passPointerThrough(surface);
         wl_surface_commit(surface);
@@ -107,13 +117,29 @@ public:
 private:
     using Shell = wayland::Owned<zwlr_layer_shell_v1, zwlr_layer_shell_v1_destroy>;
 
-    [[nodiscard]] uint32_t interactivity() const
+    // Some compositors give the keys to whatever takes them as soon as it is up. So a wall that
+    // waits to be chosen takes them from when the pointer comes, before the click.
+    bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (m_keys == KeyInput::atOnce)
-            return ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE;
-        return zwlr_layer_surface_v1_get_version(m_layer.get()) >= kOnDemandVersion
-            ? ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND
-            : ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE;
+        if (event->type() == QEvent::Enter && m_layer && m_keys == KeyInput::whenChosen)
+            offerToTakeKeys();
+        return QObject::eventFilter(watched, event);
+    }
+
+    void setOnePixel()
+    {
+        zwlr_layer_surface_v1_set_anchor(
+            m_layer.get(), ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT);
+        zwlr_layer_surface_v1_set_size(m_layer.get(), 1, 1);
+    }
+
+    void offerToTakeKeys()
+    {
+        if (zwlr_layer_surface_v1_get_version(m_layer.get()) < kOnDemandVersion)
+            return;
+        zwlr_layer_surface_v1_set_keyboard_interactivity(
+            m_layer.get(), ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND);
+        wl_surface_commit(wayland::surfaceOf(m_window));
     }
 
     // A picture before the first of these would be an error.
@@ -135,17 +161,18 @@ private:
     QWindow &m_window;
     const PointerInput m_pointer;
     const KeyInput m_keys;
+    const Coverage m_coverage;
     wayland::Owned<zwlr_layer_surface_v1, zwlr_layer_surface_v1_destroy> m_layer; // while it is up
 };
 
 } // namespace
 
 std::unique_ptr<FullScreenPlacement> createPlacementAboveAll(QWindow &window, PointerInput pointer,
-                                                             KeyInput keys)
+                                                             KeyInput keys, Coverage coverage)
 {
     if (wayland::offeredVersion(zwlr_layer_shell_v1_interface) < kOldestVersion)
         return nullptr;
-    return std::make_unique<PlacementAboveAll>(window, pointer, keys);
+    return std::make_unique<PlacementAboveAll>(window, pointer, keys, coverage);
 }
 
 std::unique_ptr<FullScreenPlacement> createPlacementWayland(QWindow &window, PointerInput pointer)

@@ -63,7 +63,6 @@ bool isFailure(const QDBusMessage &answer)
     case QDBusError::UnknownObject:
     case QDBusError::UnknownInterface:
     case QDBusError::UnknownMethod:
-    case QDBusError::Disconnected:
         return false;
     default:
         return answer.errorName() != QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
@@ -97,13 +96,13 @@ void SessionLock::begin()
 
 void SessionLock::askDesktop(size_t index)
 {
-    if (index == kLockers.size())
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (index == kLockers.size() || !bus.isConnected())
         return askLogind();
     const Locker &locker = kLockers[index];
     QDBusMessage lock = messageTo(locker, "Lock");
     if (locker.takesText)
         lock << QString();
-    const QDBusConnection bus = QDBusConnection::sessionBus();
     ask(bus, lock, [this, bus, index, &locker](const QDBusMessage &answer) {
         if (!isError(answer)) {
             m_switchesDisplaysOff = locker.switchesDisplaysOff;
@@ -120,13 +119,12 @@ void SessionLock::askLogind()
 {
     // It only passes the wish on, and says nothing of whether anybody heeds it.
     const QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected())
+        return finishUnlocked(bus.lastError().message());
     ask(bus, messageToLogind("org.freedesktop.login1.Session", "Lock"),
         [this, bus](const QDBusMessage &answer) {
-            if (isError(answer)) {
-                log(QStringLiteral("session lock: nothing here locks (%1)")
-                        .arg(answer.errorMessage()));
-                return finish();
-            }
+            if (isError(answer))
+                return finishUnlocked(answer.errorMessage());
             QDBusMessage isLocked = messageToLogind("org.freedesktop.DBus.Properties", "Get");
             isLocked << QStringLiteral("org.freedesktop.login1.Session")
                      << QStringLiteral("LockedHint");
@@ -151,6 +149,12 @@ void SessionLock::finish()
 {
     m_patience.stop();
     Q_EMIT finished();
+}
+
+void SessionLock::finishUnlocked(const QString &reason)
+{
+    log(QStringLiteral("session lock: nothing here locks (%1)").arg(reason));
+    finish();
 }
 
 void SessionLock::giveUp()

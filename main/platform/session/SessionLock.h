@@ -18,7 +18,7 @@ class SessionLock : public QObject
 public:
     SessionLock();
 
-    // Asks the locker. Not to be called again before `finished`.
+    // Asks the locker. Not to be called again before `finished`, which may come before it returns.
     void begin();
 
     [[nodiscard]] bool isLocking() const { return m_patience.isActive(); }
@@ -34,6 +34,7 @@ private:
     void askLogind();
     void awaitLock(const QDBusConnection &bus, const QDBusMessage &isLocked);
     void finish();
+    void finishUnlocked(const QString &reason);
     void giveUp();
     // Calls back unless all is over before the answer comes.
     void ask(const QDBusConnection &bus, QDBusMessage question,

@@ -1,0 +1,172 @@
+// What a locked session holds back, asked of stand-ins on real buses. Keys and clicks are the
+// display server's matter; here is none.
+#include "platform/session/Presentation.h"
+#include "support/CapturedLog.h"
+#include "support/StandInService.h"
+#include "support/TestBuses.h"
+
+#include <QDBusUnixFileDescriptor>
+
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+using Call = test::StandInService::Call;
+using Error = test::StandInService::Error;
+using Silence = test::StandInService::Silence;
+using State = Presentation::State;
+
+const QString kReason = u"A kiosk shows the Sun"_s;
+const QString kProgram = u"space.tarrow.corvella"_s;
+const QString kLogind = u"org.freedesktop.login1"_s;
+const QString kSessionManager = u"org.gnome.SessionManager"_s;
+const QString kNotifications = u"org.freedesktop.Notifications"_s;
+const QString kInhibit = u"Inhibit"_s;
+const QString kMachineIsFree = u"kiosk: power keys, shutdown and sleep are not held back"_s;
+
+class PresentationTest : public testing::Test
+{
+protected:
+    [[nodiscard]] std::unique_ptr<test::StandInService> onSessionBus(const QString &name,
+                                                                     uint cookie)
+    {
+        auto service = std::make_unique<test::StandInService>(m_buses.session.address(), name);
+        service->setAnswer(kInhibit, QVariantList{cookie});
+        return service;
+    }
+    void lock() { m_presentation->setState(State::locked); }
+
+    [[nodiscard]] static bool gets(const test::StandInService &service, const QString &method)
+    {
+        return becomes([&] { return !service.calls(method).isEmpty(); });
+    }
+
+    test::TestBuses m_buses;
+    test::CapturedLog m_log;
+    const std::unique_ptr<Presentation> m_presentation = Presentation::create();
+};
+
+TEST_F(PresentationTest, HoldsPowerKeysShutdownAndSleepBackWhileLocked)
+{
+    test::StandInService logind(m_buses.system.address(), kLogind);
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    logind.setAnswer(kInhibit, QVariantList{QVariant::fromValue(QDBusUnixFileDescriptor(ends[1]))});
+    ::close(ends[1]);
+    lock();
+    ASSERT_TRUE(gets(logind, kInhibit));
+    const Call inhibit{u"/org/freedesktop/login1"_s,
+                       u"org.freedesktop.login1.Manager"_s,
+                       kInhibit,
+                       {u"shutdown:sleep:idle:handle-power-key:handle-suspend-key:"
+                        u"handle-hibernate-key:handle-lid-switch:handle-reboot-key"_s,
+                        u"Corvella"_s, kReason, u"block"_s}};
+    EXPECT_EQ(logind.calls(), QList{inhibit});
+    logind.setAnswer(kInhibit, Silence{}); // lets go of its own end
+    const auto isOpen = [&ends] {
+        pollfd end{ends[0], POLLIN, 0};
+        return ::poll(&end, 1, 0) == 0;
+    };
+    EXPECT_TRUE(isOpen());
+    m_presentation->setState(State::ordinary);
+    EXPECT_TRUE(becomes([&] { return !isOpen(); }));
+    ::close(ends[0]);
+    EXPECT_FALSE(m_log.contains(kMachineIsFree));
+}
+
+TEST_F(PresentationTest, KeepsTheSessionFromEndingWhileLocked)
+{
+    const auto service = onSessionBus(kSessionManager, 7);
+    lock();
+    ASSERT_TRUE(gets(*service, kInhibit));
+    const Call inhibit{u"/org/gnome/SessionManager"_s,
+                       kSessionManager,
+                       kInhibit,
+                       {kProgram, 0U, kReason, 1U | 2U | 4U}};
+    EXPECT_EQ(service->calls(), QList{inhibit});
+    m_presentation->setState(State::ordinary);
+    ASSERT_TRUE(gets(*service, u"Uninhibit"_s));
+    EXPECT_EQ(service->calls().last().arguments, QVariantList{7U});
+}
+
+TEST_F(PresentationTest, KeepsNotificationsOffWhileLocked)
+{
+    const auto service = onSessionBus(kNotifications, 9);
+    lock();
+    ASSERT_TRUE(gets(*service, kInhibit));
+    EXPECT_EQ(service->calls().first().path, u"/org/freedesktop/Notifications"_s);
+    const QVariantList program{kProgram, kReason};
+    EXPECT_EQ(service->calls().first().arguments.first(2), program);
+    m_presentation->setState(State::ordinary);
+    ASSERT_TRUE(gets(*service, u"UnInhibit"_s));
+    EXPECT_EQ(service->calls().last().arguments, QVariantList{9U});
+}
+
+TEST_F(PresentationTest, SaysNothingOfNotificationsThatCannotBeKeptOff)
+{
+    test::StandInService service(m_buses.session.address(), kNotifications); // knows no Inhibit
+    lock();
+    ASSERT_TRUE(gets(service, kInhibit));
+    ASSERT_TRUE(becomes([this] { return m_log.contains(kMachineIsFree); }));
+    EXPECT_TRUE(m_log.messages().filter(u"otifications"_s).isEmpty());
+}
+
+TEST_F(PresentationTest, AsksAServiceAgainThatWasRestarted)
+{
+    auto service = onSessionBus(kSessionManager, 7);
+    lock();
+    ASSERT_TRUE(gets(*service, kInhibit));
+    service.reset();
+    service = onSessionBus(kSessionManager, 8);
+    ASSERT_TRUE(gets(*service, kInhibit));
+    m_presentation->setState(State::ordinary);
+    ASSERT_TRUE(gets(*service, u"Uninhibit"_s));
+    EXPECT_EQ(service->calls().last().arguments, QVariantList{8U});
+}
+
+TEST_F(PresentationTest, SaysOnceThatNobodyHoldsTheMachineBack)
+{
+    lock();
+    EXPECT_TRUE(becomes([this] { return m_log.contains(kMachineIsFree); }));
+    EXPECT_EQ(m_log.messages().count(kMachineIsFree), 1);
+}
+
+TEST_F(PresentationTest, SaysWhyTheMachineIsNotHeldBack)
+{
+    test::StandInService logind(m_buses.system.address(), kLogind);
+    logind.setAnswer(kInhibit, Error{u"org.freedesktop.DBus.Error.AccessDenied"_s, u"remote"_s});
+    lock();
+    EXPECT_TRUE(becomes([this] { return m_log.contains(kMachineIsFree); }));
+    EXPECT_TRUE(m_log.contains(u"org.freedesktop.login1 refuses to inhibit: remote"_s));
+}
+
+TEST_F(PresentationTest, SaysWhereInputCannotBeLocked)
+{
+    lock();
+    EXPECT_TRUE(becomes([this] {
+        return m_log.contains(
+            u"kiosk: not locked: nothing here keeps keys and clicks from other programs"_s);
+    }));
+    EXPECT_FALSE(m_log.contains(u"kiosk: locked"_s));
+}
+
+TEST_F(PresentationTest, HoldsNothingBackForAWall)
+{
+    const auto service = onSessionBus(kSessionManager, 7);
+    m_presentation->setState(State::immersive);
+    m_presentation->setState(State::ordinary);
+    lock();
+    ASSERT_TRUE(gets(*service, kInhibit));
+    m_presentation->setState(State::ordinary);
+    ASSERT_TRUE(gets(*service, u"Uninhibit"_s));
+    EXPECT_EQ(service->calls().size(), 2); // those of the lock
+}
+
+} // namespace
+} // namespace corvella
