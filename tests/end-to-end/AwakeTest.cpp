@@ -100,7 +100,7 @@ TEST_F(AwakeOnABus, InhibitionIsGivenBackAtTheEnd)
     EXPECT_EQ(m_saver.calls().last().arguments, QVariantList{42U});
 }
 
-TEST_F(AwakeOnABus, InhibitionIsGivenBackWhenTheModeBecomesSaverAndKeptFromIt)
+TEST_F(AwakeOnABus, SaverInhibitsNothing)
 {
     m_program.configure({{u"mode"_s, u"saver"_s}, {u"idleMinutes"_s, 0.001}});
     m_program.start();
@@ -181,6 +181,24 @@ TEST_F(AwakeOnSway, CompositorIsNotIdleAfterTheDisplaysChange)
     EXPECT_FALSE(watch.sees(3s));
     m_program.process().signal(SIGTERM);
     EXPECT_TRUE(watch.sees());
+}
+
+// The compositor says nothing of idleness then; the wall sees itself whether somebody is there.
+TEST_F(AwakeOnSway, WallThatKeepsTheDisplayAwakeLearnsOfInputAllTheSame)
+{
+    test::Command command = m_sway.commandHere(QStringLiteral(CORVELLA_IDLE_PROBE), {});
+    command.environment.insert(u"QT_QPA_PLATFORM"_s, u"wayland"_s);
+    for (const QString &bus : {u"DBUS_SESSION_BUS_ADDRESS"_s, u"DBUS_SYSTEM_BUS_ADDRESS"_s})
+        command.environment.insert(bus, u"unix:path=/nonexistent"_s);
+    test::ChildProcess probe(command);
+    const auto secondsIdle = [&probe] {
+        const QList<QByteArray> lines = probe.output().trimmed().split('\n');
+        return lines.last().toDouble();
+    };
+    ASSERT_TRUE(becomes([&] { return secondsIdle() >= 3; }));
+    m_sway.typeKey(u"a"_s);
+    EXPECT_TRUE(becomes([&] { return secondsIdle() < 1; }));
+    EXPECT_TRUE(becomes([&] { return secondsIdle() >= 3; }));
 }
 
 } // namespace
