@@ -156,7 +156,8 @@ TEST_F(SessionLockTest, WaitsTwoSecondsForWhoeverListensToLogind)
                         u"Get"_s,
                         {u"org.freedesktop.login1.Session"_s, u"LockedHint"_s}};
     EXPECT_EQ(system->calls(u"Get"_s).value(0), isLocked);
-    EXPECT_EQ(m_log.messages(), QStringList{u"session lock: nobody has locked within 2 s"_s});
+    EXPECT_EQ(m_log.messages(),
+              QStringList{u"session lock: nobody says within 2 s that it is locked"_s});
 }
 
 TEST_F(SessionLockTest, StartsNoServiceAndSaysThatThereIsNone)
