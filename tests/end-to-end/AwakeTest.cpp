@@ -183,23 +183,5 @@ TEST_F(AwakeOnSway, CompositorIsNotIdleAfterTheDisplaysChange)
     EXPECT_TRUE(watch.sees());
 }
 
-// The compositor says nothing of idleness then; the wall sees itself whether somebody is there.
-TEST_F(AwakeOnSway, WallThatKeepsTheDisplayAwakeLearnsOfInputAllTheSame)
-{
-    test::Command command = m_sway.commandHere(QStringLiteral(CORVELLA_IDLE_PROBE), {});
-    command.environment.insert(u"QT_QPA_PLATFORM"_s, u"wayland"_s);
-    for (const QString &bus : {u"DBUS_SESSION_BUS_ADDRESS"_s, u"DBUS_SYSTEM_BUS_ADDRESS"_s})
-        command.environment.insert(bus, u"unix:path=/nonexistent"_s);
-    test::ChildProcess probe(command);
-    const auto secondsIdle = [&probe] {
-        const QList<QByteArray> lines = probe.output().trimmed().split('\n');
-        return lines.last().toDouble();
-    };
-    ASSERT_TRUE(becomes([&] { return secondsIdle() >= 3; }));
-    m_sway.typeKey(u"a"_s);
-    EXPECT_TRUE(becomes([&] { return secondsIdle() < 1; }));
-    EXPECT_TRUE(becomes([&] { return secondsIdle() >= 3; }));
-}
-
 } // namespace
 } // namespace corvella

@@ -1,5 +1,5 @@
-// Shows a window that keeps the display awake, and writes ten times a second how long there was no
-// input. For a test of what a wall learns while it does that.
+// Shows a window, with the argument "awake" one that keeps the display awake, and writes ten times
+// a second how long there was no input.
 #include "platform/session/IdleClock.h"
 #include "platform/session/PowerAssertion.h"
 
@@ -14,7 +14,9 @@ int main(int argc, char **argv)
     const QGuiApplication application(argc, argv);
     QRasterWindow window;
     window.showFullScreen();
-    const auto assertion = corvella::PowerAssertion::create(QStringLiteral("a test"));
+    std::unique_ptr<corvella::PowerAssertion> assertion;
+    if (QGuiApplication::arguments().contains(QStringLiteral("awake")))
+        assertion = corvella::PowerAssertion::create(QStringLiteral("a test"));
     const auto clock = corvella::IdleClock::create();
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, &timer,
