@@ -104,6 +104,12 @@ void *bindGlobal(const wl_interface &interface, uint32_t version)
     return Registry::shared().bind(interface, version);
 }
 
+void flush()
+{
+    if (wl_display *const server = display())
+        wl_display_flush(server);
+}
+
 wl_seat *seat()
 {
     if (!isWaylandSession())
