@@ -31,8 +31,11 @@ protected:
     void expectItGrowsAndEndsWithAKey()
     {
         ASSERT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
-        m_sway.typeKey(u"a"_s);
-        EXPECT_TRUE(becomes([this] { return secondsIdle() < 1; }));
+        // One that comes together with its keyboard may be lost on the window.
+        EXPECT_TRUE(becomes([this] {
+            m_sway.typeKey(u"a"_s);
+            return secondsIdle() < 1;
+        }));
         EXPECT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
     }
 
