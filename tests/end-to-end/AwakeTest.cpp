@@ -100,7 +100,7 @@ TEST_F(AwakeOnABus, InhibitionIsGivenBackAtTheEnd)
     EXPECT_EQ(m_saver.calls().last().arguments, QVariantList{42U});
 }
 
-TEST_F(AwakeOnABus, InhibitionIsGivenBackWhenTheModeBecomesSaverAndKeptFromIt)
+TEST_F(AwakeOnABus, SaverInhibitsNothing)
 {
     m_program.configure({{u"mode"_s, u"saver"_s}, {u"idleMinutes"_s, 0.001}});
     m_program.start();

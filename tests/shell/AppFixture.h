@@ -42,8 +42,7 @@ protected:
         setOffscreenScreens({kLeft, kRight});
         Settings::setOffline(true);
         m_log.emplace();
-        m_app.emplace(App::Surroundings{m_screens, m_idleClock, m_presentation, m_clock,
-                                        RendererKind::raster});
+        m_app.emplace(surroundings());
     }
 
     void TearDown() override
@@ -52,6 +51,11 @@ protected:
         Preferences::shared().setWallControls(nullptr);
         Preferences::shared().hide();
         m_log.reset();
+    }
+
+    virtual App::Surroundings surroundings()
+    {
+        return {m_screens, m_idleClock, m_presentation, m_clock, RendererKind::raster};
     }
 
     void configure(Mode mode, const QStringList &products = {QStringLiteral("all")})

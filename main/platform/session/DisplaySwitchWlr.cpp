@@ -32,10 +32,13 @@ public:
         connect(&m_patience, &QTimer::timeout, this, &DisplaySwitchWlr::giveUp);
     }
 
+    // Nobody else would wake them.
     ~DisplaySwitchWlr() override
     {
-        if (m_areOff)
-            setAll(ZWLR_OUTPUT_POWER_V1_MODE_ON);
+        if (!m_areOff)
+            return;
+        setAll(ZWLR_OUTPUT_POWER_V1_MODE_ON);
+        wayland::flush();
     }
 
     void off() override

@@ -159,7 +159,7 @@ void SessionLock::finishUnlocked(const QString &reason)
 
 void SessionLock::giveUp()
 {
-    log(QStringLiteral("session lock: nobody has locked within %1 s")
+    log(QStringLiteral("session lock: nobody says within %1 s that it is locked")
             .arg(kPatience / std::chrono::seconds(1)));
     Q_EMIT finished();
 }

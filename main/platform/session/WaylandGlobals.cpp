@@ -112,6 +112,12 @@ wl_compositor *compositor()
     return static_cast<wl_compositor *>(native->nativeResourceForIntegration("compositor"));
 }
 
+void flush()
+{
+    if (wl_display *const server = display())
+        wl_display_flush(server);
+}
+
 wl_seat *seat()
 {
     if (!isWaylandSession())

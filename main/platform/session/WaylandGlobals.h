@@ -34,6 +34,9 @@ template <typename Global>
     return static_cast<Global *>(bindGlobal(interface, version));
 }
 
+// Sends now what was asked for. Otherwise the event loop does, as long as it runs.
+void flush();
+
 // Qt's own objects, never to be destroyed. Null where there is none: no compositor, no seat, a
 // window that was not created or is hidden.
 [[nodiscard]] wl_compositor *compositor();

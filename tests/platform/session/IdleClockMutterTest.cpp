@@ -97,6 +97,18 @@ TEST_F(IdleClockMutter, CountsNobodyAsIdleWhileTheServiceHangs)
     EXPECT_TRUE(tells(3));
 }
 
+TEST_F(IdleClockMutter, TrustsNoAnswerFromLongAgo)
+{
+    startMutter();
+    tell(7'000);
+    ASSERT_TRUE(tells(7));
+    // Somebody comes while nobody asks.
+    tell(0);
+    const test::Stopwatch sinceAsked;
+    EXPECT_TRUE(becomes([&] { return sinceAsked.elapsed() > 3500ms; }));
+    EXPECT_EQ(m_clock->secondsIdle(), 0);
+}
+
 TEST_F(IdleClockMutter, CountsNobodyAsIdleWhenTheServiceDies)
 {
     startMutter();

@@ -109,7 +109,7 @@ TEST_F(SessionLockTest, WaitsTwoSecondsForALockerThatHangs)
     m_lock.begin();
     EXPECT_LT(stopwatch.elapsed(), 500ms);
     EXPECT_TRUE(finishes());
-    EXPECT_GE(stopwatch.elapsed(), kPatience - 100ms);
+    EXPECT_GE(stopwatch.elapsed(), kPatience - 200ms);
     EXPECT_LT(stopwatch.elapsed(), kPatience + 2s);
     EXPECT_EQ(m_log.messages().size(), 1);
     // It may come to itself, and be asked again.
@@ -150,13 +150,14 @@ TEST_F(SessionLockTest, WaitsTwoSecondsForWhoeverListensToLogind)
     const test::Stopwatch stopwatch;
     m_lock.begin();
     EXPECT_TRUE(finishes());
-    EXPECT_GE(stopwatch.elapsed(), kPatience - 100ms);
+    EXPECT_GE(stopwatch.elapsed(), kPatience - 200ms);
     const Call isLocked{u"/org/freedesktop/login1/session/auto"_s,
                         u"org.freedesktop.DBus.Properties"_s,
                         u"Get"_s,
                         {u"org.freedesktop.login1.Session"_s, u"LockedHint"_s}};
     EXPECT_EQ(system->calls(u"Get"_s).value(0), isLocked);
-    EXPECT_EQ(m_log.messages(), QStringList{u"session lock: nobody has locked within 2 s"_s});
+    EXPECT_EQ(m_log.messages(),
+              QStringList{u"session lock: nobody says within 2 s that it is locked"_s});
 }
 
 TEST_F(SessionLockTest, StartsNoServiceAndSaysThatThereIsNone)

@@ -1,0 +1,60 @@
+// How long there was no input, as a window of ours learns it under a Wayland compositor.
+#include "support/HeadlessSway.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+
+class SwayIdle : public testing::Test
+{
+protected:
+    void start(const QStringList &arguments)
+    {
+        test::Command command = m_sway.commandHere(QStringLiteral(CORVELLA_IDLE_PROBE), arguments);
+        command.environment.insert(u"QT_QPA_PLATFORM"_s, u"wayland"_s);
+        for (const QString &bus : {u"DBUS_SESSION_BUS_ADDRESS"_s, u"DBUS_SYSTEM_BUS_ADDRESS"_s})
+            command.environment.insert(bus, u"unix:path=/nonexistent"_s);
+        m_probe.emplace(command);
+    }
+
+    [[nodiscard]] double secondsIdle()
+    {
+        return m_probe->output().trimmed().split('\n').last().toDouble();
+    }
+
+    void expectItGrowsAndEndsWithAKey()
+    {
+        ASSERT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
+        // One that comes together with its keyboard may be lost on the window.
+        EXPECT_TRUE(becomes([this] {
+            m_sway.typeKey(u"a"_s);
+            return secondsIdle() < 1;
+        }));
+        EXPECT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
+    }
+
+    test::HeadlessSway m_sway{{QRect(0, 0, 640, 480)}};
+    std::optional<test::ChildProcess> m_probe;
+};
+
+TEST_F(SwayIdle, IsToldByTheCompositor)
+{
+    start({});
+    expectItGrowsAndEndsWithAKey();
+}
+
+// The compositor says nothing then; the window itself sees whether somebody is there.
+TEST_F(SwayIdle, IsKnownToAWindowThatKeepsTheDisplayAwake)
+{
+    start({u"awake"_s});
+    expectItGrowsAndEndsWithAKey();
+}
+
+} // namespace
+} // namespace corvella
