@@ -31,6 +31,12 @@ WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput pointer, K
 
 WallWindow::~WallWindow() = default;
 
+void WallWindow::bringUp()
+{
+    prepare();
+    m_fullScreen->bringUp();
+}
+
 void WallWindow::adopt(std::unique_ptr<Chrome> chrome, const Placement &placement)
 {
     m_chrome.push_back(m_tree.root().addSublayer(std::move(chrome)));

@@ -23,7 +23,7 @@ public:
     ~WallWindow() override;
 
     // Shows it, at once or when the display server has made room for it.
-    void bringUp() { m_fullScreen->bringUp(); }
+    void bringUp();
 
     // Puts it over the wall and keeps it in its place when the wall changes its size. Returns it;
     // the tree owns it from now on.

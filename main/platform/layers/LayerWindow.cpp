@@ -40,6 +40,12 @@ LayerWindow::~LayerWindow()
         m_gl.reset();
 }
 
+void LayerWindow::prepare()
+{
+    if (m_store && m_store->size() != size())
+        m_store->resize(size());
+}
+
 void LayerWindow::exposeEvent(QExposeEvent * /*event*/)
 {
     m_everythingChanged = true;
@@ -104,8 +110,7 @@ void LayerWindow::drawRaster()
     for (const QRect &rect : changed)
         inPoints +=
             QRectF(QPointF(rect.topLeft()) / ratio, QSizeF(rect.size()) / ratio).toAlignedRect();
-    if (m_store->size() != size())
-        m_store->resize(size());
+    prepare();
     m_store->beginPaint(inPoints);
     if (QPaintDevice *device = m_store->paintDevice();
         device && device->devType() == QInternal::Image) {
