@@ -1,9 +1,7 @@
 #include "platform/session/IdleClock.h"
+#include "platform/session/InputHere.h"
 #include "platform/session/WaylandIdleInhibition.h"
 #include "platform/session/WaylandIdleNotification.h"
-
-#include <QEvent>
-#include <QGuiApplication>
 
 #include <optional>
 
@@ -17,27 +15,6 @@ using Clock = std::chrono::steady_clock;
 // input after that. Of no time at all they would tell with every single event.
 constexpr std::chrono::milliseconds kFirstTold{1000};
 
-bool isInput(QEvent::Type type)
-{
-    switch (type) {
-    case QEvent::KeyPress:
-    case QEvent::KeyRelease:
-    case QEvent::MouseMove:
-    case QEvent::MouseButtonPress:
-    case QEvent::MouseButtonRelease:
-    case QEvent::Wheel:
-    case QEvent::TouchBegin:
-    case QEvent::TouchUpdate:
-    case QEvent::TouchEnd:
-    case QEvent::TabletMove:
-    case QEvent::TabletPress:
-    case QEvent::TabletRelease:
-        return true;
-    default:
-        return false;
-    }
-}
-
 class IdleClockWayland final : public QObject, public IdleClock
 {
 public:
@@ -48,37 +25,22 @@ public:
                 [this] { m_idleSince = Clock::now() - kFirstTold; });
         connect(m_notification.get(), &wayland::IdleNotification::resumed, this,
                 [this] { m_idleSince.reset(); });
-        qGuiApp->installEventFilter(this);
     }
 
     double secondsIdle() override
     {
-        const Clock::time_point now = Clock::now();
         // While a wall of ours keeps the display awake the compositor is silent; the wall itself
         // sees what input there is to see.
         if (wayland::IdleInhibition::isHeld() && !m_notification->heedsInputAlone())
-            return secondsBetween(m_lastInputHere, now);
-        m_lastInputHere = now; // the wall counts from when it begins to keep the display awake
-        return m_idleSince ? secondsBetween(*m_idleSince, now) : 0;
-    }
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (isInput(event->type()))
-            m_lastInputHere = Clock::now();
-        return QObject::eventFilter(watched, event);
+            return m_inputHere.secondsAgo();
+        m_inputHere.restart(); // the wall counts from when it begins to keep the display awake
+        return m_idleSince ? std::chrono::duration<double>(Clock::now() - *m_idleSince).count() : 0;
     }
 
 private:
-    static double secondsBetween(Clock::time_point from, Clock::time_point to)
-    {
-        return std::chrono::duration<double>(to - from).count();
-    }
-
     const std::unique_ptr<wayland::IdleNotification> m_notification;
-    std::optional<Clock::time_point> m_idleSince;     // absent as long as there was input just now
-    Clock::time_point m_lastInputHere = Clock::now(); // in our windows
+    std::optional<Clock::time_point> m_idleSince; // absent as long as there was input just now
+    InputHere m_inputHere;
 };
 
 } // namespace

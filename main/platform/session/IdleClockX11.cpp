@@ -32,12 +32,8 @@ private:
 
 std::unique_ptr<IdleClock> createIdleClockX11()
 {
-    x11::Connection connection = x11::connectToServer();
+    x11::Connection connection = x11::connectToServerWith(xcb_screensaver_id);
     if (!connection)
-        return nullptr;
-    const xcb_query_extension_reply_t *extension =
-        xcb_get_extension_data(connection.get(), &xcb_screensaver_id);
-    if (!extension || !extension->present)
         return nullptr;
     return std::make_unique<IdleClockX11>(std::move(connection));
 }

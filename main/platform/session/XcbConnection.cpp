@@ -18,6 +18,14 @@ Connection connectToServer()
     return connection;
 }
 
+Connection connectToServerWith(xcb_extension_t &extension)
+{
+    Connection connection = connectToServer();
+    const xcb_query_extension_reply_t *offered =
+        connection ? xcb_get_extension_data(connection.get(), &extension) : nullptr;
+    return offered && offered->present ? std::move(connection) : nullptr;
+}
+
 xcb_connection_t *applicationConnection()
 {
     const auto *application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();

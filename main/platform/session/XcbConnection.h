@@ -25,6 +25,8 @@ template <typename Reply> using ReplyOf = std::unique_ptr<Reply, FreeReply>;
 
 // Null where no X server answers.
 [[nodiscard]] Connection connectToServer();
+// Null, too, where it lacks this extension.
+[[nodiscard]] Connection connectToServerWith(xcb_extension_t &extension);
 
 // Qt's own connection, on which requests keep their order with Qt's. Null where Qt is not on X11.
 // Owned by Qt: never to be closed.
