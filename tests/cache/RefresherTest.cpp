@@ -92,6 +92,19 @@ TEST_F(RefresherTest, FillsAnEmptyCache)
     EXPECT_EQ(content(QStringLiteral("171.png.stamp")), QByteArray("2026-09-24T20:42:16Z"));
 }
 
+TEST_F(RefresherTest, TellsOfItsProgressByThePlacesInTheList)
+{
+    const TestImageryHost host(
+        {QStringLiteral("171"), QStringLiteral("193"), QStringLiteral("304")});
+    Settings::setProducts({QStringLiteral("193")});
+    serveFront(host);
+    QList<std::pair<int, int>> progress;
+    m_refresher.pass(true, false, true, [&](int done, int total) {
+        progress.append({done, total});
+    });
+    EXPECT_THAT(progress, ElementsAre(Pair(1, 3), Pair(3, 3))) << "what is skipped is not told";
+}
+
 TEST_F(RefresherTest, ASecondRefreshAsksForNothingAndADueOneForTheIndexAlone)
 {
     const TestImageryHost host(TestImageryHost::kProducts);
