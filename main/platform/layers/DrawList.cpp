@@ -51,11 +51,14 @@ private:
                       mask,
                       {},
                       {},
+                      {},
                       layer.contentsSerial(),
                       &layer};
         if (const auto *video = dynamic_cast<const PlayerLayer *>(&layer)) {
-            if (const Picture *picture = video->picture())
+            if (const Picture *picture = video->picture()) {
                 item.picture = *picture;
+                item.pictureRect = fittedRect(picture->displaySize, rect.toRect());
+            }
             item.serial = video->pictureSerial();
         } else {
             // On whole pixels, since letters and modules would be blurred between them.
@@ -97,11 +100,6 @@ QRect DrawItem::touched() const
     return visible.toAlignedRect();
 }
 
-QRect DrawItem::pictureRect() const
-{
-    return fittedRect(picture.displaySize, rect.toRect());
-}
-
 DrawList drawList(const LayerTree &tree, MediaTime now)
 {
     DrawList list;
@@ -119,9 +117,9 @@ QRegion damage(const DrawList &before, const DrawList &after)
         if (!sameFrame(a, b))
             region += QRegion(a.touched()) + b.touched();
         else if (a.serial != b.serial)
-            region += a.picture.isNull() || b.picture.isNull() || b.mask
+            region += a.pictureRect.isEmpty() || b.pictureRect.isEmpty() || b.mask
                 ? b.touched()
-                : a.pictureRect() | b.pictureRect();
+                : a.pictureRect | b.pictureRect;
     }
     for (size_t i = common; i < before.size(); ++i)
         region += before[i].touched();

@@ -31,15 +31,14 @@ struct DrawItem
     QColor background;
     double cornerRadius = 0;
     std::optional<DrawMask> mask;
-    Picture picture;              // a clip's picture, fitted into rect; null for none
-    QImage contents;              // else premultiplied pixels for rect, on whole pixels; null for none
-    quint64 serial = 0;           // changes with the picture or the contents
+    Picture picture;    // a clip's picture; null for none
+    QRect pictureRect;  // where it goes, fitted into rect; empty for none
+    QImage contents;    // else premultiplied pixels for rect, on whole pixels; null for none
+    quint64 serial = 0; // changes with the picture or the contents
     const void *source = nullptr; // whose item this is, for comparing lists
 
     // What of the screen this item touches.
     [[nodiscard]] QRect touched() const;
-    // Where the picture goes.
-    [[nodiscard]] QRect pictureRect() const;
 };
 
 using DrawList = std::vector<DrawItem>;

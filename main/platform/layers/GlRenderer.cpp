@@ -218,13 +218,13 @@ void GlRenderer::drawPicture(const DrawItem &item)
 {
     if (item.picture.layout == PixelLayout::rgb32) {
         bindImage(item, item.picture.image());
-        drawQuad(item, item.pictureRect(), item.picture.quarterTurns, Fill::image);
+        drawQuad(item, item.pictureRect, item.picture.quarterTurns, Fill::image);
         return;
     }
     bindPlanes(item);
     m_program->setUniformValue("decode", decodeMatrix(item.picture.matrix, item.picture.range));
     m_program->setUniformValue("decodeOffset", decodeOffset(item.picture.range));
-    drawQuad(item, item.pictureRect(), item.picture.quarterTurns, Fill::planes);
+    drawQuad(item, item.pictureRect, item.picture.quarterTurns, Fill::planes);
 }
 
 void GlRenderer::drawQuad(const DrawItem &item, const QRectF &rect, int quarterTurns, Fill fill)

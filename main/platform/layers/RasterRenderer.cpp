@@ -37,7 +37,7 @@ void fill(QPainter &painter, const DrawItem &item, const QRectF &rect, const QBr
 
 void drawPicture(QPainter &painter, const DrawItem &item)
 {
-    const QRect rect = item.pictureRect();
+    const QRect rect = item.pictureRect;
     const QImage image = item.picture.image();
     if (item.mask) {
         QBrush brush(image);
@@ -70,7 +70,7 @@ void drawColumn(QPainter &painter, const DrawItem &item, const QRect &area)
 bool pictureHides(const DrawItem &item, const QRect &area)
 {
     return !item.picture.isNull() && !item.mask && item.opacity >= 1
-        && item.pictureRect().contains(area);
+        && item.pictureRect.contains(area);
 }
 
 void drawItem(QPainter &painter, const DrawItem &item, const QRect &area)
@@ -104,10 +104,12 @@ QRegion RasterRenderer::advance(DrawList list)
 {
     const QRegion region = damage(m_list, list);
     m_list = std::move(list);
+    if (region.isEmpty())
+        letPicturesGo();
     return region;
 }
 
-void RasterRenderer::paint(QImage &target, const QRegion &region) const
+void RasterRenderer::paint(QImage &target, const QRegion &region)
 {
     QPainter painter(&target);
     for (const QRect &area : region &target.rect()) {
@@ -120,6 +122,13 @@ void RasterRenderer::paint(QImage &target, const QRegion &region) const
                 drawItem(painter, m_list[i], area);
         }
     }
+    letPicturesGo();
+}
+
+void RasterRenderer::letPicturesGo()
+{
+    for (DrawItem &item : m_list)
+        item.picture = {};
 }
 
 } // namespace corvella

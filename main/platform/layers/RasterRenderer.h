@@ -12,16 +12,19 @@ namespace corvella {
 class RasterRenderer
 {
 public:
-    // What must be drawn anew to show this list, in device pixels. After it, paint() must follow.
+    // What must be drawn anew to show this list, in device pixels. Unless that is nothing, paint()
+    // must follow, once.
     [[nodiscard]] QRegion advance(DrawList list);
     // Everything must be drawn anew, as after the window was uncovered or resized.
     void invalidate() { m_list.clear(); }
 
     // Draws the current list into `target` (32 bits a pixel, as large as the window), inside
-    // `region`.
-    void paint(QImage &target, const QRegion &region) const;
+    // `region`, and lets the clips' pictures go: the decoders need their memory.
+    void paint(QImage &target, const QRegion &region);
 
 private:
+    void letPicturesGo();
+
     DrawList m_list;
 };
 
