@@ -241,6 +241,7 @@ int Refresher::update(const QList<Remote> &list, const QStringList &wanted, bool
         if (check || !has(still))
             (void)updateFile(offer.stills, still, stillStampName(offer.id), offer.updated);
     }
+    m_remote.finish();
     if (progress && !m_remote.isCancelled())
         progress(total, total);
     return moved;
@@ -251,8 +252,10 @@ bool Refresher::updateFile(const QStringList &paths, const QString &name, const 
                            const QString &stamp)
 {
     for (const QString &path : paths) {
-        const Fetched fetched = m_remote.fetch(
-            path, name, [&] { return DurableFile::write(file(stampName), stamp.toUtf8()); });
+        const Fetched fetched =
+            m_remote.fetch(path, name, [stampFile = file(stampName), bytes = stamp.toUtf8()] {
+                return DurableFile::write(stampFile, bytes);
+            });
         if (fetched != Fetched::failed)
             return fetched == Fetched::changed;
     }

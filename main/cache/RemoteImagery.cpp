@@ -21,6 +21,8 @@ constexpr qint64 kLargestSideFile = 4096; // bytes; an entity tag or a remote pa
 constexpr int kOk = 200;
 constexpr int kNotModified = 304;
 
+const QString kSourceSuffix = QStringLiteral(".src");
+const QString kTagSuffix = QStringLiteral(".etag");
 const QString kIndexName = QStringLiteral("index.json");
 const QString kIndexPath = QStringLiteral("manifest/index.json");
 
@@ -33,6 +35,26 @@ void writeSideFile(const QString &path, const QByteArray &text)
 {
     // Lost, it costs one download.
     (void)DurableFile::write(path, text);
+}
+
+// The last steps of a download, on a thread of its own.
+FileResult putInPlace(const std::unique_ptr<PendingFile> &download, const QString &target,
+                      const QString &path, const std::optional<QByteArray> &etag,
+                      const std::function<FileResult()> &note)
+{
+    if (FileResult result = note(); !result.isOk())
+        return result;
+    // From here to the last side file, nothing claims to know where the file came from.
+    const QString source = target + kSourceSuffix;
+    const QString tag = target + kTagSuffix;
+    QFile::remove(source);
+    QFile::remove(tag);
+    if (FileResult result = download->commit(); !result.isOk())
+        return result;
+    if (etag)
+        writeSideFile(tag, *etag);
+    writeSideFile(source, path.toUtf8());
+    return {};
 }
 
 } // namespace
@@ -115,8 +137,10 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
                              const std::function<FileResult()> &note)
 {
     const QString target = file(name);
-    const QString source = target + QStringLiteral(".src");
-    const QString tag = target + QStringLiteral(".etag");
+    const QString source = target + kSourceSuffix;
+    const QString tag = target + kTagSuffix;
+    if (m_filing && m_filing->name == name)
+        finish(); // asked for twice: what is known of it is being written
     if (!isNewer(path, readSideFile(source)))
         return Fetched::unchanged;
     const QString address = url(host(), path);
@@ -131,11 +155,11 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
                             isDocument(path) ? m_limits.document.largest : m_limits.file.largest};
     if (const std::optional<QString> known = readSideFile(tag))
         request.ifNoneMatch = known->toUtf8();
-    std::optional<PendingFile> download; // opened by the first byte: most answers have none
+    std::unique_ptr<PendingFile> download; // opened by the first byte: most answers have none
     FileResult writing;
     const HttpAnswer answer = m_session.get(request, [&](const char *bytes, size_t count) {
         if (!download)
-            download.emplace(target);
+            download = std::make_unique<PendingFile>(target);
         writing = download->append(bytes, count);
         return writing.isOk();
     });
@@ -152,23 +176,24 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
         return Fetched::failed;
     }
 
-    if (const FileResult result = note(); !result.isOk()) {
-        complain(address, QStringLiteral("not stored: ") + result.reason);
-        return Fetched::failed;
-    }
-    // From here to the last side file, nothing claims to know where the file came from.
-    QFile::remove(source);
-    QFile::remove(tag);
     if (!download)
-        download.emplace(target); // an empty body
-    if (const FileResult result = download->commit(); !result.isOk()) {
-        complain(address, QStringLiteral("not stored: ") + result.reason);
-        return Fetched::changed;
-    }
-    if (answer.etag)
-        writeSideFile(tag, *answer.etag);
-    writeSideFile(source, path.toUtf8());
+        download = std::make_unique<PendingFile>(target); // an empty body
+    finish();
+    m_filing = Filing{name, address,
+                      std::async(std::launch::async, putInPlace, std::move(download), target, path,
+                                 answer.etag, note)};
+    if (isDocument(path))
+        finish();
     return Fetched::changed;
+}
+
+void RemoteImagery::finish()
+{
+    if (!m_filing)
+        return;
+    Filing filing = *std::exchange(m_filing, std::nullopt);
+    if (const FileResult result = filing.result.get(); !result.isOk())
+        complain(filing.address, QStringLiteral("not stored: ") + result.reason);
 }
 
 RemoteImagery::ProductList RemoteImagery::remoteProducts(bool revalidate)

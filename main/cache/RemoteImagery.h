@@ -9,6 +9,7 @@
 #include "platform/storage/DurableFile.h"
 
 #include <functional>
+#include <future>
 
 namespace corvella::Cache {
 
@@ -60,10 +61,16 @@ public:
     // tag and the remote path it came from; they are its whole memory, and deleting them makes the
     // next call download. `note` writes down what else is to be known of a new file; it is called
     // when that is whole and before it takes its place, so that neither a crash nor a full disk
-    // leaves a file of which nothing is known. When it fails, so does the call.
+    // leaves a file of which nothing is known. When it fails, the old file stays, with a log line.
+    //
+    // A changed file other than a document takes its place on another thread, where `note` is
+    // called, too: while the disk is waited for the network is not idle. finish() waits for it.
     Fetched fetch(
         const QString &path, const QString &name,
         const std::function<FileResult()> &note = [] { return FileResult(); });
+
+    // Waits until all that was fetched lies in its place, on the disk.
+    void finish();
 
     struct ProductList
     {
@@ -91,6 +98,15 @@ private:
     NetworkLimits m_limits;
     bool m_onOrigin = false;
     QString m_lastComplaint;
+
+    // A file on its way into place.
+    struct Filing
+    {
+        QString name;
+        QString address; // it came from
+        std::future<FileResult> result;
+    };
+    std::optional<Filing> m_filing; // one at a time
 };
 
 // Reads a side file: a line of text. None when it is missing or no such thing.

@@ -3,6 +3,8 @@
 #include "settings/Settings.h"
 #include "support/QtPrinting.h"
 
+#include <thread>
+
 namespace corvella {
 namespace {
 
@@ -23,13 +25,23 @@ class RemoteImageryTest : public test::NetworkedCache
 {
 protected:
     TestImageryHost m_host{{QStringLiteral("171")}};
+    // Fetches a file and waits until it lies in its place.
+    Fetched fetch(
+        const QString &from, const QString &name,
+        const std::function<FileResult()> &note = [] { return FileResult(); })
+    {
+        const Fetched fetched = m_remote.fetch(from, name, note);
+        m_remote.finish();
+        return fetched;
+    }
+
     RemoteImagery m_remote{m_folder, m_session};
 };
 
 TEST_F(RemoteImageryTest, StoresANewFileAndWhereItCameFrom)
 {
     serveFront(m_host);
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_EQ(fetch(kNew, kClip), Fetched::changed);
     EXPECT_EQ(content(kClip), TestImageryHost::clip(QStringLiteral("171")));
     EXPECT_EQ(content(kClip + QStringLiteral(".src")), kNew.toUtf8());
     EXPECT_THAT(content(kClip + QStringLiteral(".etag")).toStdString(), StartsWith("\""));
@@ -44,7 +56,7 @@ TEST_F(RemoteImageryTest, AsksForNothingThatIsNotNewer)
     writeFile(kClip, "what is here");
     for (const QString &source : {kNew, QStringLiteral("v/171/20260924T204217.mp4")}) {
         writeFile(kClip + QStringLiteral(".src"), source.toUtf8());
-        EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::unchanged);
+        EXPECT_EQ(fetch(kNew, kClip), Fetched::unchanged);
     }
     EXPECT_EQ(content(kClip), QByteArray("what is here"));
     EXPECT_THAT(m_front->takeRequests(), IsEmpty());
@@ -56,7 +68,7 @@ TEST_F(RemoteImageryTest, TakesDamagedSideFilesForMissing)
     writeFile(kClip, "what is here");
     writeFile(kClip + QStringLiteral(".src"), "v/171/\xff\xff.mp4"); // behind every date as text
     writeFile(kClip + QStringLiteral(".etag"), "\"\xff\"");
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_EQ(fetch(kNew, kClip), Fetched::changed);
     EXPECT_THAT(m_front->takeRequests(), ElementsAre(QStringLiteral("GET /%1 200").arg(kNew)));
 }
 
@@ -66,7 +78,7 @@ TEST_F(RemoteImageryTest, ReplacesAnOlderClip)
     writeFile(kClip, "old");
     writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_EQ(fetch(kNew, kClip), Fetched::changed);
     EXPECT_EQ(content(kClip), TestImageryHost::clip(QStringLiteral("171")));
     EXPECT_THAT(m_front->takeRequests(),
                 ElementsAre(QStringLiteral("GET /%1 200 if \"old\"").arg(kNew)));
@@ -75,15 +87,14 @@ TEST_F(RemoteImageryTest, ReplacesAnOlderClip)
 TEST_F(RemoteImageryTest, TakesNotModifiedForAnAnswerAndNotesThePath)
 {
     serveFront(m_host);
-    ASSERT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    ASSERT_EQ(fetch(kNew, kClip), Fetched::changed);
     const QByteArray tag = content(kClip + QStringLiteral(".etag"));
     m_front->takeRequests();
 
-    EXPECT_EQ(m_remote.fetch(kUnversioned, kClip), Fetched::changed)
-        << "another file with another tag";
+    EXPECT_EQ(fetch(kUnversioned, kClip), Fetched::changed) << "another file with another tag";
     const QByteArray otherTag = content(kClip + QStringLiteral(".etag"));
     EXPECT_NE(otherTag, tag);
-    EXPECT_EQ(m_remote.fetch(kUnversioned, kClip), Fetched::unchanged);
+    EXPECT_EQ(fetch(kUnversioned, kClip), Fetched::unchanged);
     EXPECT_EQ(content(kClip + QStringLiteral(".etag")), otherTag);
     EXPECT_THAT(
         m_front->takeRequests(),
@@ -101,14 +112,14 @@ TEST_F(RemoteImageryTest, RewritesTheSourceAfterNotModified)
     writeFile(kClip, "what is here");
     writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
     writeFile(kClip + QStringLiteral(".etag"), "\"mine\"");
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::unchanged);
+    EXPECT_EQ(fetch(kNew, kClip), Fetched::unchanged);
     EXPECT_EQ(content(kClip + QStringLiteral(".src")), kNew.toUtf8());
     EXPECT_EQ(content(kClip + QStringLiteral(".etag")), QByteArray("\"mine\""));
     EXPECT_EQ(content(kClip), QByteArray("what is here"));
 
     QFile::remove(path(kClip + QStringLiteral(".src")));
     QFile::remove(path(kClip + QStringLiteral(".etag")));
-    EXPECT_EQ(m_remote.fetch(kOld, kClip), Fetched::unchanged) << "nobody asked for it, but well";
+    EXPECT_EQ(fetch(kOld, kClip), Fetched::unchanged) << "nobody asked for it, but well";
     EXPECT_EQ(content(kClip + QStringLiteral(".src")), kOld.toUtf8());
     EXPECT_FALSE(has(kClip + QStringLiteral(".etag")));
 }
@@ -117,7 +128,7 @@ TEST_F(RemoteImageryTest, ForgetsATagThatTheServerGivesNoMore)
 {
     serveFront(m_host, QStringLiteral("etag off;"));
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_EQ(fetch(kNew, kClip), Fetched::changed);
     EXPECT_FALSE(has(kClip + QStringLiteral(".etag")));
     EXPECT_EQ(content(kClip + QStringLiteral(".src")), kNew.toUtf8());
 }
@@ -130,8 +141,8 @@ TEST_F(RemoteImageryTest, LeavesEverythingAloneWhenTheAnswerIsOfNoUse)
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
     const QStringList before = files();
     test::CapturedLog log;
-    EXPECT_EQ(m_remote.fetch(QStringLiteral("v/171/29990101T000000.mp4"), kClip), Fetched::failed);
-    EXPECT_EQ(m_remote.fetch(QStringLiteral("broken"), kClip), Fetched::failed);
+    EXPECT_EQ(fetch(QStringLiteral("v/171/29990101T000000.mp4"), kClip), Fetched::failed);
+    EXPECT_EQ(fetch(QStringLiteral("broken"), kClip), Fetched::failed);
     EXPECT_THAT(
         log.messages(),
         ElementsAre(QStringLiteral(
@@ -150,7 +161,7 @@ TEST_F(RemoteImageryTest, KeepsTheOldFileWhenTheNewOneBreaksOff)
         connection.send(test::okAnswer(QByteArray(100'000, 'x')).left(50'000));
     });
     writeFile(kClip, "what is here");
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::failed);
+    EXPECT_EQ(fetch(kNew, kClip), Fetched::failed);
     EXPECT_EQ(content(kClip), QByteArray("what is here"));
     EXPECT_THAT(files(), ElementsAre(kClip));
 }
@@ -179,11 +190,11 @@ TEST_F(RemoteImageryTest, HasANewFileNotedBeforeItIsThere)
 {
     serveFront(m_host);
     QStringList seen;
-    EXPECT_EQ(m_remote.fetch(kNew, kClip,
-                             [&] {
-                                 seen = files();
-                                 return FileResult();
-                             }),
+    EXPECT_EQ(fetch(kNew, kClip,
+                    [&] {
+                        seen = files();
+                        return FileResult();
+                    }),
               Fetched::changed);
     EXPECT_THAT(seen, ElementsAre(kClip + QStringLiteral(".tmp")));
 }
@@ -196,8 +207,8 @@ TEST_F(RemoteImageryTest, KeepsTheOldFileWhenTheNewOneCannotBeNoted)
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
     const QStringList before = files();
     test::CapturedLog log;
-    EXPECT_EQ(m_remote.fetch(kNew, kClip, [] { return FileResult::fromErrno(ENOSPC); }),
-              Fetched::failed);
+    EXPECT_EQ(fetch(kNew, kClip, [] { return FileResult::fromErrno(ENOSPC); }), Fetched::changed)
+        << "as far as the network is concerned";
     EXPECT_EQ(files(), before);
     EXPECT_EQ(content(kClip), QByteArray("old"));
     EXPECT_EQ(content(kClip + QStringLiteral(".src")), kOld.toUtf8());
@@ -212,8 +223,21 @@ TEST_F(RemoteImageryTest, ClaimsToKnowNothingOfAFileThatCannotBePutInPlace)
     ASSERT_TRUE(QDir().mkpath(path(kClip)));
     writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
     writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
-    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_EQ(fetch(kNew, kClip), Fetched::changed);
     EXPECT_THAT(files(), IsEmpty());
+}
+
+TEST_F(RemoteImageryTest, KnowsAFileThatIsStillOnItsWayIntoPlace)
+{
+    serveFront(m_host);
+    const auto slowly = [] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        return FileResult();
+    };
+    EXPECT_EQ(m_remote.fetch(kNew, kClip, slowly), Fetched::changed);
+    EXPECT_EQ(m_remote.fetch(kOld, kClip), Fetched::unchanged);
+    EXPECT_THAT(m_front->takeRequests(), ElementsAre(QStringLiteral("GET /%1 200").arg(kNew)));
+    EXPECT_EQ(content(kClip), TestImageryHost::clip(QStringLiteral("171")));
 }
 
 TEST_F(RemoteImageryTest, AsksWhomItIsToldTo)
@@ -235,12 +259,12 @@ TEST_F(RemoteImageryTest, AsksWhomItIsToldTo)
 TEST_F(RemoteImageryTest, FormsNoAddressFromNonsense)
 {
     serveFront(m_host);
-    EXPECT_EQ(m_remote.fetch(QStringLiteral("a path"), kClip), Fetched::failed);
-    EXPECT_EQ(m_remote.fetch(QStringLiteral("%zz"), kClip), Fetched::failed);
+    EXPECT_EQ(fetch(QStringLiteral("a path"), kClip), Fetched::failed);
+    EXPECT_EQ(fetch(QStringLiteral("%zz"), kClip), Fetched::failed);
     EXPECT_FALSE(m_remote.get(QStringLiteral("x\r\nX-Forged: 1")));
     for (const QString &host : {QString(), QStringLiteral("two words"), QStringLiteral("a:b")}) {
         Settings::setImageryHost(host);
-        EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::failed) << host.toStdString();
+        EXPECT_EQ(fetch(kNew, kClip), Fetched::failed) << host.toStdString();
     }
     EXPECT_THAT(m_front->takeRequests(), IsEmpty());
 }

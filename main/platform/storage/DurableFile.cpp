@@ -27,6 +27,7 @@ FileResult FileResult::fromErrno(int error)
 namespace {
 
 constexpr mode_t kPermissionBits = 07777;
+constexpr size_t kGather = 256 * 1024; // bytes to write at once
 const QString kTemporarySuffix = QStringLiteral(".tmp");
 
 FileResult lastError()
@@ -149,13 +150,23 @@ PendingFile::~PendingFile()
 
 FileResult PendingFile::append(const char *bytes, size_t count)
 {
+    if (!m_result.isOk())
+        return m_result;
+    m_gathered.insert(m_gathered.end(), bytes, bytes + count);
+    return m_gathered.size() < kGather ? m_result : writeGathered();
+}
+
+FileResult PendingFile::writeGathered()
+{
     if (m_result.isOk())
-        m_result = writeAll(m_file.get(), bytes, count);
+        m_result = writeAll(m_file.get(), m_gathered.data(), m_gathered.size());
+    m_gathered.clear();
     return m_result;
 }
 
 FileResult PendingFile::commit()
 {
+    (void)writeGathered(); // which remembers its failure
     if (m_result.isOk() && ::fsync(m_file.get()) != 0)
         m_result = lastError();
     if (m_result.isOk())

@@ -14,6 +14,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <vector>
+
 namespace corvella {
 
 enum class FileStatus {
@@ -42,16 +44,20 @@ public:
     PendingFile(const PendingFile &) = delete;
     PendingFile &operator=(const PendingFile &) = delete;
 
-    // After a failure every call gives that failure again and does nothing.
+    // After a failure every call gives that failure again and does nothing. Small pieces are
+    // gathered, so a failure may show itself a few calls later.
     FileResult append(const char *bytes, size_t count);
     // Puts what was written in place. Call it once.
     FileResult commit();
 
 private:
+    FileResult writeGathered();
+
     QString m_path; // links resolved
     QByteArray m_temporary;
     FileDescriptor m_file;
-    FileResult m_result; // the first failure
+    FileResult m_result;          // the first failure
+    std::vector<char> m_gathered; // not written yet
 };
 
 namespace DurableFile {

@@ -183,7 +183,9 @@ TEST_F(DurableFileTest, DoesNotPutContentWithAGapInPlace)
         PendingFile file(m_path);
         {
             const test::FileSizeLimit fullDisk(10);
-            EXPECT_EQ(file.append("far too long", 12).status, FileStatus::noSpace);
+            const QByteArray farTooLong(1 << 20, 'x');
+            EXPECT_EQ(file.append(farTooLong.constData(), size_t(farTooLong.size())).status,
+                      FileStatus::noSpace);
         }
         EXPECT_EQ(file.append("short", 5).status, FileStatus::noSpace);
         EXPECT_EQ(file.commit().status, FileStatus::noSpace);
