@@ -480,6 +480,7 @@ TEST_F(RefresherTest, ListsWhatIsOnDiskByWhatIsKnownOfIt)
     writeFile(QStringLiteral("seed.mp4"), "seed");
     writeFile(QStringLiteral("manifest.json"), R"([
         {"id": "rainbow", "label": "Seed", "video": "seed.mp4", "updated": "2026-01-01T00:00:00Z"},
+        {"id": "171", "label": "Old", "video": "171.mp4", "updated": "2026-09-01T00:00:00Z"},
         {"id": "193", "label": "Bronze", "video": "193.mp4", "updated": "2026-09-01T00:00:00Z"}])");
     m_refresher.rewriteManifest(QList<Cache::Remote>{
         {.id = QStringLiteral("171"), .label = QStringLiteral("first"), .updated = {}},
@@ -624,6 +625,17 @@ TEST_F(RefresherTest, HonoursThePassOfAnotherProcess)
     other.reset();
     users.join();
     EXPECT_TRUE(has(QStringLiteral("171.mp4")));
+}
+
+TEST_F(RefresherTest, WaitsForAnotherProcessNoLongerThanTheProgramLives)
+{
+    const std::optional<FileLock> other = FileLock::acquire(path(QStringLiteral("refresh.lock")));
+    ASSERT_TRUE(other);
+    std::thread users([this] { m_refresher.pass(true, false, true); });
+    EXPECT_TRUE(test::becomes([this] { return !log().isEmpty(); }));
+    m_session.cancel();
+    users.join();
+    EXPECT_EQ(Settings::lastCheck(), Settings::distantPast());
 }
 
 TEST_F(RefresherTest, RefreshesAFolderThatCannotBeLocked)

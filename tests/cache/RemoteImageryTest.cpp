@@ -186,6 +186,47 @@ TEST_F(RemoteImageryTest, EndsWithinItsLimitsAtATrickle)
     EXPECT_THAT(files(), IsEmpty());
 }
 
+TEST_F(RemoteImageryTest, BearsTheSilenceThatIsLaidDownForEachKind)
+{
+    const Cache::NetworkLimits limits;
+    EXPECT_EQ(limits.document.idle, 20s);
+    EXPECT_EQ(limits.document.total, 120s);
+    EXPECT_EQ(limits.file.idle, 60s);
+    EXPECT_EQ(limits.file.total, 600s);
+
+    serveFront([](test::FaultServer::Connection &connection) { connection.waitForClient(); });
+    Cache::NetworkLimits shortOnes;
+    shortOnes.document.idle = 200ms;
+    shortOnes.file.idle = 300ms;
+    RemoteImagery impatient(m_folder, m_session, shortOnes);
+    test::CapturedLog log;
+    EXPECT_FALSE(impatient.get(QStringLiteral("manifest/171.json")));
+    EXPECT_EQ(impatient.fetch(kNew, kClip), Fetched::failed);
+    EXPECT_THAT(
+        log.messages(),
+        ElementsAre(
+            QStringLiteral("https://imagery.corvella.example/manifest/171.json: silent for 0.2 s"),
+            QStringLiteral("https://imagery.corvella.example/") + kNew
+                + QStringLiteral(": silent for 0.3 s")));
+}
+
+TEST_F(RemoteImageryTest, HasDocumentsAloneCompressed)
+{
+    QByteArray heads;
+    serveFront([&heads](test::FaultServer::Connection &connection) {
+        for (QByteArray head; !(head = connection.readRequest()).isEmpty();) {
+            heads += head;
+            connection.send(test::okAnswer("{}"));
+        }
+    });
+    EXPECT_EQ(m_remote.fetch(kNew, kClip), Fetched::changed);
+    EXPECT_FALSE(heads.contains("Accept-Encoding")) << heads.constData();
+    (void)m_remote.remoteProducts(true);
+    EXPECT_EQ(heads.count("Accept-Encoding"), 1) << heads.constData();
+    EXPECT_TRUE(m_remote.get(QStringLiteral("manifest/171.json")));
+    EXPECT_EQ(heads.count("Accept-Encoding"), 2) << heads.constData();
+}
+
 TEST_F(RemoteImageryTest, HasANewFileNotedBeforeItIsThere)
 {
     serveFront(m_host);

@@ -51,6 +51,17 @@ TEST(StoreTest, LinksToTheMomentAndTheWavelength)
         EXPECT_EQ(linkFor(row.id, row.updated).toStdString(), row.link);
 }
 
+TEST(StoreTest, NamesTheMomentInUtcWhereverItIsRead)
+{
+    const test::TemporaryHome home;
+    const QByteArray before = qgetenv("TZ");
+    qputenv("TZ", "IST-05:30");
+    const QString link = linkFor(QStringLiteral("dem"), QStringLiteral("2025-03-01T20:05:00Z"));
+    qputenv("TZ", before);
+    EXPECT_EQ(link.toStdString(),
+              "https://corvella.example/?utm_source=corvella&d=2025-03-01&t=20:05");
+}
+
 TEST(StoreTest, LinksToTheStoreThatIsSet)
 {
     const test::TemporaryHome home;

@@ -103,22 +103,22 @@ void keepPermissions(const QByteArray &from, const FileDescriptor &to)
         (void)::fchmod(to.get(), before.st_mode & kPermissionBits);
 }
 
-// Whether nobody writes this temporary file any more. What is no plain file, a link or a pipe, was
-// never one and stands in the way of one.
-bool isAbandoned(const QByteArray &name)
+// Removes a temporary file that nobody writes any more. What is no plain file, a link or a pipe,
+// was never one and stands in the way of one.
+void removeIfAbandoned(const QByteArray &name)
 {
     struct stat named = {};
-    if (::lstat(name.constData(), &named) != 0)
-        return false;
-    if (!S_ISREG(named.st_mode))
-        return true;
+    if (::lstat(name.constData(), &named) == 0 && !S_ISREG(named.st_mode))
+        ::unlink(name.constData());
     constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     FileDescriptor file(::open(name.constData(), O_WRONLY | kFlags));
     // It has the permissions of the file that it was to replace. Read-only locks as well.
     if (!file.isOpen() && errno == EACCES)
         file = FileDescriptor(::open(name.constData(), O_RDONLY | kFlags));
-    return file.isOpen() && lockAlone(file.get(), std::chrono::milliseconds(0))
-        && isStillNamed(file, name);
+    // Removed under the lock: once that is free, it may be another writer's.
+    if (file.isOpen() && lockAlone(file.get(), std::chrono::milliseconds(0))
+        && isStillNamed(file, name))
+        ::unlink(name.constData());
 }
 
 QString resolved(const QString &path)
@@ -209,11 +209,8 @@ void removeAbandoned(const QString &folder)
     const QDir dir(folder);
     const QStringList names =
         dir.entryList({u'*' + kTemporarySuffix}, QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString &name : names) {
-        const QByteArray path = QFile::encodeName(dir.filePath(name));
-        if (isAbandoned(path))
-            ::unlink(path.constData());
-    }
+    for (const QString &name : names)
+        removeIfAbandoned(QFile::encodeName(dir.filePath(name)));
 }
 
 } // namespace DurableFile

@@ -237,6 +237,17 @@ TEST_F(HttpSessionTest, RefusesABodyThatBreaksOff)
     }
 }
 
+TEST_F(HttpSessionTest, RefusesAHeadThatBreaksOffAfterARedirection)
+{
+    const test::FaultServer server(m_identity, [](Connection &connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 302 Found\r\nLocation: /next\r\nContent-Length: 0\r\n\r\n");
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Type: video/mp4\r\n");
+    });
+    EXPECT_EQ(get(request(server.host())).reason(), "breaks off in its headers");
+}
+
 TEST_F(HttpSessionTest, TakesABodyWithTrailersBehindIt)
 {
     m_home.write(m_root + QStringLiteral("/file.json"), "content");
