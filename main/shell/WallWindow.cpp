@@ -6,6 +6,7 @@
 #include "platform/session/Pointer.h"
 #include "shell/AccessibleWall.h"
 
+#include <QCloseEvent>
 #include <QCursor>
 #include <QFontDatabase>
 #include <QMouseEvent>
@@ -27,6 +28,10 @@ WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput pointer, K
     , m_fullScreen(FullScreenPlacement::create(*this, pointer, keys))
 {
     setTitle(QStringLiteral("Corvella"));
+    connect(this, &QWindow::windowStateChanged, this, [this](Qt::WindowState state) {
+        if (state == Qt::WindowMinimized)
+            setWindowStates(Qt::WindowFullScreen);
+    });
 }
 
 WallWindow::~WallWindow() = default;
@@ -107,6 +112,11 @@ void WallWindow::exposeEvent(QExposeEvent *event)
     // A window manager listens only once it manages the window.
     if (isExposed() && !std::exchange(m_wasExposed, true))
         m_fullScreen->finish();
+}
+
+void WallWindow::closeEvent(QCloseEvent *event)
+{
+    event->ignore();
 }
 
 void WallWindow::mousePressEvent(QMouseEvent *event)

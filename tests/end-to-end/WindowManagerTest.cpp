@@ -8,6 +8,7 @@ namespace corvella {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using test::becomes;
 
 class WindowManager : public testing::Test
@@ -47,6 +48,20 @@ TEST_F(WindowManager, GivesTheKeysToAWallThatCoversEveryScreen)
     m_program.start();
     EXPECT_TRUE(
         becomes([this] { return wall().id != 0 && m_display.client().focus() == wall().id; }));
+}
+
+TEST_F(WindowManager, NeitherClosesNorMinimisesTheWall)
+{
+    m_program.start();
+    ASSERT_TRUE(
+        becomes([this] { return wall().id != 0 && m_display.client().focus() == wall().id; }));
+    const quint32 id = wall().id;
+    m_display.input({u"key"_s, u"alt+F4"_s});
+    EXPECT_FALSE(becomes([&] { return wall().id != id; }, 500ms));
+    const int shown = m_display.client().windowsShown();
+    m_display.input({u"windowminimize"_s, QString::number(id)});
+    EXPECT_TRUE(becomes([&] { return m_display.client().windowsShown() > shown; }));
+    EXPECT_TRUE(becomes([&] { return wall().id == id; }));
 }
 
 } // namespace

@@ -324,6 +324,21 @@ TEST_F(AppTest, HidingTakesEveryWindowDown)
         EXPECT_FALSE(window->isVisible());
 }
 
+TEST_F(AppTest, NobodyElseClosesOrMinimisesAWall)
+{
+    for (const Mode mode : {Mode::wall, Mode::kiosk}) {
+        configure(mode);
+        m_app->show();
+        WallWindow &window = *m_app->windows().front();
+        EXPECT_FALSE(window.close());
+        EXPECT_TRUE(window.isVisible());
+        window.setWindowStates(Qt::WindowMinimized);
+        EXPECT_EQ(window.windowState(), Qt::WindowFullScreen);
+        m_app->hide();
+        EXPECT_TRUE(m_app->windows().empty());
+    }
+}
+
 TEST_F(AppTest, ShowingAgainBuildsAnew)
 {
     configure(Mode::wall);
