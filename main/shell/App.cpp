@@ -420,6 +420,8 @@ void App::rebuildIfChanged()
             .arg(m_builtFor.size())
             .arg(extents.size()));
     build();
+    if (!m_coversAll)
+        setCursor(false); // whoever is at the other screen needs it
 }
 
 } // namespace corvella

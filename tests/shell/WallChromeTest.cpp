@@ -44,11 +44,11 @@ protected:
     static bool isPointerHidden() { return QGuiApplication::overrideCursor() != nullptr; }
 
     // Points from the top left of the first wall, as a mouse has them.
-    void click(QPointF point)
+    void click(QPointF point, Qt::MouseButton button = Qt::LeftButton)
     {
         QWindow &window = *m_app->windows().front();
-        QMouseEvent press(QEvent::MouseButtonPress, point, window.mapToGlobal(point),
-                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent press(QEvent::MouseButtonPress, point, window.mapToGlobal(point), button,
+                          button, Qt::NoModifier);
         QCoreApplication::sendEvent(&window, &press);
     }
 };
@@ -130,6 +130,18 @@ TEST_F(WallChrome, ThePointerStaysHiddenInAKiosk)
     pass(800ms);
     EXPECT_EQ(opacityOf(*m_app->badges()[0]), 0);
     EXPECT_TRUE(isPointerHidden());
+}
+
+TEST_F(WallChrome, ThePointerIsGivenBackWhenAScreenInUseIsPluggedIn)
+{
+    test::setOffscreenScreens({test::kLeft});
+    showWalls(Mode::wall, {u"all"_s, u"off"_s});
+    EXPECT_TRUE(isPointerHidden());
+    test::setOffscreenScreens({test::kLeft, test::kRight});
+    m_clock.advance(500ms);
+    m_app->workQueue().advance();
+    EXPECT_FALSE(m_app->coversAll());
+    EXPECT_FALSE(isPointerHidden());
 }
 
 TEST_F(WallChrome, BesideAScreenInUseButtonsComeOnlyForThePointerOverTheWall)
