@@ -121,6 +121,8 @@ void WallWindow::closeEvent(QCloseEvent *event)
 
 void WallWindow::mousePressEvent(QMouseEvent *event)
 {
+    if (event->button() != Qt::LeftButton)
+        return;
     const QPointF point(event->position().x(), m_tree.size().height() - event->position().y());
     for (auto topmost = m_chrome.rbegin(); topmost != m_chrome.rend(); ++topmost) {
         if ((*topmost)->hitTest(point))

@@ -184,6 +184,15 @@ TEST_F(WallChrome, AClickAnywhereInTheButtonsSquareClosesTheWall)
     }
 }
 
+TEST_F(WallChrome, OnlyTheMainButtonOfTheMouseClosesTheWall)
+{
+    showWalls(Mode::wall);
+    for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton, Qt::BackButton}) {
+        click({1220, 60}, button);
+        EXPECT_TRUE(m_app->isShowing());
+    }
+}
+
 TEST_F(WallChrome, AClickOnABadgeDoesNothing)
 {
     showWalls(Mode::kiosk);
