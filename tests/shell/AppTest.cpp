@@ -441,6 +441,16 @@ TEST_F(DisplayChanges, ThatLeaveOnlyScreensThatAreOffTakeTheWallsDownButNotTheSh
     EXPECT_EQ(m_app->windows()[0]->geometry(), kRight.frame);
 }
 
+TEST_F(DisplayChanges, LockWallsThatAShellMadeAKioskMeanwhile)
+{
+    Settings::setMode(Mode::kiosk);
+    EXPECT_TRUE(m_app->badges().empty());
+    test::setOffscreenScreens({kLeft});
+    pass(500ms);
+    EXPECT_EQ(m_app->badges().size(), 1U);
+    EXPECT_EQ(m_presentation.state, Presentation::State::locked);
+}
+
 TEST_F(DisplayChanges, OfTheScaleAloneRebuildToo)
 {
     test::setOffscreenScreens({kLeft, {kRight.name, kRight.frame, 1}});
