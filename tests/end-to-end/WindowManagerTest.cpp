@@ -50,6 +50,20 @@ TEST_F(WindowManager, GivesTheKeysToAWallThatCoversEveryScreen)
         becomes([this] { return wall().id != 0 && m_display.client().focus() == wall().id; }));
 }
 
+// 640 pixels are 213 points of three pixels each, and one pixel more.
+TEST_F(WindowManager, LeavesNoPixelUncoveredWhereTheScaleDoesNotDivideTheScreen)
+{
+    const QColor background(48, 96, 160);
+    m_display.client().paintRoot(background);
+    m_program.setVariable(u"QT_SCALE_FACTOR"_s, u"3"_s);
+    m_program.start();
+    const auto isUncovered = [&](const QPoint &pixel) {
+        return m_display.client().picture().pixelColor(pixel) == background;
+    };
+    ASSERT_TRUE(becomes([&] { return !isUncovered({638, 240}); }));
+    EXPECT_FALSE(isUncovered({639, 240}));
+}
+
 TEST_F(WindowManager, NeitherClosesNorMinimisesTheWall)
 {
     m_program.start();
