@@ -420,6 +420,11 @@ void App::rebuildIfChanged()
             .arg(m_builtFor.size())
             .arg(extents.size()));
     build();
+    if (!m_coversAll)
+        setCursor(false); // whoever is at the other screen needs it
+    // Where a shell changed the mode meanwhile, these walls are the first with a padlock.
+    if (Settings::mode() == Mode::kiosk)
+        m_presentation.setState(Presentation::State::locked);
 }
 
 } // namespace corvella

@@ -6,6 +6,7 @@
 #include "platform/session/Pointer.h"
 #include "shell/AccessibleWall.h"
 
+#include <QCloseEvent>
 #include <QCursor>
 #include <QFontDatabase>
 #include <QMouseEvent>
@@ -27,6 +28,10 @@ WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput pointer, K
     , m_fullScreen(FullScreenPlacement::create(*this, pointer, keys))
 {
     setTitle(QStringLiteral("Corvella"));
+    connect(this, &QWindow::windowStateChanged, this, [this](Qt::WindowState state) {
+        if (state == Qt::WindowMinimized)
+            setWindowStates(Qt::WindowFullScreen);
+    });
 }
 
 WallWindow::~WallWindow() = default;
@@ -109,8 +114,15 @@ void WallWindow::exposeEvent(QExposeEvent *event)
         m_fullScreen->finish();
 }
 
+void WallWindow::closeEvent(QCloseEvent *event)
+{
+    event->ignore();
+}
+
 void WallWindow::mousePressEvent(QMouseEvent *event)
 {
+    if (event->button() != Qt::LeftButton)
+        return;
     const QPointF point(event->position().x(), m_tree.size().height() - event->position().y());
     for (auto topmost = m_chrome.rbegin(); topmost != m_chrome.rend(); ++topmost) {
         if ((*topmost)->hitTest(point))

@@ -50,6 +50,8 @@ public:
 protected:
     void exposeEvent(QExposeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
+    // Only the program takes a wall down, never a window manager.
+    void closeEvent(QCloseEvent *event) override;
     bool event(QEvent *event) override;
 
 private:

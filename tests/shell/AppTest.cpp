@@ -324,6 +324,21 @@ TEST_F(AppTest, HidingTakesEveryWindowDown)
         EXPECT_FALSE(window->isVisible());
 }
 
+TEST_F(AppTest, NobodyElseClosesOrMinimisesAWall)
+{
+    for (const Mode mode : {Mode::wall, Mode::kiosk}) {
+        configure(mode);
+        m_app->show();
+        WallWindow &window = *m_app->windows().front();
+        EXPECT_FALSE(window.close());
+        EXPECT_TRUE(window.isVisible());
+        window.setWindowStates(Qt::WindowMinimized);
+        EXPECT_EQ(window.windowState(), Qt::WindowFullScreen);
+        m_app->hide();
+        EXPECT_TRUE(m_app->windows().empty());
+    }
+}
+
 TEST_F(AppTest, ShowingAgainBuildsAnew)
 {
     configure(Mode::wall);
@@ -424,6 +439,16 @@ TEST_F(DisplayChanges, ThatLeaveOnlyScreensThatAreOffTakeTheWallsDownButNotTheSh
     pass(500ms);
     ASSERT_EQ(m_app->windows().size(), 1U);
     EXPECT_EQ(m_app->windows()[0]->geometry(), kRight.frame);
+}
+
+TEST_F(DisplayChanges, LockWallsThatAShellMadeAKioskMeanwhile)
+{
+    Settings::setMode(Mode::kiosk);
+    EXPECT_TRUE(m_app->badges().empty());
+    test::setOffscreenScreens({kLeft});
+    pass(500ms);
+    EXPECT_EQ(m_app->badges().size(), 1U);
+    EXPECT_EQ(m_presentation.state, Presentation::State::locked);
 }
 
 TEST_F(DisplayChanges, OfTheScaleAloneRebuildToo)

@@ -44,11 +44,11 @@ protected:
     static bool isPointerHidden() { return QGuiApplication::overrideCursor() != nullptr; }
 
     // Points from the top left of the first wall, as a mouse has them.
-    void click(QPointF point)
+    void click(QPointF point, Qt::MouseButton button = Qt::LeftButton)
     {
         QWindow &window = *m_app->windows().front();
-        QMouseEvent press(QEvent::MouseButtonPress, point, window.mapToGlobal(point),
-                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent press(QEvent::MouseButtonPress, point, window.mapToGlobal(point), button,
+                          button, Qt::NoModifier);
         QCoreApplication::sendEvent(&window, &press);
     }
 };
@@ -132,6 +132,18 @@ TEST_F(WallChrome, ThePointerStaysHiddenInAKiosk)
     EXPECT_TRUE(isPointerHidden());
 }
 
+TEST_F(WallChrome, ThePointerIsGivenBackWhenAScreenInUseIsPluggedIn)
+{
+    test::setOffscreenScreens({test::kLeft});
+    showWalls(Mode::wall, {u"all"_s, u"off"_s});
+    EXPECT_TRUE(isPointerHidden());
+    test::setOffscreenScreens({test::kLeft, test::kRight});
+    m_clock.advance(500ms);
+    m_app->workQueue().advance();
+    EXPECT_FALSE(m_app->coversAll());
+    EXPECT_FALSE(isPointerHidden());
+}
+
 TEST_F(WallChrome, BesideAScreenInUseButtonsComeOnlyForThePointerOverTheWall)
 {
     showWalls(Mode::wall, {u"all"_s, u"off"_s});
@@ -169,6 +181,15 @@ TEST_F(WallChrome, AClickAnywhereInTheButtonsSquareClosesTheWall)
         click(corner);
         EXPECT_FALSE(m_app->isShowing());
         EXPECT_TRUE(settingsOpen());
+    }
+}
+
+TEST_F(WallChrome, OnlyTheMainButtonOfTheMouseClosesTheWall)
+{
+    showWalls(Mode::wall);
+    for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton, Qt::BackButton}) {
+        click({1220, 60}, button);
+        EXPECT_TRUE(m_app->isShowing());
     }
 }
 

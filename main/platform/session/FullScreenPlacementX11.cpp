@@ -45,6 +45,7 @@ public:
     {
         makeFullScreen(m_window);
         keepOffTaskbars();
+        makeBlack();
         if (pointer == PointerInput::passedThrough)
             passPointerThrough();
     }
@@ -68,6 +69,13 @@ private:
                                 atom(m_server, "_NET_WM_STATE_SKIP_PAGER")};
         xcb_change_property(m_server, XCB_PROP_MODE_APPEND, id(), atom(m_server, "_NET_WM_STATE"),
                             XCB_ATOM_ATOM, 32, states.size(), states.data());
+    }
+
+    // Where the window's points do not make up its last column or row of pixels, nobody draws.
+    void makeBlack()
+    {
+        constexpr uint32_t kBlack = 0;
+        xcb_change_window_attributes(m_server, id(), XCB_CW_BACK_PIXEL, &kBlack);
     }
 
     void passPointerThrough()
