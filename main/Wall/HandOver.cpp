@@ -112,8 +112,10 @@ void growMask(const Reveal &reveal, LayerTree &tree, PlayerLayer &from, PlayerLa
 void transition(Transition style, LayerTree &tree, PlayerLayer &from, PlayerLayer &to, bool first,
                 std::function<void()> done)
 {
-    // The new clip lies over the old one, which stays visible beneath while a mask grows.
+    // The new clip lies over the old one, which stays visible beneath while a mask grows. A mask of
+    // a hand-over that this one cuts short is not its own.
     to.raiseAbove(from);
+    to.setMask(nullptr);
     if (first && style == Transition::blink)
         style = Transition::crossfade;
     switch (style) {

@@ -5,6 +5,7 @@
 #include "platform/layers/GradientLayer.h"
 #include "platform/layers/LayerTree.h"
 #include "platform/layers/Transaction.h"
+#include "platform/storage/IsoDate.h"
 
 #include <QDateTime>
 #include <QFontDatabase>
@@ -112,11 +113,10 @@ void WallOverlays::layout(QSizeF size)
 
 QString WallOverlays::pretty(const std::optional<QString> &stamp)
 {
-    const QDateTime time = stamp ? QDateTime::fromString(*stamp, Qt::ISODate) : QDateTime();
-    // A stamp without a zone names no instant.
-    if (!time.isValid() || time.timeSpec() == Qt::LocalTime)
+    const std::optional<QDateTime> time = stamp ? parseIsoDate(*stamp) : std::nullopt;
+    if (!time)
         return QStringLiteral("?");
-    return QLocale().toString(time.toLocalTime(), QStringLiteral("MMM d, hh:mm AP"));
+    return QLocale().toString(time->toLocalTime(), QStringLiteral("MMM d, hh:mm AP"));
 }
 
 AttributedText WallOverlays::spaced(const QString &text)

@@ -33,8 +33,8 @@ bool isDocument(const QString &path)
 
 void writeSideFile(const QString &path, const QByteArray &text)
 {
-    // Lost, it costs one download.
-    (void)DurableFile::write(path, text);
+    // Lost or empty, it costs one download.
+    (void)DurableFile::write(path, text, Flush::later);
 }
 
 // The last steps of a download, on a thread of its own.

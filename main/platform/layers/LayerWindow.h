@@ -28,8 +28,8 @@ public:
     explicit LayerWindow(LayerTree &tree, QScreen *screen);
     ~LayerWindow() override;
 
-    // Makes what it draws on, before it is shown. On X11 a file descriptor comes along with that, and
-    // libxcb loses one that comes among a flood of input, and the connection with it.
+    // Makes what it draws on, before it is shown. On X11 a file descriptor comes along with that,
+    // and libxcb loses one that comes among a flood of input, and the connection with it.
     void prepare();
 
 Q_SIGNALS:

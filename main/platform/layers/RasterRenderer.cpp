@@ -102,7 +102,7 @@ std::optional<size_t> hidingItem(const DrawList &list, const QRect &area)
 
 QRegion RasterRenderer::advance(DrawList list)
 {
-    const QRegion region = damage(m_list, list);
+    QRegion region = damage(m_list, list);
     m_list = std::move(list);
     if (region.isEmpty())
         letPicturesGo();

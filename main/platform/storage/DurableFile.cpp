@@ -27,7 +27,7 @@ FileResult FileResult::fromErrno(int error)
 namespace {
 
 constexpr mode_t kPermissionBits = 07777;
-constexpr size_t kGather = 1024 * 1024; // bytes to write at once
+constexpr size_t kGather = size_t{1} << 20; // bytes to write at once
 const QString kTemporarySuffix = QStringLiteral(".tmp");
 
 FileResult lastError()
@@ -60,11 +60,11 @@ FileResult flushFolderOf(const QString &path)
     return {};
 }
 
-FileResult moveIntoPlace(const QByteArray &temporary, const QString &path)
+FileResult moveIntoPlace(const QByteArray &temporary, const QString &path, Flush flush)
 {
     if (::rename(temporary.constData(), QFile::encodeName(path).constData()) != 0)
         return lastError();
-    return flushFolderOf(path);
+    return flush == Flush::first ? flushFolderOf(path) : FileResult();
 }
 
 // Whether the open file is still the one that has this name: the writer before us may have renamed
@@ -160,30 +160,31 @@ FileResult PendingFile::writeGathered()
 {
     if (m_result.isOk())
         m_result = writeAll(m_file.get(), m_gathered.data(), m_gathered.size());
-    // On its way to the disk while more is still to come: the flush at the end has less to wait for.
+    // On its way to the disk while more is still to come: the flush at the end has less to wait
+    // for.
     if (m_gathered.size() >= kGather)
         (void)::sync_file_range(m_file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
     m_gathered.clear();
     return m_result;
 }
 
-FileResult PendingFile::commit()
+FileResult PendingFile::commit(Flush flush)
 {
     (void)writeGathered(); // which remembers its failure
-    if (m_result.isOk() && ::fsync(m_file.get()) != 0)
+    if (m_result.isOk() && flush == Flush::first && ::fsync(m_file.get()) != 0)
         m_result = lastError();
     if (m_result.isOk())
-        m_result = moveIntoPlace(m_temporary, m_path);
+        m_result = moveIntoPlace(m_temporary, m_path, flush);
     return m_result;
 }
 
 namespace DurableFile {
 
-FileResult write(const QString &path, const QByteArray &bytes)
+FileResult write(const QString &path, const QByteArray &bytes, Flush flush)
 {
     PendingFile file(path);
     (void)file.append(bytes.constData(), size_t(bytes.size())); // commit() repeats its failure
-    return file.commit();
+    return file.commit(flush);
 }
 
 FileResult copy(const QString &source, const QString &path)

@@ -33,6 +33,10 @@ struct [[nodiscard]] FileResult
     static FileResult fromErrno(int error); // 0 is ok
 };
 
+// Whether new content is on the disk before its file takes its place. What is flushed later takes
+// its place whole, too, but a power cut soon afterwards may leave it empty, or the old file.
+enum class Flush { first, later };
+
 // New content for a file, in pieces. Dropped with the object unless it was committed. One thread at
 // a time.
 class PendingFile
@@ -48,7 +52,7 @@ public:
     // gathered, so a failure may show itself a few calls later.
     FileResult append(const char *bytes, size_t count);
     // Puts what was written in place. Call it once.
-    FileResult commit();
+    FileResult commit(Flush flush = Flush::first);
 
 private:
     FileResult writeGathered();
@@ -63,7 +67,7 @@ private:
 namespace DurableFile {
 
 // Makes `bytes` the content of `path`.
-FileResult write(const QString &path, const QByteArray &bytes);
+FileResult write(const QString &path, const QByteArray &bytes, Flush flush = Flush::first);
 
 // Makes `path` a copy of the plain file `source`.
 FileResult copy(const QString &source, const QString &path);
