@@ -3,7 +3,7 @@
 #include "settings/Settings.h"
 #include "support/QtPrinting.h"
 
-#include <thread>
+#include <semaphore>
 
 namespace corvella {
 namespace {
@@ -271,11 +271,13 @@ TEST_F(RemoteImageryTest, ClaimsToKnowNothingOfAFileThatCannotBePutInPlace)
 TEST_F(RemoteImageryTest, KnowsAFileThatIsStillOnItsWayIntoPlace)
 {
     serveFront(m_host);
-    const auto slowly = [] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::binary_semaphore isAskedAgain(0);
+    const auto note = [&isAskedAgain] {
+        isAskedAgain.acquire();
         return FileResult();
     };
-    EXPECT_EQ(m_remote.fetch(kNew, kClip, slowly), Fetched::changed);
+    EXPECT_EQ(m_remote.fetch(kNew, kClip, note), Fetched::changed);
+    isAskedAgain.release(); // the file's way into place begins only now
     EXPECT_EQ(m_remote.fetch(kOld, kClip), Fetched::unchanged);
     EXPECT_THAT(m_front->takeRequests(), ElementsAre(QStringLiteral("GET /%1 200").arg(kNew)));
     EXPECT_EQ(content(kClip), TestImageryHost::clip(QStringLiteral("171")));
