@@ -13,6 +13,17 @@ constexpr double kRingWidth = 1.5; // points
 
 } // namespace
 
+QImage Chrome::drawContents(QSize pixels, double scale) const
+{
+    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(scale, scale);
+    draw(painter, bounds().width());
+    return image;
+}
+
 void drawDisc(QPainter &painter, double side, double margin)
 {
     const QRectF disc = QRectF(0, 0, side, side).adjusted(margin, margin, -margin, -margin);

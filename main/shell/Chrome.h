@@ -20,6 +20,13 @@ public:
     [[nodiscard]] virtual bool hitTest(QPointF point) const = 0;
     // The pointer's button went down on it.
     virtual void mouseDown() {}
+
+protected:
+    // Draws it with a painter in points, from the top left of its square of this side.
+    virtual void draw(QPainter &painter, double side) const = 0;
+
+private:
+    [[nodiscard]] QImage drawContents(QSize pixels, double scale) const final;
 };
 
 // The dark disc with its light ring, in the middle of a square of `side` points, that both kinds of

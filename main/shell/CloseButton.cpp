@@ -33,20 +33,13 @@ void CloseButton::mouseDown()
     action();
 }
 
-QImage CloseButton::drawContents(QSize pixels, double scale) const
+void CloseButton::draw(QPainter &painter, double side) const
 {
-    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(scale, scale);
-    const double side = bounds().width();
     drawDisc(painter, side, side / 2 - kRadius);
     painter.translate(side / 2, side / 2);
     painter.setPen(QPen(Qt::white, kCrossWidth, Qt::SolidLine, Qt::RoundCap));
     painter.drawLine(QPointF(-kArm, -kArm), QPointF(kArm, kArm));
     painter.drawLine(QPointF(-kArm, kArm), QPointF(kArm, -kArm));
-    return image;
 }
 
 } // namespace corvella

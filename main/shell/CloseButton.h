@@ -22,7 +22,7 @@ public:
     void mouseDown() override;
 
 protected:
-    [[nodiscard]] QImage drawContents(QSize pixels, double scale) const override;
+    void draw(QPainter &painter, double side) const override;
 };
 
 } // namespace corvella

@@ -30,20 +30,13 @@ bool ModeBadge::hitTest(QPointF /*point*/) const
     return false;
 }
 
-QImage ModeBadge::drawContents(QSize pixels, double scale) const
+void ModeBadge::draw(QPainter &painter, double side) const
 {
-    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(scale, scale);
-    const double side = bounds().width();
     drawDisc(painter, side, kMargin);
     if (m_glyph) {
         painter.translate(side / 2, side / 2);
         painter.fillPath(*m_glyph, Qt::white);
     }
-    return image;
 }
 
 } // namespace corvella

@@ -22,7 +22,7 @@ public:
     [[nodiscard]] bool hitTest(QPointF point) const override;
 
 protected:
-    [[nodiscard]] QImage drawContents(QSize pixels, double scale) const override;
+    void draw(QPainter &painter, double side) const override;
 
 private:
     const std::optional<QPainterPath> m_glyph; // points, its middle at the origin
