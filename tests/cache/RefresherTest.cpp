@@ -563,8 +563,7 @@ public:
         return [state = m_state](test::FaultServer::Connection &connection) {
             while (!connection.readRequest().isEmpty()) {
                 state->asked = true;
-                while (!state->goOn)
-                    std::this_thread::sleep_for(1ms);
+                state->goOn.wait(false);
                 connection.send(test::okAnswer("{\"products\": []}"));
             }
         };
@@ -573,7 +572,11 @@ public:
     {
         EXPECT_TRUE(test::becomes([this] { return m_state->asked.load(); }));
     }
-    void goOn() { m_state->goOn = true; }
+    void goOn()
+    {
+        m_state->goOn = true;
+        m_state->goOn.notify_all();
+    }
 
 private:
     struct State
