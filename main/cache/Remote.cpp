@@ -5,11 +5,15 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace corvella::Cache {
 
 namespace {
 
 constexpr qsizetype kLongestText = 1024;
+// An index of twelve products has 150.
+constexpr qsizetype kMostValues = 1 << 16;
 
 std::optional<QString> text(const QJsonObject &record, QLatin1String key)
 {
@@ -46,9 +50,17 @@ std::optional<Remote> remote(const QJsonObject &record)
                   .stills = texts(record, {QLatin1String("still_v"), QLatin1String("img1k")})};
 }
 
+QJsonObject parseRemoteObject(const QByteArray &bytes)
+{
+    // Each value but the first of a list or object follows a comma, and those in texts do no harm.
+    const qsizetype values = std::count_if(bytes.cbegin(), bytes.cend(),
+                                           [](char c) { return c == ',' || c == '[' || c == '{'; });
+    return values > kMostValues ? QJsonObject() : QJsonDocument::fromJson(bytes).object();
+}
+
 ProductIndex parseProductIndex(const QByteArray &bytes)
 {
-    const QJsonObject index = QJsonDocument::fromJson(bytes).object();
+    const QJsonObject index = parseRemoteObject(bytes);
     ProductIndex parsed;
     if (const std::optional<QString> generated = text(index, QLatin1String("generated")))
         parsed.generated = parseIsoDate(*generated);

@@ -29,10 +29,14 @@ struct Remote
 // honest one counts as missing: labels and dates go into the manifest, which is bounded.
 [[nodiscard]] std::optional<Remote> remote(const QJsonObject &record);
 
+// The JSON object that a server sent. Empty when it is none, is nested too deeply, or consists of
+// more values than any honest document: parsed, each would take thirty times its bytes.
+[[nodiscard]] QJsonObject parseRemoteObject(const QByteArray &bytes);
+
 struct ProductIndex
 {
     // In the order of the index, without the records that are of no use. None when there is no
-    // index: not JSON, nested too deeply, no list in it.
+    // index: no object that can be parsed, no list in it.
     std::optional<QList<Remote>> products;
     std::optional<QDateTime> generated; // UTC
 };

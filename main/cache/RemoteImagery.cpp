@@ -10,7 +10,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QUrl>
 
 namespace corvella::Cache {
@@ -221,7 +220,7 @@ QList<Remote> RemoteImagery::singleRecords()
             continue;
         const std::optional<QByteArray> body =
             get(QStringLiteral("manifest/") + product.id + QStringLiteral(".json"));
-        const QJsonObject record = QJsonDocument::fromJson(body.value_or(QByteArray())).object();
+        const QJsonObject record = parseRemoteObject(body.value_or(QByteArray()));
         if (const std::optional<Remote> offer = remote(record))
             records << *offer;
     }

@@ -135,6 +135,17 @@ TEST(ProductIndexTest, IsNoneInWhatIsNone)
     }
 }
 
+// Parsed, a document of 16 MB could take half a gigabyte.
+TEST(ProductIndexTest, IsNoneWithValuesWithoutEnd)
+{
+    const auto indexWith = [](const QByteArray &values) {
+        return parseProductIndex("{\"products\": [" + values + "{}]}").products.has_value();
+    };
+    EXPECT_TRUE(indexWith(QByteArray("{},").repeated(20'000)));
+    for (const char *value : {"0,", "{},", "[],", "{\"a\":{\"b\":0}},"})
+        EXPECT_FALSE(indexWith(QByteArray(value).repeated(1'000'000))) << value;
+}
+
 TEST(ProductIndexTest, HasADateOnlyWhereItIsOne)
 {
     for (const char *date : {"\"yesterday\"", "1790000000", "\"2026-09-24 21:00\"", "null"}) {
