@@ -129,6 +129,8 @@ void setUp(CURL *easy, const HttpRequest &request, const Headers &headers, Trans
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMostRedirections);
     curl_easy_setopt(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // One transfer at a time has nothing to multiplex, and frames of 16 KiB cost both ends.
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
     curl_easy_setopt(easy, CURLOPT_USERAGENT, "Corvella");
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBuffer);
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers.get());
