@@ -1,5 +1,5 @@
-// Which product each wall view shows, for the whole process, so that screens do not show the same
-// one. Main thread only.
+// Which product each wall view shows, for the whole process and those that it shares a folder with,
+// so that screens do not show the same one. Main thread only.
 #pragma once
 
 #include <QSet>
@@ -15,5 +15,9 @@ void release(const void *view);
 
 // What all other views show.
 [[nodiscard]] QSet<QString> heldElsewhere(const void *view);
+
+// From now on also among the processes that share this folder. Nothing changes where it takes no
+// file.
+void shareIn(const QString &folder);
 
 } // namespace corvella::OnScreen

@@ -52,6 +52,12 @@ QString applicationSupport()
     return folderOr("XDG_DATA_HOME", QStringLiteral(".local/share"));
 }
 
+std::optional<QString> runtime()
+{
+    const QString value = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return QDir::isAbsolutePath(value) ? std::optional(QDir::cleanPath(value)) : std::nullopt;
+}
+
 QStringList machineConfig()
 {
     QStringList folders;

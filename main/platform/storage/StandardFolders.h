@@ -9,6 +9,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 namespace corvella::StandardFolders {
 
 // $HOME, or the password database's answer where it is unset or not absolute.
@@ -23,6 +25,10 @@ namespace corvella::StandardFolders {
 
 // $XDG_DATA_HOME, or ~/.local/share.
 [[nodiscard]] QString applicationSupport();
+
+// $XDG_RUNTIME_DIR: the user's alone, for sockets and locks, emptied at logout. None where no
+// session made one.
+[[nodiscard]] std::optional<QString> runtime();
 
 // The machine-wide folders below config(), the most important first: $XDG_CONFIG_DIRS, or /etc/xdg
 // alone.
