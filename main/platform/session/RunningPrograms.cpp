@@ -1,0 +1,23 @@
+#include "platform/session/RunningPrograms.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <csignal>
+
+namespace corvella {
+
+void endProgramsFrom(const QString &folder)
+{
+    for (const QString &name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        bool isProcess = false;
+        const pid_t id = name.toInt(&isProcess);
+        // Of other users' processes the kernel does not tell.
+        if (isProcess
+            && QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(id))
+                   .startsWith(folder + u'/'))
+            ::kill(id, SIGTERM);
+    }
+}
+
+} // namespace corvella

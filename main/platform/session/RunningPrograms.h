@@ -1,0 +1,12 @@
+// The user's other programs that run now. Any thread.
+#pragma once
+
+#include <QString>
+
+namespace corvella {
+
+// Tells those to end whose executable lies below a folder, or lay there when they were started.
+// Returns at once.
+void endProgramsFrom(const QString &folder);
+
+} // namespace corvella
