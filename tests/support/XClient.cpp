@@ -213,6 +213,36 @@ void XClient::takeFocus()
     EXPECT_EQ(focus(), window);
 }
 
+quint32 XClient::openWindow(const QRect &frame)
+{
+    const xcb_window_t window = xcb_generate_id(m_connection.get());
+    constexpr uint32_t kWhite = 0xffffff;
+    const uint32_t values[] = {kWhite, 1 /* unmanaged */};
+    xcb_create_window(m_connection.get(), XCB_COPY_FROM_PARENT, window, m_root,
+                      static_cast<int16_t>(frame.x()), static_cast<int16_t>(frame.y()),
+                      static_cast<uint16_t>(frame.width()), static_cast<uint16_t>(frame.height()),
+                      0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+    xcb_map_window(m_connection.get(), window);
+    xcb_flush(m_connection.get());
+    return window;
+}
+
+void XClient::resizeWindow(quint32 window, QSize size)
+{
+    const uint32_t values[] = {static_cast<uint32_t>(size.width()),
+                               static_cast<uint32_t>(size.height())};
+    xcb_configure_window(m_connection.get(), window,
+                         XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, values);
+    xcb_flush(m_connection.get());
+}
+
+void XClient::closeWindow(quint32 window)
+{
+    xcb_destroy_window(m_connection.get(), window);
+    xcb_flush(m_connection.get());
+}
+
 QList<quint32> XClient::numbers(quint32 window, const char *name) const
 {
     const QByteArray bytes = property(window, name);

@@ -57,6 +57,12 @@ public:
     [[nodiscard]] bool grabPointer();
     void releaseGrabs();
 
+    // A white window of this client's for others to show something in, as hosts of screen savers
+    // do.
+    [[nodiscard]] quint32 openWindow(const QRect &frame);
+    void resizeWindow(quint32 window, QSize size);
+    void closeWindow(quint32 window);
+
     // Whether the server's own saver blanks the screen.
     [[nodiscard]] bool isBlanked() const;
     // Whether a window manager is at work.

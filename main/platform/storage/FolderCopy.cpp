@@ -21,7 +21,7 @@ FileResult failed(const QString &path, const QString &reason)
 FileResult copyInto(const QString &from, const QString &to)
 {
     FileResult result = StandardFolders::make(to);
-    QDirIterator all(from, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+    QDirIterator all(from, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                      QDirIterator::Subdirectories);
     while (result.isOk() && all.hasNext()) {
         all.next();

@@ -1,0 +1,165 @@
+// The module in the windows of a host.
+#include "support/ProgramUnderTest.h"
+#include "support/TestPattern.h"
+#include "support/VirtualDisplay.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using test::becomes;
+
+constexpr QRect kLeft(0, 0, 400, 300);
+constexpr QRect kRight(400, 0, 400, 300);
+
+class SaverModule : public testing::Test
+{
+protected:
+    SaverModule()
+    {
+        m_program.showOn(m_display);
+        m_program.configureWall();
+        m_program.addClip(u"171"_s, 1);
+        m_program.addClip(u"193"_s, 2);
+    }
+
+    std::unique_ptr<test::ChildProcess> start(const QStringList &arguments,
+                                              const QString &variable = {})
+    {
+        QProcessEnvironment environment = m_program.environment();
+        if (!variable.isEmpty())
+            environment.insert(u"XSCREENSAVER_WINDOW"_s, variable);
+        return std::make_unique<test::ChildProcess>(
+            test::Command{QStringLiteral(CORVELLA_SAVER), arguments, environment, {}});
+    }
+
+    [[nodiscard]] std::optional<test::SeenPattern> seen(const QRect &picture)
+    {
+        return test::seenPattern(m_display.client().picture(), picture);
+    }
+    // The clip that is seen there sooner or later, 0 for none.
+    [[nodiscard]] int clipOn(const QRect &picture)
+    {
+        int clip = 0;
+        (void)becomes([&] {
+            const std::optional<test::SeenPattern> pattern = seen(picture);
+            clip = pattern && pattern->isWhole ? pattern->clip : 0;
+            return clip > 0;
+        });
+        return clip;
+    }
+
+    static QString hexadecimal(quint32 window) { return u"0x"_s + QString::number(window, 16); }
+
+    test::VirtualDisplay m_display{QSize(800, 300)};
+    test::ProgramUnderTest m_program;
+};
+
+TEST_F(SaverModule, PlaysInTheWindowOfTheVariableAndBlackBesideIt)
+{
+    const quint32 host = m_display.client().openWindow({0, 0, 800, 300});
+    const auto saver = start({u"--root"_s}, hexadecimal(host));
+    EXPECT_EQ(clipOn({200, 0, 400, 300}), 1);
+    EXPECT_TRUE(
+        test::isBlackBeside(m_display.client().picture(), {0, 0, 800, 300}, {200, 0, 400, 300}));
+}
+
+TEST_F(SaverModule, PlaysInTheWindowOfAPreview)
+{
+    const quint32 host = m_display.client().openWindow(kLeft);
+    const auto saver = start({u"--window-id"_s, hexadecimal(host)});
+    EXPECT_EQ(clipOn(kLeft), 1);
+}
+
+TEST_F(SaverModule, PlaysOnTheBackgroundWhereNobodySaysMore)
+{
+    const quint32 above = m_display.client().openWindow({0, 0, 50, 50});
+    const auto saver = start({u"-root"_s});
+    EXPECT_EQ(clipOn({200, 0, 400, 300}), 1);
+    m_display.client().closeWindow(above);
+}
+
+TEST_F(SaverModule, FollowsItsWindowsSize)
+{
+    const quint32 host = m_display.client().openWindow(kLeft);
+    const auto saver = start({u"--root"_s}, hexadecimal(host));
+    ASSERT_EQ(clipOn(kLeft), 1);
+    m_display.client().resizeWindow(host, {800, 300});
+    EXPECT_EQ(clipOn({200, 0, 400, 300}), 1);
+}
+
+TEST_F(SaverModule, LeavesWithSuccessWhenItIsTold)
+{
+    const quint32 host = m_display.client().openWindow(kLeft);
+    for (const int request : {SIGTERM, SIGINT, SIGHUP}) {
+        const auto saver = start({u"--root"_s}, hexadecimal(host));
+        ASSERT_EQ(clipOn(kLeft), 1);
+        saver->signal(request);
+        EXPECT_EQ(saver->exitStatus(1s), 0) << request;
+        ASSERT_TRUE(becomes([&] { return !seen(kLeft); }));
+    }
+}
+
+TEST_F(SaverModule, LeavesWithItsWindow)
+{
+    const quint32 host = m_display.client().openWindow(kLeft);
+    const auto saver = start({u"--root"_s}, hexadecimal(host));
+    ASSERT_EQ(clipOn(kLeft), 1);
+    m_display.client().closeWindow(host);
+    EXPECT_EQ(saver->exitStatus(1s), 0);
+}
+
+TEST_F(SaverModule, SaysThatThereIsNoSuchWindow)
+{
+    const auto saver = start({u"--window-id"_s, u"0x7fffffff"_s});
+    EXPECT_EQ(saver->exitStatus(), 1);
+    EXPECT_TRUE(saver->errors().contains("saver: there is no window 0x7fffffff"));
+}
+
+TEST_F(SaverModule, ShowsAnotherProductInEachOfItsProcesses)
+{
+    const quint32 left = m_display.client().openWindow(kLeft);
+    const quint32 right = m_display.client().openWindow(kRight);
+    const auto one = start({u"--root"_s}, hexadecimal(left));
+    const auto other = start({u"--root"_s}, hexadecimal(right));
+    EXPECT_EQ(clipOn(kLeft) + clipOn(kRight), 1 + 2);
+}
+
+TEST_F(SaverModule, ShowsThatScreensOwnProducts)
+{
+    m_program.configure({{u"products"_s, QJsonArray{u"193"_s, u"171"_s}}});
+    m_display.plugIn(u"L"_s, kLeft);
+    m_display.plugIn(u"R"_s, kRight);
+    const quint32 right = m_display.client().openWindow(kRight);
+    const auto saver = start({u"--root"_s}, hexadecimal(right));
+    EXPECT_EQ(clipOn(kRight), 1);
+}
+
+TEST_F(SaverModule, KeepsAScreenBlackThatIsOff)
+{
+    m_program.configure({{u"products"_s, QJsonArray{u"off"_s}}});
+    const quint32 host = m_display.client().openWindow(kLeft);
+    const auto saver = start({u"--root"_s}, hexadecimal(host));
+    EXPECT_TRUE(becomes(
+        [&] { return test::isFilledWith(m_display.client().picture(), kLeft, Qt::black); }));
+    EXPECT_FALSE(becomes([&] { return seen(kLeft).has_value(); }, 1s));
+}
+
+TEST_F(SaverModule, ChangesNothingOfTheUsers)
+{
+    const quint32 host = m_display.client().openWindow(kLeft);
+    const QStringList before = m_program.content();
+    const auto saver = start({u"--root"_s}, hexadecimal(host));
+    ASSERT_EQ(clipOn(kLeft), 1);
+    QStringList after = m_program.content();
+    after.removeIf([](const QString &path) { return path.startsWith(u"run/"); });
+    EXPECT_EQ(after, before);
+}
+
+} // namespace
+} // namespace corvella
