@@ -1,4 +1,8 @@
 #include "Wall/OnScreen.h"
+#include "platform/storage/FileLock.h"
+
+#include <QFile>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -46,6 +50,42 @@ TEST_F(OnScreenTest, ReleasedIsGoneAndReleasingTwiceIsNoError)
     OnScreen::release(&m_views[0]);
     OnScreen::release(&m_views[0]);
     EXPECT_EQ(OnScreen::heldElsewhere(&m_views[1]), QSet<QString>());
+}
+
+// Stands for another process, by what it leaves in the folder that both share.
+class Neighbour
+{
+public:
+    Neighbour(const QTemporaryDir &folder, const QByteArray &shows)
+        : m_file(folder.filePath(QStringLiteral("1.claims")))
+        , m_alive(FileLock::acquire(m_file))
+    {
+        QFile file(m_file);
+        EXPECT_TRUE(m_alive && file.open(QIODevice::WriteOnly));
+        file.write(shows);
+    }
+
+private:
+    const QString m_file;
+    const std::optional<FileLock> m_alive;
+};
+
+TEST_F(OnScreenTest, WhatOtherProcessesShowIsElsewhereAsLongAsTheyLive)
+{
+    const QTemporaryDir folder;
+    OnScreen::shareIn(folder.path());
+    {
+        const Neighbour neighbour(folder, "171\n304");
+        EXPECT_EQ(OnScreen::heldElsewhere(&m_views[0]), (QSet<QString>{m_a, m_b}));
+    }
+    EXPECT_EQ(OnScreen::heldElsewhere(&m_views[0]), QSet<QString>());
+}
+
+TEST_F(OnScreenTest, ASharedFolderThatCannotBeMadeChangesNothing)
+{
+    OnScreen::shareIn(QStringLiteral("/proc/nowhere"));
+    OnScreen::claim(m_a, &m_views[0]);
+    EXPECT_EQ(OnScreen::heldElsewhere(&m_views[1]), QSet<QString>{m_a});
 }
 
 } // namespace
