@@ -4,6 +4,7 @@ find_program(RUN_CLANG_TIDY run-clang-tidy)
 if(CLANG_FORMAT AND RUN_CLANG_TIDY)
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS
         ${PROJECT_SOURCE_DIR}/main/*.cpp ${PROJECT_SOURCE_DIR}/main/*.h
+        ${PROJECT_SOURCE_DIR}/saver/*.cpp ${PROJECT_SOURCE_DIR}/saver/*.h
         ${PROJECT_SOURCE_DIR}/tools/*.cpp ${PROJECT_SOURCE_DIR}/tools/*.h
         ${PROJECT_SOURCE_DIR}/tests/*.cpp ${PROJECT_SOURCE_DIR}/tests/*.h
         ${PROJECT_SOURCE_DIR}/fuzz/*.cpp ${PROJECT_SOURCE_DIR}/benchmarks/*.cpp)

@@ -1,31 +1,15 @@
 #include "support/HeadlessSway.h"
 
+#include "support/OrdinaryUserCommand.h"
+
 #include <QDir>
 #include <QFile>
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 namespace corvella::test {
 
 namespace {
-
-constexpr const char *kOrdinaryUser = "nobody";
-
-bool isRoot()
-{
-    return ::geteuid() == 0;
-}
-
-// Lets the ordinary user have a folder and all that is in it; root keeps access to it anyway.
-void handOver(const QString &folder)
-{
-    run({QStringLiteral("chown"),
-         {QStringLiteral("--recursive"), QString::fromLatin1(kOrdinaryUser), folder},
-         bareEnvironment(),
-         {}});
-}
 
 QString nameOf(int output)
 {
@@ -45,8 +29,7 @@ HeadlessSway::HeadlessSway(const QList<QRect> &outputs, const QString &configura
 HeadlessSway::HeadlessSway(const QString &configurationFile, int outputs,
                            const QProcessEnvironment &environment)
 {
-    if (isRoot())
-        handOver(environment.value(QStringLiteral("HOME")));
+    handOverToOrdinaryUser(environment.value(QStringLiteral("HOME")));
     start(configurationFile, outputs, environment);
 }
 
@@ -72,8 +55,7 @@ void HeadlessSway::writeConfiguration(const QList<QRect> &outputs, const QString
 void HeadlessSway::start(const QString &configurationFile, qsizetype outputs,
                          QProcessEnvironment environment)
 {
-    if (isRoot())
-        handOver(m_folder.path());
+    handOverToOrdinaryUser(m_folder.path());
     const struct
     {
         const char *name;
@@ -88,22 +70,8 @@ void HeadlessSway::start(const QString &configurationFile, qsizetype outputs,
     for (const auto &variable : variables)
         environment.insert(QString::fromLatin1(variable.name), variable.value);
 
-    QStringList words{QStringLiteral("sway"), QStringLiteral("-c"), configurationFile};
-    if (isRoot()) {
-        const QString user = QString::fromLatin1(kOrdinaryUser);
-        // The change of user would undo that the compositor ends with the test.
-        words = QStringList{QStringLiteral("setpriv"),
-                            QStringLiteral("--reuid"),
-                            user,
-                            QStringLiteral("--regid"),
-                            QStringLiteral("nogroup"),
-                            QStringLiteral("--clear-groups"),
-                            QStringLiteral("--pdeathsig"),
-                            QStringLiteral("KILL")}
-            + words;
-    }
-    m_compositor =
-        std::make_unique<ChildProcess>(Command{words.first(), words.mid(1), environment, {}});
+    m_compositor = std::make_unique<ChildProcess>(asOrdinaryUser(
+        {QStringLiteral("sway"), {QStringLiteral("-c"), configurationFile}, environment, {}}));
     EXPECT_TRUE(becomes([this] { return findSocket(); }))
         << "sway does not start: " << m_compositor->errors().toStdString();
 }

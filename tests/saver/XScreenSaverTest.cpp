@@ -1,0 +1,122 @@
+// The module as XScreenSaver's daemon shows it, in the settings of a user who added it.
+#include "Preferences/SaverInstall.h"
+#include "support/OrdinaryUserCommand.h"
+#include "support/ProgramUnderTest.h"
+#include "support/TestPattern.h"
+#include "support/VirtualDisplay.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+
+constexpr QRect kLeft(0, 0, 400, 300);
+constexpr QRect kRight(400, 0, 400, 300);
+
+const QByteArray kBefore = "# What I like\n"
+                           "mode: one\n"
+                           "selected: 1\n"
+                           "lock: False\n"
+                           "fade: False\n"
+                           "unfade: False\n"
+                           "programs: \\\n"
+                           "- \tmaze --root \\n\\\n"
+                           "  \"Ping\" pong --root \\n\\\n"
+                           "\n"
+                           "splash: False\n";
+
+class XScreenSaver : public testing::Test
+{
+protected:
+    XScreenSaver()
+    {
+        m_display.plugIn(u"L"_s, kLeft);
+        m_display.plugIn(u"R"_s, kRight);
+        m_display.client().paintRoot(Qt::blue);
+        m_program.showOn(m_display);
+        m_program.configureWall();
+        m_program.addClip(u"171"_s, 1);
+        m_program.addClip(u"193"_s, 2);
+        write(m_settings, kBefore);
+        install();
+        test::handOverToOrdinaryUser(m_program.home());
+    }
+
+    void write(const QString &path, const QByteArray &bytes) const
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    [[nodiscard]] QByteArray settings() const
+    {
+        QFile file(m_settings);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    // As the button in the settings window does it. What that opens is not of interest here.
+    void install() const
+    {
+        const QByteArray path = qgetenv("PATH");
+        const QString settingsProgram = m_program.home() + u"/xscreensaver-settings"_s;
+        write(settingsProgram, "#!/bin/sh\n");
+        QFile::setPermissions(settingsProgram, QFile::ReadOwner | QFile::ExeOwner);
+        qputenv("HOME", QFile::encodeName(m_program.home()));
+        qputenv("PATH", QFile::encodeName(m_program.home()));
+        ASSERT_TRUE(installSaver().value_or(QString()).startsWith(u"Installed."_s));
+        qputenv("PATH", path);
+    }
+
+    [[nodiscard]] test::Command command(const QString &program, const QStringList &arguments) const
+    {
+        return test::asOrdinaryUser({program, arguments, m_program.environment(), {}});
+    }
+    void tell(const QString &what) const { test::run(command(u"xscreensaver-command"_s, {what})); }
+
+    [[nodiscard]] int clipOn(const QRect &monitor)
+    {
+        const std::optional<test::SeenPattern> pattern =
+            test::seenPattern(m_display.client().picture(), monitor);
+        return pattern && pattern->isWhole ? pattern->clip : 0;
+    }
+
+    test::VirtualDisplay m_display{QSize(800, 300)};
+    test::ProgramUnderTest m_program;
+    const QString m_settings = m_program.home() + u"/.xscreensaver"_s;
+};
+
+TEST_F(XScreenSaver, ShowsTheInstalledModuleOnEveryScreenAndLetsItGoOnInput)
+{
+    QByteArray withoutOurs = settings();
+    const QByteArray ours = "  \"Corvella\"  " + QFile::encodeName(m_program.home())
+        + "/.local/bin/corvella-saver --root \\n\\\n";
+    withoutOurs.replace(ours, QByteArray());
+    EXPECT_EQ(withoutOurs, kBefore);
+
+    const QByteArray chosen = settings().replace("selected: 1", "selected: 2");
+    write(m_settings, chosen);
+    test::ChildProcess daemon(command(u"xscreensaver"_s, {u"--no-splash"_s, u"--verbose"_s}));
+    ASSERT_TRUE(becomes([&] { return daemon.errors().contains("running in process"); }));
+    tell(u"-activate"_s);
+    ASSERT_TRUE(becomes([&] { return clipOn(kLeft) && clipOn(kRight); }))
+        << daemon.errors().toStdString();
+    EXPECT_EQ(clipOn(kLeft) + clipOn(kRight), 1 + 2) << "the same on both";
+
+    // Right after it was told to show, the daemon takes no notice of input.
+    EXPECT_TRUE(becomes(
+        [&] {
+            m_display.input({u"key"_s, u"a"_s});
+            return test::isFilledWith(m_display.client().picture(), {0, 0, 800, 300}, Qt::blue);
+        },
+        test::kGenerous, std::chrono::milliseconds(200)))
+        << daemon.errors().toStdString();
+    EXPECT_EQ(settings(), chosen);
+}
+
+} // namespace
+} // namespace corvella
