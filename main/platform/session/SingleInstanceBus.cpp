@@ -1,0 +1,161 @@
+#include "platform/session/SingleInstance.h"
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QVariantMap>
+
+namespace corvella {
+
+namespace {
+
+using Outcome = SingleInstance::Outcome;
+
+const QString kName = QStringLiteral("space.tarrow.corvella");
+const QString kPath = QStringLiteral("/space/tarrow/corvella");
+constexpr const char *kInterface = "org.freedesktop.Application";
+// For the bus, and for the one that runs.
+constexpr int kPatienceMs = 2000;
+constexpr uint kDoNotQueue = 4;   // asked of the bus
+constexpr uint kPrimaryOwner = 1; // what it answers
+constexpr uint kAlreadyOwner = 4;
+
+// How a desktop lets a window come to the front that another program's start asked for.
+const QString kActivationToken = QStringLiteral("activation-token");
+constexpr const char *kActivationTokenVariable = "XDG_ACTIVATION_TOKEN";
+
+QVariantMap platformData()
+{
+    QVariantMap data;
+    if (const QString token = qEnvironmentVariable(kActivationTokenVariable); !token.isEmpty())
+        data.insert(kActivationToken, token);
+    return data;
+}
+
+// Qt takes it for the next window that is activated, and forgets it then.
+void keepActivationToken(const QVariantMap &data)
+{
+    if (const QString token = data.value(kActivationToken).toString(); !token.isEmpty())
+        qputenv(kActivationTokenVariable, token.toUtf8());
+}
+
+class ApplicationOnBus : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit ApplicationOnBus(SingleInstance &instance)
+        : m_instance(instance)
+    {
+    }
+
+public Q_SLOTS:
+    void Activate(const QVariantMap &data) { take({}, data); }
+    // There is nothing of the kind to open.
+    void Open(const QStringList & /*uris*/, const QVariantMap &data) { take({}, data); }
+    void ActivateAction(const QString &name, const QVariantList & /*parameter*/,
+                        const QVariantMap &data)
+    {
+        take(name, data);
+    }
+
+private:
+    // After the answer: an action may be the end of the program.
+    void take(const QString &action, const QVariantMap &data)
+    {
+        keepActivationToken(data);
+        QMetaObject::invokeMethod(
+            &m_instance, [&instance = m_instance, action] { Q_EMIT instance.activated(action); },
+            Qt::QueuedConnection);
+    }
+
+    SingleInstance &m_instance;
+};
+
+class BusChannel final : public SingleInstance::Channel
+{
+public:
+    explicit BusChannel(SingleInstance &instance)
+        : m_application(instance)
+    {
+    }
+    ~BusChannel() override
+    {
+        if (!m_isOurs)
+            return;
+        m_bus.unregisterObject(kPath);
+        QDBusMessage release = busMethod(QStringLiteral("ReleaseName"));
+        release.setArguments({kName});
+        m_bus.send(release);
+    }
+
+    std::optional<Outcome> claim(const QString &word) override
+    {
+        // In this order: who finds the name finds the object.
+        if (!m_bus.isConnected()
+            || !m_bus.registerObject(kPath, &m_application, QDBusConnection::ExportAllSlots))
+            return std::nullopt;
+        // The one that runs may just be ending: then it is our turn after all.
+        constexpr int kTries = 2;
+        std::optional<Outcome> outcome;
+        for (int i = 0; i < kTries && !outcome; ++i) {
+            const QDBusMessage answer = requestName();
+            if (answer.type() != QDBusMessage::ReplyMessage)
+                return std::nullopt;
+            const uint status = answer.arguments().value(0).toUInt();
+            m_isOurs = status == kPrimaryOwner || status == kAlreadyOwner;
+            outcome = m_isOurs ? Outcome::first : handOver(word);
+        }
+        if (!m_isOurs)
+            m_bus.unregisterObject(kPath);
+        return outcome.value_or(Outcome::silent);
+    }
+
+private:
+    static QDBusMessage busMethod(const QString &method)
+    {
+        const QString bus = QStringLiteral("org.freedesktop.DBus");
+        return QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
+                                              method);
+    }
+
+    [[nodiscard]] QDBusMessage requestName() const
+    {
+        QDBusMessage request = busMethod(QStringLiteral("RequestName"));
+        request.setArguments({kName, kDoNotQueue});
+        return m_bus.call(request, QDBus::Block, kPatienceMs);
+    }
+
+    // None where nobody has the name any more.
+    [[nodiscard]] std::optional<Outcome> handOver(const QString &word) const
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            kName, kPath, QString::fromLatin1(kInterface),
+            word.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("ActivateAction"));
+        message.setArguments(word.isEmpty() ? QVariantList{platformData()}
+                                            : QVariantList{word, QVariantList(), platformData()});
+        message.setAutoStartService(false);
+        const QDBusMessage answer = m_bus.call(message, QDBus::Block, kPatienceMs);
+        if (answer.type() == QDBusMessage::ReplyMessage)
+            return Outcome::handedOver;
+        const bool isGone = QDBusError(answer).type() == QDBusError::ServiceUnknown
+            || answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+        return isGone ? std::nullopt : std::optional(Outcome::silent);
+    }
+
+    QDBusConnection m_bus = QDBusConnection::sessionBus();
+    ApplicationOnBus m_application;
+    bool m_isOurs = false;
+};
+
+} // namespace
+
+std::unique_ptr<SingleInstance::Channel> createBusChannel(SingleInstance &instance)
+{
+    return std::make_unique<BusChannel>(instance);
+}
+
+} // namespace corvella
+
+#include "SingleInstanceBus.moc"

@@ -1,0 +1,129 @@
+#include "platform/session/SingleInstance.h"
+#include "platform/storage/FileDescriptor.h"
+#include "platform/storage/FileLock.h"
+#include "platform/storage/StandardFolders.h"
+
+#include <QFile>
+#include <QSocketNotifier>
+
+#include <array>
+#include <cerrno>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace corvella {
+
+namespace {
+
+using Outcome = SingleInstance::Outcome;
+
+constexpr int kPatienceMs = 2000;
+constexpr size_t kLongestWord = 64;
+constexpr char kTaken = '+'; // the answer
+
+struct Address
+{
+    sockaddr_un name{};
+    socklen_t size = sizeof(sa_family_t);
+
+    [[nodiscard]] sockaddr *generic() { return reinterpret_cast<sockaddr *>(&name); }
+};
+
+// A path that is too long gives a nameless address, for which the system makes up a name.
+Address addressOf(const QString &path)
+{
+    Address address;
+    address.name.sun_family = AF_UNIX;
+    const QByteArray bytes = QFile::encodeName(path);
+    if (static_cast<size_t>(bytes.size()) < sizeof address.name.sun_path) {
+        std::copy(bytes.begin(), bytes.end(), address.name.sun_path);
+        address.size = path.isEmpty() ? address.size : static_cast<socklen_t>(sizeof address.name);
+    }
+    return address;
+}
+
+FileDescriptor boundSocket(Address address)
+{
+    FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (socket.isOpen() && ::bind(socket.get(), address.generic(), address.size) != 0)
+        return FileDescriptor();
+    return socket;
+}
+
+class LockChannel final : public SingleInstance::Channel
+{
+public:
+    explicit LockChannel(SingleInstance &instance)
+        : m_instance(instance)
+    {
+    }
+
+    std::optional<Outcome> claim(const QString &word) override
+    {
+        const std::optional<QString> folder = StandardFolders::runtime();
+        if (!folder)
+            return std::nullopt;
+        const QString socket = *folder + QStringLiteral("/corvella.socket");
+        m_lock = FileLock::acquire(*folder + QStringLiteral("/corvella.lock"),
+                                   std::chrono::milliseconds(0));
+        if (!m_lock)
+            return errno == EWOULDBLOCK ? std::optional(handOver(socket, word)) : std::nullopt;
+        listen(socket);
+        return Outcome::first;
+    }
+
+private:
+    void listen(const QString &path)
+    {
+        QFile::remove(path); // of one that crashed: we have its lock
+        m_socket = boundSocket(addressOf(path));
+        if (!m_socket.isOpen())
+            return;
+        m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
+        QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &m_instance,
+                         [this] { answer(); });
+    }
+
+    void answer()
+    {
+        std::array<char, kLongestWord> word;
+        Address sender;
+        sender.size = sizeof sender.name;
+        const ssize_t length =
+            ::recvfrom(m_socket.get(), word.data(), word.size(), 0, sender.generic(), &sender.size);
+        if (length < 0)
+            return;
+        ::sendto(m_socket.get(), &kTaken, 1, 0, sender.generic(), sender.size);
+        Q_EMIT m_instance.activated(QString::fromUtf8(word.data(), length));
+    }
+
+    static Outcome handOver(const QString &path, const QString &word)
+    {
+        const FileDescriptor socket = boundSocket(addressOf({}));
+        Address first = addressOf(path);
+        const QByteArray bytes = word.toUtf8().left(kLongestWord);
+        pollfd answered{socket.get(), POLLIN, 0};
+        const bool isTaken = socket.isOpen()
+            && ::sendto(socket.get(), bytes.constData(), static_cast<size_t>(bytes.size()), 0,
+                        first.generic(), first.size)
+                >= 0
+            && ::poll(&answered, 1, kPatienceMs) == 1;
+        return isTaken ? Outcome::handedOver : Outcome::silent;
+    }
+
+    SingleInstance &m_instance;
+    std::optional<FileLock> m_lock;
+    FileDescriptor m_socket;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+} // namespace
+
+std::unique_ptr<SingleInstance::Channel> createLockChannel(SingleInstance &instance)
+{
+    return std::make_unique<LockChannel>(instance);
+}
+
+} // namespace corvella
