@@ -2,6 +2,7 @@
 
 #include "Preferences/Preferences.h"
 #include "cache/Cache.h"
+#include "desktop/Desktop.h"
 #include "log.h"
 #include "platform/layers/Transaction.h"
 #include "platform/session/Pointer.h"
@@ -29,6 +30,8 @@ constexpr MediaTime kButtonsFadeOut = milliseconds(800);
 constexpr double kChromeSide = 64;   // points
 constexpr double kChromeMargin = 28; // points, to the top and to the right
 constexpr MediaTime kRebuildDelay = milliseconds(500);
+// At the end, for pictures that are just being put back.
+constexpr milliseconds kPatienceWithDesktop{3000};
 // Beyond this a --seconds value means "not while anybody looks".
 constexpr double kLongestAutoQuit = 10 * 365.25 * 86400;
 
@@ -77,7 +80,9 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
     qGuiApp->installEventFilter(this);
     m_tick.start(kTick);
-    if (!Settings::offline())
+    if (Settings::offline())
+        Desktop::apply();
+    else
         refreshHourly();
     decideWhatToShow(commandLine);
 }
@@ -99,7 +104,11 @@ void App::decideWhatToShow(const CommandLine &commandLine)
 
 void App::refreshHourly()
 {
-    m_background.start([] { Cache::refresh(); });
+    // This App awaits its background before it goes, and with it goes what it was still to do.
+    m_background.start([this] {
+        Cache::refresh();
+        QMetaObject::invokeMethod(this, &Desktop::apply, Qt::QueuedConnection);
+    });
     m_nextRefresh = m_workQueue.after(kRefreshInterval, [this] { refreshHourly(); });
 }
 
@@ -107,6 +116,7 @@ void App::applicationWillTerminate()
 {
     hide();
     Cache::cancelRefreshing(); // its thread is awaited when the App goes
+    Desktop::finish(kPatienceWithDesktop);
     Preferences::shared().setWallControls(nullptr);
     Preferences::shared().close();
 }

@@ -120,7 +120,8 @@ private:
     void setCursor(bool hidden);
     void screensChanged();
     void rebuildIfChanged();
-    // Refreshes the imagery in the background, now and then every hour.
+    // Refreshes the imagery in the background, now and then every hour, and the desktop pictures
+    // after it.
     void refreshHourly();
 
     Screens &m_screens;
