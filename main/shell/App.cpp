@@ -7,6 +7,7 @@
 #include "platform/layers/Transaction.h"
 #include "platform/session/Pointer.h"
 #include "settings/Settings.h"
+#include "shell/Appearance.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -75,6 +76,7 @@ App::~App()
 void App::applicationDidFinishLaunching(const CommandLine &commandLine)
 {
     Preferences::shared().setWallControls(this);
+    chooseAppearance();
     Settings::migrate();
     Cache::seedIfEmpty();
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
@@ -85,6 +87,13 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     else
         refreshHourly();
     decideWhatToShow(commandLine);
+}
+
+void App::chooseAppearance()
+{
+    const QString text = Settings::d().string(QStringLiteral("appearance")).value_or(QString());
+    if (const std::optional<Appearance> appearance = appearanceFromText(text))
+        setAppearance(*appearance);
 }
 
 void App::decideWhatToShow(const CommandLine &commandLine)

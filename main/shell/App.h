@@ -100,6 +100,7 @@ private:
     };
     [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
 
+    static void chooseAppearance();
     void decideWhatToShow(const CommandLine &commandLine);
     void build();
     void buildWall(const Screen &screen, int index, Mode mode);
