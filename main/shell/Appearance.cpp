@@ -115,9 +115,10 @@ void setAppearance(Appearance appearance)
 {
     if (appearanceOf(QApplication::palette()) == appearance)
         return;
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    QApplication::setPalette(
-        appearance == Appearance::dark ? darkPalette() : QApplication::style()->standardPalette());
+    const bool isDark = appearance == Appearance::dark;
+    QApplication::setStyle(isDark ? new DarkFusion
+                                  : QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setPalette(isDark ? darkPalette() : QApplication::style()->standardPalette());
 }
 
 } // namespace corvella
