@@ -2,6 +2,8 @@
 // application.
 #include "Preferences/Preferences.h"
 #include "cache/Cache.h"
+#include "desktop/Desktop.h"
+#include "desktop/DesktopUpdater.h"
 #include "platform/layers/RendererKind.h"
 #include "platform/session/DisplayServer.h"
 #include "platform/session/DisplaySleep.h"
@@ -9,6 +11,7 @@
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/session/TerminationSignals.h"
+#include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
 #include "shell/App.h"
 #include "shell/CommandLine.h"
@@ -85,6 +88,10 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     const std::unique_ptr<Presentation> presentation = Presentation::create();
     const SteadyMediaClock clock;
     const std::unique_ptr<DisplaySleep> displaySleep = DisplaySleep::create();
+    DesktopUpdater desktop([&screens] { return pictureScreens(screens.list()); },
+                           DesktopPictures::create(StandardFolders::applicationSupport()
+                                                   + QStringLiteral("/Corvella/composed")));
+    Desktop::setUpdater(&desktop);
     App delegate({screens, *idleClock, *presentation, clock, rendererKind(),
                   &PowerAssertion::create, [&displaySleep] { displaySleep->begin(); }});
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &App::applicationWillTerminate);

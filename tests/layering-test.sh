@@ -13,12 +13,15 @@ declare -A allowed=(
     [platform/video/ffmpeg]="log platform/video"
     [platform/layers]="log platform/time platform/video"
     [platform/session]="log platform/storage"
+    [platform/pictures]="log platform/storage platform/session"
+    [platform/symbols]=""
     [settings]="log platform"
     [cache]="log platform settings"
     [Wall]="log platform settings cache"
+    [desktop]="log platform settings cache"
     [updater]="log platform settings"
-    [Preferences]="log platform settings cache updater Wall"
-    [shell]="log platform settings cache updater Wall Preferences"
+    [Preferences]="log platform settings cache updater Wall desktop"
+    [shell]="log platform settings cache updater Wall desktop Preferences"
 )
 
 failures=0

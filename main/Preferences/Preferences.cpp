@@ -1,23 +1,54 @@
 #include "Preferences/Preferences.h"
 
+#include "Preferences/CacheStatus.h"
+#include "Preferences/ModeRules.h"
+#include "Preferences/Note.h"
+#include "Preferences/NumberField.h"
+#include "Preferences/PreferencesWindow.h"
+#include "Preferences/ProductMenu.h"
+#include "Preferences/ScreenNames.h"
+#include "Preferences/ScreensGrid.h"
+#include "Preferences/SegmentedControl.h"
+#include "Preferences/Stepper.h"
 #include "Preferences/WallControls.h"
-#include "settings/Mode.h"
+#include "cache/Cache.h"
+#include "settings/Build.h"
 #include "settings/Settings.h"
 
-#include <QButtonGroup>
-#include <QHBoxLayout>
-#include <QLabel>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QPushButton>
-#include <QVBoxLayout>
-#include <QWidget>
+#include <QRadioButton>
+#include <QScreen>
+
+#include <algorithm>
 
 namespace corvella {
 
 namespace {
 
-constexpr int kMargin = 24; // points
-constexpr int kSpacing = 16;
-constexpr int kTextWidth = 440;
+constexpr int kOnceADayItem = 0;
+constexpr int kTwiceADayItem = 1;
+constexpr double kTwiceADay = 720; // minutes
+
+// A note without words takes no room either.
+void setNote(Note &note, const QString &text)
+{
+    note.setText(text);
+    note.setVisible(!text.isEmpty());
+}
+
+QString versionText()
+{
+    const QString unknown = QStringLiteral("?");
+    return QStringLiteral("Version %1 (%2)")
+        .arg(Build::version().value_or(unknown), Build::number().value_or(unknown));
+}
+
+QString doubledAmpersands(QString text)
+{
+    return text.replace(u'&', QStringLiteral("&&"));
+}
 
 } // namespace
 
@@ -34,12 +65,18 @@ void Preferences::show()
 {
     if (m_controls)
         m_controls->disarm();
-    if (!m_window)
-        buildWindow();
+    if (!m_window) {
+        createControls();
+        layout();
+        connectControls();
+        m_background = std::make_unique<BackgroundWork>();
+        m_screens = std::make_unique<Screens>();
+        // Later, because a screen that goes is still being taken away when it is told.
+        connect(m_screens.get(), &Screens::changed, this, &Preferences::rebuildScreens,
+                Qt::QueuedConnection);
+    }
     load();
-    m_window->show();
-    m_window->raise();
-    m_window->activateWindow();
+    m_window->bringToFront();
 }
 
 void Preferences::hide()
@@ -50,7 +87,11 @@ void Preferences::hide()
 
 void Preferences::close()
 {
+    m_background.reset();
+    m_screens.reset();
     m_window.reset();
+    m_priming = false;
+    m_updating = false;
 }
 
 bool Preferences::isVisible() const
@@ -58,73 +99,82 @@ bool Preferences::isVisible() const
     return m_window && m_window->isVisible();
 }
 
-void Preferences::buildWindow()
-{
-    m_window = std::make_unique<QWidget>();
-    m_window->setWindowTitle(QStringLiteral("Corvella"));
-    auto *layout = new QVBoxLayout(m_window.get());
-    layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-    layout->setSpacing(kSpacing);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addWidget(buildModes());
-    m_help = new QLabel;
-    m_help->setWordWrap(true);
-    m_help->setFixedWidth(kTextWidth);
-    layout->addWidget(m_help);
-    layout->addWidget(buildActions());
-}
-
-QWidget *Preferences::buildModes()
-{
-    auto *row = new QWidget;
-    auto *layout = new QHBoxLayout(row);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    m_modes = new QButtonGroup(row);
-    for (qsizetype segment = 0; segment < std::ssize(kModeSegments); ++segment) {
-        auto *button = new QPushButton(label(kModeSegments[static_cast<size_t>(segment)]));
-        button->setCheckable(true);
-        m_modes->addButton(button, static_cast<int>(segment));
-        layout->addWidget(button);
-    }
-    connect(m_modes, &QButtonGroup::idClicked, this, &Preferences::chooseMode);
-    return row;
-}
-
-QWidget *Preferences::buildActions()
-{
-    auto *row = new QWidget;
-    auto *layout = new QHBoxLayout(row);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addStretch();
-    m_start = new QPushButton(QStringLiteral("Start"));
-    m_start->setDefault(true);
-    connect(m_start, &QPushButton::clicked, this, [this] {
-        Settings::setConfigured(true);
-        if (m_controls)
-            m_controls->show();
-    });
-    layout->addWidget(m_start);
-    return row;
-}
-
 void Preferences::load()
 {
-    const Mode mode = Settings::mode();
-    for (qsizetype segment = 0; segment < std::ssize(kModeSegments); ++segment) {
-        if (kModeSegments[static_cast<size_t>(segment)] == mode)
-            m_modes->button(static_cast<int>(segment))->setChecked(true);
-    }
-    m_help->setText(helpText(mode));
-    m_start->setEnabled(mode != Mode::desktop);
+    const auto *const segment =
+        std::find(kModeSegments.begin(), kModeSegments.end(), Settings::mode());
+    m_mode->select(static_cast<int>(segment - kModeSegments.begin()));
+    const auto idleMinutes = static_cast<int>(Settings::idleMinutes());
+    m_idleField->setText(QString::number(idleMinutes));
+    m_idleStepper->setValue(idleMinutes);
+    m_lockBox->setChecked(Settings::lockOnDismiss());
+    m_loginBox->setChecked(Settings::openAtLogin());
+    m_attributionBox->setText(
+        doubledAmpersands(QStringLiteral("Show %1 on screen").arg(Settings::storeHost())));
+    m_attributionBox->setChecked(Settings::attribution());
+    (Settings::offline() ? m_offlineRadio : m_onlineRadio)->setChecked(true);
+    m_refreshPopup->setCurrentIndex(Settings::refreshMinutes() == kTwiceADay ? kTwiceADayItem
+                                                                             : kOnceADayItem);
+    m_shuffleBox->setChecked(Settings::shuffle());
+    m_transitionPopup->setCurrentIndex(
+        m_transitionPopup->findData(rawValue(Settings::transition())));
+    m_loopsField->setText(QString::number(Settings::loops()));
+    m_loopsStepper->setValue(Settings::loops());
+    m_versionLabel->setText(versionText());
+    rebuildScreens();
+    showModeRules();
+    refreshCacheStatus();
 }
 
-void Preferences::chooseMode(int segment)
+void Preferences::showModeRules()
 {
-    if (m_controls)
-        m_controls->hide();
-    Settings::setMode(kModeSegments[static_cast<size_t>(segment)]);
-    load();
+    const Mode mode = Settings::mode();
+    const ModeRules rules = modeRules(mode, Settings::idleMinutes(), Settings::desktop());
+    m_modeHelp->setText(helpText(mode));
+    m_startButton->setText(rules.startTitle);
+    m_armButton->setToolTip(rules.armTooltip);
+    setNote(*m_armNote, rules.armNote);
+    setNote(*m_lockNote, rules.lockNote);
+    setNote(*m_presetNote, rules.presetNote);
+    m_idleRow->setEnabled(rules.idleTime);
+    m_lockBox->setEnabled(rules.lock);
+    for (QWidget *control : std::initializer_list<QWidget *>{m_shuffleBox, m_loopsField,
+                                                             m_loopsStepper, m_transitionPopup})
+        control->setEnabled(rules.playback);
+    m_desktopBox->setChecked(rules.desktopAlways || Settings::desktop());
+    m_desktopNow->setEnabled(rules.desktopNow && !m_updating);
+}
+
+void Preferences::rebuildScreens()
+{
+    if (!m_window)
+        return;
+    const QList<Screen> screens = m_screens->list();
+    QList<ScreenLabel> labels;
+    for (const Screen &screen : screens)
+        labels << ScreenLabel{screen.screen->name(), screen.screen->model()};
+    const QStringList names = screenNames(labels);
+    QList<ScreensGrid::Row> rows;
+    for (int i = 0; i < screens.size(); ++i) {
+        rows << ScreensGrid::Row{
+            names[i], Settings::isEnabled(i) ? Settings::productList(i) : ProductMenu::off()};
+    }
+    m_screensGrid->rebuild(rows);
+    m_window->orderTabs();
+    m_window->fit();
+}
+
+void Preferences::refreshCacheStatus(const std::optional<QDateTime> &refused)
+{
+    // What is under way has the line to itself, and comes here when it is through.
+    if (m_priming || m_updating)
+        return;
+    m_background->run([] { return summary(Cache::entries()); },
+                      [this, refused, read = ++m_statusReads](const CacheSummary &found) {
+                          if (read == m_statusReads && !m_priming && !m_updating)
+                              m_cacheStatus->setText(
+                                  cacheStatusText(found, Settings::offline(), refused, QLocale()));
+                      });
 }
 
 } // namespace corvella

@@ -1,18 +1,32 @@
-// The settings window: chooses the mode and starts it. Main thread only.
+// The settings window: every choice of the user, acted on at once, and the actions beside them.
+// Main thread only; what takes long runs beside it and comes back.
 #pragma once
 
+#include "Preferences/BackgroundWork.h"
+#include "platform/session/Screens.h"
+
+#include <QDateTime>
 #include <QObject>
-#include <QPointer>
 
 #include <memory>
+#include <optional>
 
 class QButtonGroup;
+class QCheckBox;
+class QComboBox;
 class QLabel;
 class QPushButton;
-class QWidget;
+class QRadioButton;
 
 namespace corvella {
 
+class BusyIndicator;
+class Note;
+class NumberField;
+class PreferencesWindow;
+class ScreensGrid;
+class SegmentedControl;
+class Stepper;
 class WallControls;
 
 class Preferences : public QObject
@@ -20,7 +34,8 @@ class Preferences : public QObject
     Q_OBJECT
 
 public:
-    // The one settings window, made at the first call; its window lives until close().
+    // The one settings window, made at the first call. The window itself is built when it is first
+    // shown, kept when it is hidden, and gone with close().
     static Preferences &shared();
     ~Preferences() override;
 
@@ -30,26 +45,103 @@ public:
     // Opens the window or brings it to the front. What waits for the idle time stops waiting.
     void show();
     void hide();
-    // Lets the window go, as it must before the application object does.
+    // Lets the window go, as it must before the application object does. What it started in the
+    // background is awaited: cancel that first.
     void close();
     [[nodiscard]] bool isVisible() const;
+    // Null before it is first shown.
+    [[nodiscard]] PreferencesWindow *window() const { return m_window.get(); }
 
 private:
     Preferences();
 
-    void buildWindow();
-    [[nodiscard]] QWidget *buildModes();
-    [[nodiscard]] QWidget *buildActions();
+    // How the window is built: PreferencesLayout.cpp.
+    void createControls();
+    void layout();
+    void connectControls();
+    [[nodiscard]] QWidget *modeCard();
+    [[nodiscard]] QWidget *leftColumn();
+    [[nodiscard]] QWidget *rightColumn();
+    [[nodiscard]] QWidget *bottomBar();
+
     // Shows what the settings say.
     void load();
-    void chooseMode(int segment);
+    void showModeRules();
+    void rebuildScreens();
+    // Shows what is on disk, soon; `refused` is when a check that was refused is allowed again.
+    void refreshCacheStatus(const std::optional<QDateTime> &refused = std::nullopt);
+
+    // What the controls do: PreferencesActions.cpp.
+    void modeChanged(int segment);
+    void applyKioskPreset(bool savesOffline);
+    void undoKioskPreset();
+    void primeIfIncomplete();
+    void idleStepped(int minutes);
+    void idleTyped();
+    void loopsStepped(int loops);
+    void loopsTyped();
+    void finishTyping();
+    void loginToggled();
+    void networkChanged();
+    void desktopToggled();
+    void desktopUpdateNow();
+    void desktopUpdated(const std::optional<QDateTime> &refused);
+    void prime();
+    void primed(const std::optional<QDateTime> &refused);
+    void start();
+    void arm();
+    void save();
+    // Whether the screens now show other products than before.
+    [[nodiscard]] bool saveProducts();
+    void refreshImagery();
+    void installSaver();
+    void deactivate();
+    void turnOff();
 
     WallControls *m_controls = nullptr;
-    std::unique_ptr<QWidget> m_window;
-    // Owned by the window.
-    QButtonGroup *m_modes = nullptr;
-    QLabel *m_help = nullptr;
-    QPushButton *m_start = nullptr;
+    std::unique_ptr<PreferencesWindow> m_window;
+    std::unique_ptr<Screens> m_screens;           // while there is a window
+    std::unique_ptr<BackgroundWork> m_background; // while there is a window
+
+    // The window owns these. In their order from top to bottom, left to right.
+    SegmentedControl *m_mode = nullptr;
+    Note *m_modeHelp = nullptr;
+    ScreensGrid *m_screensGrid = nullptr;
+    Note *m_screensHint = nullptr;
+    QCheckBox *m_shuffleBox = nullptr;
+    NumberField *m_loopsField = nullptr;
+    Stepper *m_loopsStepper = nullptr;
+    QComboBox *m_transitionPopup = nullptr;
+    QCheckBox *m_desktopBox = nullptr;
+    QPushButton *m_desktopNow = nullptr;
+    Note *m_desktopNote = nullptr;
+    QCheckBox *m_loginBox = nullptr;
+    QCheckBox *m_attributionBox = nullptr;
+    Note *m_presetNote = nullptr;
+    QWidget *m_idleRow = nullptr;
+    NumberField *m_idleField = nullptr;
+    Stepper *m_idleStepper = nullptr;
+    QCheckBox *m_lockBox = nullptr;
+    Note *m_lockNote = nullptr;
+    Note *m_armNote = nullptr;
+    QButtonGroup *m_network = nullptr;
+    QRadioButton *m_onlineRadio = nullptr;
+    QRadioButton *m_offlineRadio = nullptr;
+    QComboBox *m_refreshPopup = nullptr;
+    QPushButton *m_primeButton = nullptr;
+    Note *m_cacheStatus = nullptr;
+    QWidget *m_saverSection = nullptr;
+    QPushButton *m_installButton = nullptr;
+    Note *m_installNote = nullptr;
+    QPushButton *m_quitButton = nullptr;
+    Note *m_versionLabel = nullptr;
+    BusyIndicator *m_busy = nullptr;
+    QPushButton *m_armButton = nullptr;
+    QPushButton *m_startButton = nullptr;
+
+    bool m_priming = false;  // a download of everything is under way
+    bool m_updating = false; // the desktop pictures are being brought up to date
+    int m_statusReads = 0;   // the last one's answer counts
 };
 
 } // namespace corvella

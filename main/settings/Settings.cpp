@@ -191,6 +191,11 @@ void setAttribution(bool show)
     d().setBoolean(attributionKey(), show);
 }
 
+void resetAttribution()
+{
+    d().remove(attributionKey());
+}
+
 bool shuffle()
 {
     return flag(QStringLiteral("shuffle"), false);

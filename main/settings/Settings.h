@@ -70,6 +70,7 @@ void setImageryHost(const QString &host);
 // Show the product's web address on the wall; on by default in a kiosk only.
 [[nodiscard]] bool attribution();
 void setAttribution(bool show);
+void resetAttribution(); // to its default
 
 // Play products in random order; off by default.
 [[nodiscard]] bool shuffle();

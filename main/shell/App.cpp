@@ -2,10 +2,12 @@
 
 #include "Preferences/Preferences.h"
 #include "cache/Cache.h"
+#include "desktop/Desktop.h"
 #include "log.h"
 #include "platform/layers/Transaction.h"
 #include "platform/session/Pointer.h"
 #include "settings/Settings.h"
+#include "shell/Appearance.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -29,6 +31,8 @@ constexpr MediaTime kButtonsFadeOut = milliseconds(800);
 constexpr double kChromeSide = 64;   // points
 constexpr double kChromeMargin = 28; // points, to the top and to the right
 constexpr MediaTime kRebuildDelay = milliseconds(500);
+// At the end, for pictures that are just being put back.
+constexpr milliseconds kPatienceWithDesktop{3000};
 // Beyond this a --seconds value means "not while anybody looks".
 constexpr double kLongestAutoQuit = 10 * 365.25 * 86400;
 
@@ -72,14 +76,24 @@ App::~App()
 void App::applicationDidFinishLaunching(const CommandLine &commandLine)
 {
     Preferences::shared().setWallControls(this);
+    chooseAppearance();
     Settings::migrate();
     Cache::seedIfEmpty();
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
     qGuiApp->installEventFilter(this);
     m_tick.start(kTick);
-    if (!Settings::offline())
+    if (Settings::offline())
+        Desktop::apply();
+    else
         refreshHourly();
     decideWhatToShow(commandLine);
+}
+
+void App::chooseAppearance()
+{
+    const QString text = Settings::d().string(QStringLiteral("appearance")).value_or(QString());
+    if (const std::optional<Appearance> appearance = appearanceFromText(text))
+        setAppearance(*appearance);
 }
 
 void App::decideWhatToShow(const CommandLine &commandLine)
@@ -99,7 +113,11 @@ void App::decideWhatToShow(const CommandLine &commandLine)
 
 void App::refreshHourly()
 {
-    m_background.start([] { Cache::refresh(); });
+    // This App awaits its background before it goes, and with it goes what it was still to do.
+    m_background.start([this] {
+        Cache::refresh();
+        QMetaObject::invokeMethod(this, &Desktop::apply, Qt::QueuedConnection);
+    });
     m_nextRefresh = m_workQueue.after(kRefreshInterval, [this] { refreshHourly(); });
 }
 
@@ -107,6 +125,7 @@ void App::applicationWillTerminate()
 {
     hide();
     Cache::cancelRefreshing(); // its thread is awaited when the App goes
+    Desktop::finish(kPatienceWithDesktop);
     Preferences::shared().setWallControls(nullptr);
     Preferences::shared().close();
 }

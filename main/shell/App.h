@@ -100,6 +100,7 @@ private:
     };
     [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
 
+    static void chooseAppearance();
     void decideWhatToShow(const CommandLine &commandLine);
     void build();
     void buildWall(const Screen &screen, int index, Mode mode);
@@ -120,7 +121,8 @@ private:
     void setCursor(bool hidden);
     void screensChanged();
     void rebuildIfChanged();
-    // Refreshes the imagery in the background, now and then every hour.
+    // Refreshes the imagery in the background, now and then every hour, and the desktop pictures
+    // after it.
     void refreshHourly();
 
     Screens &m_screens;

@@ -1,6 +1,6 @@
 #include "shell/ModeBadge.h"
 
-#include "shell/Symbol.h"
+#include "platform/symbols/Symbol.h"
 
 #include <QPainter>
 

@@ -1,0 +1,15 @@
+// The colours of texts and lines that a palette has no role for, mixed from those that it has. Ask
+// when painting: light and dark may change while a window is up.
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+
+namespace corvella {
+
+enum class Tone { primary, secondary, tertiary };
+
+[[nodiscard]] QColor textColour(const QPalette &palette, Tone tone);
+[[nodiscard]] QColor separatorColour(const QPalette &palette);
+
+} // namespace corvella

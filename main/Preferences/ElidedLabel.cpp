@@ -1,0 +1,39 @@
+#include "Preferences/ElidedLabel.h"
+
+#include <QStyle>
+#include <QStylePainter>
+
+#include <algorithm>
+
+namespace corvella {
+
+namespace {
+
+constexpr int kLeastLetters = 6;
+
+} // namespace
+
+ElidedLabel::ElidedLabel(const QString &text)
+    : QLabel(text)
+{
+    setTextFormat(Qt::PlainText);
+}
+
+QSize ElidedLabel::minimumSizeHint() const
+{
+    const QSize whole = QLabel::sizeHint();
+    return {std::min(whole.width(), fontMetrics().averageCharWidth() * kLeastLetters),
+            whole.height()};
+}
+
+void ElidedLabel::paintEvent(QPaintEvent * /*event*/)
+{
+    QStylePainter painter(this);
+    const QRect room = contentsRect();
+    painter.drawItemText(
+        room, static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment())), palette(),
+        isEnabled(), fontMetrics().elidedText(text(), Qt::ElideRight, room.width()),
+        foregroundRole());
+}
+
+} // namespace corvella

@@ -1,0 +1,22 @@
+// A text of one line that ends in an ellipsis where there is no room for all of it. Main thread
+// only.
+#pragma once
+
+#include <QLabel>
+
+namespace corvella {
+
+class ElidedLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    explicit ElidedLabel(const QString &text);
+
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
+} // namespace corvella

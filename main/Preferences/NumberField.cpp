@@ -1,0 +1,64 @@
+#include "Preferences/NumberField.h"
+
+#include <QKeyEvent>
+#include <QStyle>
+
+#include <algorithm>
+
+namespace corvella {
+
+namespace {
+
+constexpr int kWidth = 44;      // points
+constexpr int kMostDigits = 10; // as many as an int has
+
+} // namespace
+
+NumberField::NumberField(const QString &text)
+    : QLineEdit(text)
+{
+    setAlignment(Qt::AlignRight);
+    setMaxLength(kMostDigits);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    connect(this, &QLineEdit::textChanged, this, [this] { updateGeometry(); });
+}
+
+QSize NumberField::sizeHint() const
+{
+    QSize size = QLineEdit::sizeHint();
+    // That hint is for 17 letters x; what it has beside them is the frame and the margins.
+    constexpr int kLettersOfHint = 17;
+    const int around = size.width() - fontMetrics().horizontalAdvance(u'x') * kLettersOfHint;
+    const int digits = fontMetrics().horizontalAdvance(QStringLiteral("000"));
+    const int needed = std::max(digits, fontMetrics().horizontalAdvance(text())) + around;
+    size.setWidth(std::max(kWidth, needed));
+    return size;
+}
+
+void NumberField::finish()
+{
+    if (!isModified())
+        return;
+    setModified(false);
+    Q_EMIT typed();
+}
+
+void NumberField::keyPressEvent(QKeyEvent *event)
+{
+    // Return takes the number; passed on, it would press the window's default button as well.
+    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter)
+        return QLineEdit::keyPressEvent(event);
+    setModified(false);
+    Q_EMIT typed();
+    selectAll();
+}
+
+void NumberField::focusOutEvent(QFocusEvent *event)
+{
+    QLineEdit::focusOutEvent(event);
+    // Its own menu, for cut and paste, comes and goes.
+    if (event->reason() != Qt::PopupFocusReason)
+        finish();
+}
+
+} // namespace corvella

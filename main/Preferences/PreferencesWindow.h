@@ -1,0 +1,43 @@
+// The settings window's frame: as large as what it holds, and no larger than its screen, where it
+// scrolls instead. Closing only hides it. Main thread only.
+#pragma once
+
+#include <QDialog>
+
+class QScrollArea;
+
+namespace corvella {
+
+// A dialog because that gives its default button the Return key.
+class PreferencesWindow : public QDialog
+{
+    Q_OBJECT
+
+public:
+    // Owns the content from now on.
+    explicit PreferencesWindow(QWidget *content);
+
+    // Takes the size that the content needs. It does so by itself a turn of the event loop after
+    // the content has changed.
+    void fit();
+
+    // In the middle of its screen, before all other windows, and no control of it with the keys.
+    void bringToFront();
+
+    // Lets Tab reach the controls in the order in which they are read.
+    void orderTabs();
+
+Q_SIGNALS:
+    // The user turns away from it: what is half typed is typed.
+    void left();
+
+protected:
+    bool event(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QWidget *m_content;
+    QScrollArea *m_scroller;
+};
+
+} // namespace corvella

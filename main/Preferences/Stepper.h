@@ -1,0 +1,27 @@
+// Two small arrows that count a number up and down which is shown elsewhere. Main thread only.
+#pragma once
+
+#include <QSpinBox>
+
+namespace corvella {
+
+class Stepper : public QSpinBox
+{
+    Q_OBJECT
+
+public:
+    Stepper(int minimum, int maximum);
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
+Q_SIGNALS:
+    // By the user, not by setValue().
+    void stepped(int value);
+
+protected:
+    void stepBy(int steps) override;
+    void paintEvent(QPaintEvent *event) override;
+};
+
+} // namespace corvella

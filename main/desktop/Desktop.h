@@ -1,0 +1,39 @@
+// The desktop pictures of this process: each screen's picture is the latest still of a product that
+// the screen is set to show, and the user's own come back when that is turned off. Main thread
+// only. The work behind goes on elsewhere, one call after the other in the order in which they were
+// made; nothing here waits for it, returns anything of it or fails: outcomes go to the log.
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+
+namespace corvella {
+
+class DesktopUpdater;
+
+namespace Desktop {
+
+// The folder of the pictures that are shown, made if it is missing; an absolute path without a
+// slash at its end.
+[[nodiscard]] QString dir();
+
+// Keeps what the user has on each screen, unless something is kept already.
+void remember();
+
+// Sets the picture of every screen that is not Off, one step further in its products, where desktop
+// pictures are wanted at all. Remembers first.
+void apply();
+
+// Puts back what was remembered and forgets it.
+void restore();
+
+// Waits for what is under way, no longer than this: the program ends.
+void finish(std::chrono::milliseconds within);
+
+// Who does all this, until it is replaced; it must live as long. Without one, nothing is done.
+void setUpdater(DesktopUpdater *updater);
+
+} // namespace Desktop
+
+} // namespace corvella

@@ -1,0 +1,172 @@
+#include "desktop/DesktopUpdater.h"
+
+#include "cache/Cache.h"
+#include "desktop/Desktop.h"
+#include "desktop/PictureChoice.h"
+#include "log.h"
+#include "platform/storage/DurableFile.h"
+#include "settings/Settings.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSemaphore>
+
+#include <limits>
+
+namespace corvella {
+
+namespace {
+
+using ScreenList = QList<PictureScreen>;
+using Files = QList<std::optional<QString>>; // one per screen
+
+// Pictures are changed only when what they replace is safe: this may be all that knows of it.
+Failure rememberOnce(DesktopPictures &pictures, const ScreenList &screens)
+{
+    if (Settings::previousDesktop())
+        return {};
+    const DesktopPictures::Present present = pictures.present(screens);
+    if (present.failure)
+        return present.failure;
+    Settings::setPreviousDesktop(present.texts);
+    if (Settings::previousDesktop() != present.texts)
+        return QStringLiteral("the previous picture cannot be stored");
+    log(QStringLiteral("desktop: remembered the previous picture on %1 screen(s)")
+            .arg(screens.size()));
+    return {};
+}
+
+QList<ScreenWish> wishes(qsizetype screens)
+{
+    QList<ScreenWish> wishes;
+    for (int i = 0; i < screens; ++i)
+        wishes << (Settings::isEnabled(i) ? ScreenWish(Settings::productList(i)) : std::nullopt);
+    return wishes;
+}
+
+// The picture's own file for the desktop. That it could not be made shows itself when it is shown.
+QString copyOf(const QJsonObject &entry, const QString &name)
+{
+    QString copy = Desktop::dir() + u'/' + name;
+    if (!QFile::exists(copy))
+        (void)DurableFile::copy(Cache::dir() + u'/' + entry[u"still"].toString(), copy);
+    return copy;
+}
+
+void logOutcome(const PictureScreen &screen, const QJsonObject &entry, const Failure &failure)
+{
+    const QString start = QStringLiteral("desktop: ") + screen.name;
+    if (failure)
+        log(start + QStringLiteral(" failed: ") + *failure);
+    else
+        log(start + QStringLiteral(" -> ") + entry[u"id"].toString() + QStringLiteral(" (")
+            + entry[u"updated"].toString(QStringLiteral("?")) + u')');
+}
+
+void removeAllBut(const QStringList &names)
+{
+    QDir folder(Desktop::dir());
+    const QStringList there = folder.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString &name : there) {
+        if (!names.contains(name))
+            folder.remove(name);
+    }
+}
+
+void stepOn()
+{
+    const qint64 counter = Settings::desktopCounter();
+    constexpr qint64 kLast = std::numeric_limits<qint64>::max();
+    Settings::setDesktopCounter(counter == kLast ? 0 : counter + 1);
+}
+
+void update(DesktopPictures &pictures, const ScreenList &screens)
+{
+    if (!Settings::desktopActive())
+        return;
+    const QList<QJsonObject> stills = stillsOf(Cache::entries());
+    if (stills.isEmpty())
+        return log(QStringLiteral("desktop: no stills cached yet"));
+    const Failure notRemembered = rememberOnce(pictures, screens);
+
+    const auto chosen = choosePictures(stills, wishes(screens.size()), Settings::desktopCounter());
+    Files files(screens.size());
+    QStringList keep;
+    for (qsizetype i = 0; i < screens.size(); ++i) {
+        const std::optional<QString> name = chosen[i] ? pictureName(*chosen[i]) : std::nullopt;
+        if (!name)
+            continue;
+        keep << *name;
+        files[i] = copyOf(*chosen[i], *name);
+    }
+    const QList<Failure> outcomes = notRemembered ? QList<Failure>(screens.size(), notRemembered)
+                                                  : pictures.show(screens, files);
+    for (qsizetype i = 0; i < screens.size(); ++i) {
+        if (files[i])
+            logOutcome(screens[i], *chosen[i], outcomes[i]);
+    }
+    stepOn();
+    removeAllBut(keep);
+}
+
+void putBack(DesktopPictures &pictures, const ScreenList &screens)
+{
+    const std::optional<QStringList> previous = Settings::previousDesktop();
+    if (!previous)
+        return;
+    pictures.putBack(screens, *previous);
+    Settings::setPreviousDesktop(std::nullopt);
+    log(QStringLiteral("desktop: restored"));
+}
+
+} // namespace
+
+DesktopUpdater::DesktopUpdater(Screens screens, std::unique_ptr<DesktopPictures> pictures)
+    : m_screens(std::move(screens))
+    , m_pictures(std::move(pictures))
+{
+    constexpr int kNever = -1;
+    m_worker.setMaxThreadCount(1);
+    // Processes that show a picture end with the thread that started them.
+    m_worker.setExpiryTimeout(kNever);
+}
+
+DesktopUpdater::~DesktopUpdater()
+{
+    m_worker.clear();
+    m_worker.start([this] { m_pictures.reset(); });
+    m_worker.waitForDone();
+}
+
+void DesktopUpdater::remember()
+{
+    afterwards([](DesktopPictures &pictures, const ScreenList &screens) {
+        if (const Failure failure = rememberOnce(pictures, screens))
+            log(QStringLiteral("desktop: could not remember the previous picture: ") + *failure);
+    });
+}
+
+void DesktopUpdater::apply()
+{
+    afterwards(update);
+}
+
+void DesktopUpdater::restore()
+{
+    afterwards(putBack);
+}
+
+bool DesktopUpdater::finish(std::chrono::milliseconds within)
+{
+    // Not the pool's own way to wait, which ends its thread.
+    const auto done = std::make_shared<QSemaphore>();
+    m_worker.start([done] { done->release(); });
+    return done->tryAcquire(1, static_cast<int>(within.count()));
+}
+
+void DesktopUpdater::afterwards(const Job &job)
+{
+    m_worker.start([this, job, screens = m_screens()] { job(*m_pictures, screens); });
+}
+
+} // namespace corvella

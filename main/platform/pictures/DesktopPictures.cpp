@@ -1,0 +1,12 @@
+#include "platform/pictures/DesktopPictures.h"
+
+#include "platform/pictures/PictureBackEnds.h"
+
+namespace corvella {
+
+std::unique_ptr<DesktopPictures> DesktopPictures::create(const QString & /*folder*/)
+{
+    return createRecordedPictures();
+}
+
+} // namespace corvella

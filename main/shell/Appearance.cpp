@@ -1,0 +1,124 @@
+#include "shell/Appearance.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QProxyStyle>
+#include <QStyleFactory>
+#include <QStyleOption>
+
+namespace corvella {
+
+namespace {
+
+void setText(QPalette &palette, QPalette::ColorRole role, const QColor &colour)
+{
+    palette.setColor(role, colour);
+    palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x80, 0x80));
+}
+
+// Cards are lighter than the ground, as what lies on it catches the light; controls lighter still.
+QPalette darkPalette()
+{
+    const QColor ground(0x28, 0x28, 0x28);
+    const QColor card(0x32, 0x32, 0x32);
+    const QColor control(0x48, 0x48, 0x48);
+    const QColor accent(0x2a, 0x7a, 0xb8);
+    const QColor text(0xf0, 0xf0, 0xf0);
+
+    QPalette palette(text, control, control.lighter(130), ground.darker(150), control, text,
+                     Qt::white, card, ground);
+    for (const QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        setText(palette, role, text);
+    palette.setColor(QPalette::AlternateBase, control);
+    palette.setColor(QPalette::ToolTipBase, control);
+    palette.setColor(QPalette::ToolTipText, text);
+    palette.setColor(QPalette::Shadow, Qt::black);
+    palette.setColor(QPalette::Highlight, accent);
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, accent.lighter(150));
+    QColor placeholder = text;
+    placeholder.setAlphaF(0.5F);
+    palette.setColor(QPalette::PlaceholderText, placeholder);
+    return palette;
+}
+
+// The plain style outlines its controls in a shade that is darker than the ground. In the dark
+// nobody sees that: here they have a light outline.
+class DarkFusion final : public QProxyStyle
+{
+public:
+    DarkFusion()
+        : QProxyStyle(QStringLiteral("Fusion"))
+    {
+    }
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override
+    {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        if (element == PE_IndicatorRadioButton)
+            outline(*option, *painter, option->rect.height() / 2.0);
+        else if (element == PE_IndicatorCheckBox)
+            outline(*option, *painter, 0);
+        else if (element == PE_PanelButtonCommand || element == PE_FrameLineEdit)
+            outline(*option, *painter, kCorner);
+    }
+
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex *option,
+                            QPainter *painter, const QWidget *widget) const override
+    {
+        QProxyStyle::drawComplexControl(control, option, painter, widget);
+        if (control == CC_ComboBox)
+            outline(*option, *painter, kCorner);
+    }
+
+private:
+    static constexpr double kCorner = 2;
+
+    static void outline(const QStyleOption &option, QPainter &painter, double corner)
+    {
+        if (option.state & State_HasFocus)
+            return; // the style's own is bright
+        QColor light = option.palette.color(QPalette::WindowText);
+        light.setAlphaF(option.state & State_Enabled ? 0.38F : 0.15F);
+        painter.save();
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(light);
+        painter.drawRoundedRect(QRectF(option.rect).adjusted(0.5, 0.5, -0.5, -0.5), corner, corner);
+        painter.restore();
+    }
+};
+
+} // namespace
+
+std::optional<Appearance> appearanceFromText(const QString &text)
+{
+    if (text == u"dark")
+        return Appearance::dark;
+    if (text == u"light")
+        return Appearance::light;
+    return std::nullopt;
+}
+
+Appearance appearanceOf(const QPalette &palette)
+{
+    const auto lightness = [&palette](QPalette::ColorRole role) {
+        return palette.color(role).lightness();
+    };
+    return lightness(QPalette::WindowText) > lightness(QPalette::Window) ? Appearance::dark
+                                                                         : Appearance::light;
+}
+
+void setAppearance(Appearance appearance)
+{
+    if (appearanceOf(QApplication::palette()) == appearance)
+        return;
+    const bool isDark = appearance == Appearance::dark;
+    QApplication::setStyle(isDark ? new DarkFusion
+                                  : QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setPalette(isDark ? darkPalette() : QApplication::style()->standardPalette());
+}
+
+} // namespace corvella
