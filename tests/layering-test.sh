@@ -13,6 +13,7 @@ declare -A allowed=(
     [platform/video/ffmpeg]="log platform/video"
     [platform/layers]="log platform/time platform/video"
     [platform/session]="log platform/storage"
+    [platform/update]="log platform/net platform/storage"
     [settings]="log platform"
     [cache]="log platform settings"
     [Wall]="log platform settings cache"
@@ -57,7 +58,7 @@ for file in $(git ls-files --cached --others --exclude-standard '*.h' '*.cpp' | 
     esac
     case $file in
         platform/*) ;;
-        *) if grep -nE '#include <(xcb|X11|wayland|QDBus|curl)' "$file"; then
+        *) if grep -nE '#include <(xcb|X11|wayland|QDBus|curl|sodium|archive)' "$file"; then
             complain "$file speaks to the system past the platform"
         fi ;;
     esac

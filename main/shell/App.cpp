@@ -6,6 +6,7 @@
 #include "platform/layers/Transaction.h"
 #include "platform/session/Pointer.h"
 #include "settings/Settings.h"
+#include "updater/Updater.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -79,6 +80,10 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     m_tick.start(kTick);
     if (!Settings::offline())
         refreshHourly();
+    Updater::shared().when = [app = QPointer(this)] {
+        return app ? app->whenToInstall() : Updater::When::onQuit;
+    };
+    Updater::shared().start();
     decideWhatToShow(commandLine);
 }
 
@@ -103,9 +108,27 @@ void App::refreshHourly()
     m_nextRefresh = m_workQueue.after(kRefreshInterval, [this] { refreshHourly(); });
 }
 
+Updater::When App::whenToInstall() const
+{
+    if (Settings::d().boolean(QStringLiteral("installUpdatesNow")).value_or(false))
+        return Updater::When::now;
+    switch (Settings::mode()) {
+    case Mode::kiosk:
+        return Updater::When::overnight;
+    case Mode::wall:
+    case Mode::saver:
+        return Updater::When::onQuit;
+    case Mode::desktop:
+        break;
+    }
+    return m_showing || Preferences::shared().isVisible() ? Updater::When::onQuit
+                                                          : Updater::When::now;
+}
+
 void App::applicationWillTerminate()
 {
     hide();
+    Updater::shared().applicationWillTerminate();
     Cache::cancelRefreshing(); // its thread is awaited when the App goes
     Preferences::shared().setWallControls(nullptr);
     Preferences::shared().close();
