@@ -1,6 +1,7 @@
 #include "platform/update/Bundle.h"
 
 #include <QFile>
+#include <QSet>
 #include <QStringList>
 
 #include <archive.h>
@@ -17,7 +18,7 @@ namespace {
 using Status = Unpacking::Status;
 
 constexpr qint64 kMostBytes = qint64{2} << 30; // unpacked; ten times what a build has
-constexpr int kMostEntries = 10'000;
+constexpr int kMostEntries = 2'000;
 constexpr qsizetype kLongestName = 200;
 constexpr qsizetype kDeepest = 8;  // folders
 constexpr size_t kBlock = 1 << 16; // bytes to read at once
@@ -92,7 +93,7 @@ private:
 
     const int m_root;
     const std::atomic_bool &m_cancelled;
-    QStringList m_folders{QStringLiteral(".")}; // made so far, relative to the root
+    QSet<QString> m_folders{QStringLiteral(".")}; // made so far, relative to the root
     qint64 m_bytes = 0;
 };
 
@@ -198,7 +199,7 @@ Unpacking Unpacker::writeBlocks(archive *reader, int file, qint64 size) const
 
 Unpacking Unpacker::flushFolders() const
 {
-    for (const QString &path : m_folders) {
+    for (const QString &path : std::as_const(m_folders)) {
         const FileDescriptor folder(::openat(m_root, QFile::encodeName(path).constData(),
                                              O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!folder.isOpen() || ::fsync(folder.get()) != 0)
