@@ -16,6 +16,7 @@
 #include "shell/App.h"
 #include "shell/CommandLine.h"
 #include "shell/SelfTest.h"
+#include "updater/Updater.h"
 
 #include <QApplication>
 
@@ -112,5 +113,7 @@ int main(int argc, char **argv)
     }
     if (commandLine.refreshOnly || commandLine.primeOnly)
         return refresh(argc, argv, !commandLine.refreshOnly);
-    return runApplication(argc, argv, commandLine);
+    const int status = runApplication(argc, argv, commandLine);
+    Updater::shared().relaunchIfInstalled(commandLine.allArgs);
+    return status;
 }

@@ -15,6 +15,7 @@ declare -A allowed=(
     [platform/session]="log platform/storage"
     [platform/pictures]="log platform/storage platform/session"
     [platform/symbols]=""
+    [platform/update]="log platform/net platform/storage"
     [settings]="log platform"
     [cache]="log platform settings"
     [Wall]="log platform settings cache"
@@ -60,7 +61,7 @@ for file in $(git ls-files --cached --others --exclude-standard '*.h' '*.cpp' | 
     esac
     case $file in
         platform/*) ;;
-        *) if grep -nE '#include <(xcb|X11|wayland|QDBus|curl)' "$file"; then
+        *) if grep -nE '#include <(xcb|X11|wayland|QDBus|curl|sodium|archive)' "$file"; then
             complain "$file speaks to the system past the platform"
         fi ;;
     esac

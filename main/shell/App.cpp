@@ -8,6 +8,7 @@
 #include "platform/session/Pointer.h"
 #include "settings/Settings.h"
 #include "shell/Appearance.h"
+#include "updater/Updater.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -86,6 +87,10 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
         Desktop::apply();
     else
         refreshHourly();
+    Updater::shared().when = [app = QPointer(this)] {
+        return app ? app->whenToInstall() : Updater::When::onQuit;
+    };
+    Updater::shared().start();
     decideWhatToShow(commandLine);
 }
 
@@ -121,9 +126,27 @@ void App::refreshHourly()
     m_nextRefresh = m_workQueue.after(kRefreshInterval, [this] { refreshHourly(); });
 }
 
+Updater::When App::whenToInstall() const
+{
+    if (Settings::d().boolean(QStringLiteral("installUpdatesNow")).value_or(false))
+        return Updater::When::now;
+    switch (Settings::mode()) {
+    case Mode::kiosk:
+        return Updater::When::overnight;
+    case Mode::wall:
+    case Mode::saver:
+        return Updater::When::onQuit;
+    case Mode::desktop:
+        break;
+    }
+    return m_showing || Preferences::shared().isVisible() ? Updater::When::onQuit
+                                                          : Updater::When::now;
+}
+
 void App::applicationWillTerminate()
 {
     hide();
+    Updater::shared().applicationWillTerminate();
     Cache::cancelRefreshing(); // its thread is awaited when the App goes
     Desktop::finish(kPatienceWithDesktop);
     Preferences::shared().setWallControls(nullptr);

@@ -14,6 +14,7 @@
 #include "shell/CommandLine.h"
 #include "shell/ModeBadge.h"
 #include "shell/WallWindow.h"
+#include "updater/Updater.h"
 
 #include <QObject>
 #include <QThreadPool>
@@ -69,6 +70,9 @@ public:
     void arm() override;
     // Stops waiting.
     void disarm() override;
+
+    // When an update that lies ready may be installed.
+    [[nodiscard]] Updater::When whenToInstall() const;
 
     // What happens four times a second. The timer calls it; tests do, too.
     void tick();

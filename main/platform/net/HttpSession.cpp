@@ -45,7 +45,8 @@ struct Transfer
     CURL *easy = nullptr;
     const HttpSession::Sink *sink = nullptr;
     qint64 largestBody = 0;
-    qint64 bodyBytes = 0;
+    qint64 from = 0;      // where the wanted part begins
+    qint64 bodyBytes = 0; // seen so far; of a part, with what lies before it
     size_t headerBytes = 0;
     bool headersEnded = false; // libcurl takes a head that breaks off for a whole one
     Clock::time_point lastByte = Clock::now();
@@ -76,12 +77,38 @@ size_t takeHeader(const char *bytes, size_t /*one*/, size_t count, void *user)
     return 0;
 }
 
+// Whether an answer with a part has the one that was asked for.
+bool beginsWhereAsked(const Transfer &transfer)
+{
+    curl_header *header = nullptr;
+    if (curl_easy_header(transfer.easy, "Content-Range", 0, CURLH_HEADER, -1, &header) != CURLHE_OK)
+        return false;
+    const QByteArray begin = "bytes " + QByteArray::number(transfer.from) + '-';
+    return QByteArray(header->value).startsWith(begin);
+}
+
+// Passes on what is wanted of a body's next bytes.
+bool passOn(Transfer &transfer, const char *bytes, size_t count)
+{
+    const qint64 before = transfer.bodyBytes - qint64(count);
+    const auto unwanted = size_t(std::clamp<qint64>(transfer.from - before, 0, qint64(count)));
+    return unwanted == count || (*transfer.sink)(bytes + unwanted, count - unwanted);
+}
+
 size_t takeBody(const char *bytes, size_t /*one*/, size_t count, void *user)
 {
     auto &transfer = *static_cast<Transfer *>(user);
     transfer.lastByte = Clock::now();
+    const long status = statusOf(transfer.easy);
+    if (status == 206 && transfer.from > 0 && transfer.bodyBytes == 0) {
+        transfer.bodyBytes = transfer.from;
+        if (!beginsWhereAsked(transfer)) {
+            transfer.complaint = QStringLiteral("another part than asked for");
+            return CURL_WRITEFUNC_ERROR;
+        }
+    }
     transfer.bodyBytes += qint64(count);
-    if (statusOf(transfer.easy) != 200) {
+    if (status != 200 && (status != 206 || transfer.from == 0)) {
         transfer.sawEnough = transfer.bodyBytes > kLargestUnwantedBody;
         return transfer.sawEnough ? CURL_WRITEFUNC_ERROR : count;
     }
@@ -89,7 +116,7 @@ size_t takeBody(const char *bytes, size_t /*one*/, size_t count, void *user)
         transfer.complaint = QStringLiteral("larger than %1 bytes").arg(transfer.largestBody);
         return CURL_WRITEFUNC_ERROR;
     }
-    if (!(*transfer.sink)(bytes, count)) {
+    if (!passOn(transfer, bytes, count)) {
         transfer.complaint = QStringLiteral("its content cannot be stored");
         return CURL_WRITEFUNC_ERROR;
     }
@@ -134,6 +161,9 @@ void setUp(CURL *easy, const HttpRequest &request, const Headers &headers, Trans
     curl_easy_setopt(easy, CURLOPT_USERAGENT, "Corvella");
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBuffer);
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers.get());
+    if (request.from > 0)
+        curl_easy_setopt(easy, CURLOPT_RANGE,
+                         QByteArray(QByteArray::number(request.from) + '-').constData());
     if (request.compressed)
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
     // libcurl knows the system's trust, but leaves the variables that change it to its callers.
@@ -228,7 +258,10 @@ HttpAnswer HttpSession::get(const HttpRequest &request, const Sink &sink)
     if (!easy || !m_pool->multi)
         return {.reason = QStringLiteral("out of memory")};
 
-    Transfer transfer{.easy = easy.get(), .sink = &sink, .largestBody = request.largestBody};
+    Transfer transfer{.easy = easy.get(),
+                      .sink = &sink,
+                      .largestBody = request.largestBody,
+                      .from = request.from};
     std::array<char, CURL_ERROR_SIZE> detail = {};
     curl_easy_setopt(easy.get(), CURLOPT_ERRORBUFFER, detail.data());
     setUp(easy.get(), request, headers, transfer);

@@ -26,6 +26,9 @@ struct HttpRequest
     // The longest time for all of it.
     std::chrono::milliseconds total{600'000};
     qint64 largestBody = 0; // bytes, unpacked; a longer one is a failure
+    // The first byte that is wanted: a download that broke off goes on there. A server that cannot
+    // begin there sends all, and what comes before is passed over.
+    qint64 from = 0;
 };
 
 struct HttpAnswer
@@ -40,7 +43,7 @@ struct HttpAnswer
 class HttpSession
 {
 public:
-    // Takes a part of the body of a 200 answer; false ends the request as a failure. Called on the
+    // Takes a part of the body of a 200 or, where one was asked for, a 206 answer; false ends the request as a failure. Called on the
     // thread of the request, between its begin and its end.
     using Sink = std::function<bool(const char *bytes, size_t count)>;
 

@@ -1,0 +1,553 @@
+// Updates from a real web server, and from one that misbehaves, to a small copy of the program.
+#include "platform/update/UpdaterController.h"
+#include "InstalledCopy.h"
+#include "support/CapturedLog.h"
+#include "support/FaultServer.h"
+#include "support/NginxServer.h"
+#include "support/QtPrinting.h"
+
+#include <gmock/gmock.h>
+#include <random>
+#include <sys/stat.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+using test::FeedEntry;
+using testing::ElementsAre;
+using Connection = test::FaultServer::Connection;
+
+const QDateTime kNow(QDate(2026, 9, 10), QTime(12, 0), Qt::UTC);
+
+// What a signal said, each time.
+template <typename... Arguments> class Heard
+{
+public:
+    template <typename Sender> Heard(Sender *sender, void (Sender::*signal)(Arguments...))
+    {
+        QObject::connect(sender, signal, &m_context, [this](Arguments... arguments) {
+            m_all << std::tuple<std::decay_t<Arguments>...>(arguments...);
+        });
+    }
+    [[nodiscard]] bool isEmpty() const { return m_all.isEmpty(); }
+    [[nodiscard]] const auto &all() const { return m_all; }
+
+private:
+    QList<std::tuple<std::decay_t<Arguments>...>> m_all;
+    QObject m_context;
+};
+
+class UpdaterControllerTest : public testing::Test
+{
+protected:
+    UpdaterControllerTest()
+    {
+        m_authority.trust();
+        EXPECT_TRUE(QDir().mkpath(m_www));
+    }
+
+    void serve(const QString &locations = {})
+    {
+        m_server = std::make_unique<test::NginxServer>(m_identity, m_www, locations);
+        m_host = m_server->host();
+    }
+    [[nodiscard]] QString feedUrl() const { return u"https://"_s + m_host + u"/appcast.xml"_s; }
+    // Lays a bundle on the server; the entry that announces it.
+    FeedEntry addBundle(const QByteArray &bytes, qint64 build = 2)
+    {
+        const QString name = u"corvella-%1.tar.gz"_s.arg(build);
+        m_home.write(m_www + u'/' + name, bytes);
+        return {.version = u"1.%1"_s.arg(build),
+                .build = build,
+                .url = u"https://"_s + m_host + u'/' + name,
+                .length = bytes.size(),
+                .signature = m_signer.sign(bytes)};
+    }
+    FeedEntry addBuild(qint64 build = 2, const QByteArray &script = "exit 0")
+    {
+        return addBundle(test::makeArchive(test::buildEntries(u"1.%1"_s.arg(build), build, script)),
+                         build);
+    }
+    void announce(const QList<FeedEntry> &entries)
+    {
+        m_home.write(
+            m_www + u"/appcast.xml"_s,
+            test::signedFeed(test::makeFeed(entries, m_issued, m_issued.addDays(30)), m_signer));
+    }
+    UpdaterController &controller()
+    {
+        if (m_controller)
+            return *m_controller;
+        m_controller = std::make_unique<UpdaterController>(
+            UpdaterController::Surroundings{.executable = m_copy.executable(),
+                                            .key = m_signer.publicKey(),
+                                            .now = [this] { return m_now; }},
+            UpdaterController::Delegate{
+                .feedUrl = [this] { return feedUrl(); },
+                .channels = [] { return QStringList(); },
+                .refusal = [this] { return m_refusal; },
+                .willInstallUpdateOnQuit =
+                    [this](const QString &version, std::function<void()> installNow) {
+                        m_ready << version;
+                        m_installNow = std::move(installNow);
+                        return false;
+                    }});
+        QObject::connect(m_controller.get(), &UpdaterController::failed, m_controller.get(),
+                         [this](UpdateFault fault, const QString &reason) {
+                             m_faults << fault;
+                             m_reasons << reason;
+                         });
+        return *m_controller;
+    }
+    // Checks in the background; whether an update lies ready afterwards.
+    bool becomesReady()
+    {
+        const qsizetype ready = m_ready.size();
+        const qsizetype faults = m_faults.size();
+        const Heard upToDate(&controller(), &UpdaterController::upToDate);
+        controller().checkInBackground();
+        EXPECT_TRUE(becomes([&] {
+            return m_ready.size() > ready || m_faults.size() > faults || !upToDate.isEmpty();
+        }));
+        return m_ready.size() > ready;
+    }
+    UpdateFault fault()
+    {
+        EXPECT_FALSE(becomesReady());
+        // Whatever was wrong, the old build is the one that starts, and nothing lies around.
+        EXPECT_EQ(m_copy.link(u"current"_s), u"1"_s);
+        EXPECT_FALSE(QFile::exists(m_copy.path(u"2"_s)));
+        EXPECT_FALSE(QFile::exists(m_copy.path(u".new-2"_s)));
+        return m_faults.isEmpty() ? UpdateFault::none : m_faults.last();
+    }
+    UpdateFault faultOfBundle(const QByteArray &bytes)
+    {
+        announce({addBundle(bytes)});
+        return fault();
+    }
+    [[nodiscard]] QStringList parts() const
+    {
+        return QDir(m_copy.path(u".update"_s)).entryList({u"*.part"_s}, QDir::Files);
+    }
+
+    test::TemporaryHome m_home;
+    QString m_www = m_home.path(u"www"_s);
+    test::TestAuthority m_authority;
+    test::ServerIdentity m_identity = m_authority.issue({u"localhost"_s});
+    test::TestSigner m_signer;
+    test::InstalledCopy m_copy{m_home};
+    std::unique_ptr<test::NginxServer> m_server;
+    QString m_host;
+    QDateTime m_now = kNow;
+    QDateTime m_issued = kNow.addSecs(-3600);
+    std::optional<QString> m_refusal;
+    QStringList m_ready;
+    std::function<void()> m_installNow;
+    QList<UpdateFault> m_faults;
+    QStringList m_reasons;
+    std::unique_ptr<UpdaterController> m_controller;
+};
+
+TEST_F(UpdaterControllerTest, HasAnUpdateLieReadyAndInstallsItWhenTold)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_TRUE(becomesReady());
+    EXPECT_THAT(m_ready, ElementsAre(u"1.2"_s));
+    EXPECT_EQ(m_copy.link(u"current"_s), u"1"_s);
+    EXPECT_TRUE(parts().isEmpty());
+    const Heard ends(m_controller.get(), &UpdaterController::endRequested);
+    m_installNow();
+    EXPECT_EQ(ends.all().size(), 1);
+    EXPECT_EQ(m_copy.link(u"current"_s), u"2"_s);
+    EXPECT_EQ(m_copy.link(u"previous"_s), u"1"_s);
+    EXPECT_EQ(m_controller->relaunch(), m_copy.path(u"bin/corvella"_s));
+    EXPECT_EQ(m_copy.installation(2).identity(), (BuildIdentity{u"1.2"_s, 2, u"linux-x86_64"_s}));
+    EXPECT_THAT(m_server->takeRequests(),
+                ElementsAre(u"GET /appcast.xml 200"_s, u"GET /corvella-2.tar.gz 200"_s));
+}
+
+TEST_F(UpdaterControllerTest, InstallsWhenTheProgramEndsAndSaysSo)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_TRUE(becomesReady());
+    test::CapturedLog log;
+    m_controller->terminate();
+    EXPECT_THAT(log.messages(), ElementsAre(u"update: 1.2 installed; it starts next time"_s));
+    EXPECT_EQ(m_copy.link(u"current"_s), u"2"_s);
+    EXPECT_EQ(m_controller->relaunch(), std::nullopt);
+}
+
+TEST_F(UpdaterControllerTest, AsksAgainEachTimeAndDownloadsOnce)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_TRUE(becomesReady());
+    ASSERT_TRUE(becomesReady());
+    EXPECT_THAT(m_ready, ElementsAre(u"1.2"_s, u"1.2"_s));
+    EXPECT_EQ(m_server->takeRequests().filter(u"tar.gz"_s).size(), 1);
+}
+
+TEST_F(UpdaterControllerTest, ChecksOnceADayByItself)
+{
+    serve();
+    announce({});
+    m_home.write(m_copy.path(u".update/state.json"_s), R"({"lastCheck": "2026-09-09T12:00:01Z"})");
+    ASSERT_EQ(::chmod(QFile::encodeName(m_copy.path(u".update"_s)).constData(), 0700), 0);
+    UpdatePreparation preparation({.installation = m_copy.installation(),
+                                   .key = *PublicKey::parse(m_signer.publicKey()),
+                                   .feedUrl = feedUrl(),
+                                   .system = QVersionNumber(2, 36),
+                                   .now = [this] { return m_now; }});
+    EXPECT_EQ(preparation.find(CheckKind::automatic, false).result.fault, UpdateFault::notDue);
+    EXPECT_TRUE(m_server->takeRequests().isEmpty());
+    m_now = m_now.addSecs(1);
+    EXPECT_EQ(preparation.find(CheckKind::automatic, false).result.fault, UpdateFault::none);
+    EXPECT_EQ(preparation.find(CheckKind::automatic, false).result.fault, UpdateFault::notDue);
+    EXPECT_EQ(m_server->takeRequests().size(), 1);
+    EXPECT_EQ(preparation.find(CheckKind::byHand, false).result.fault, UpdateFault::none);
+    EXPECT_EQ(m_server->takeRequests().size(), 1);
+}
+
+TEST_F(UpdaterControllerTest, OffersWhatSomebodyAskedForBeforeItDownloads)
+{
+    serve();
+    FeedEntry entry = addBuild();
+    entry.more = "<description>Sharper loops</description>";
+    announce({entry});
+    const Heard offered(&controller(), &UpdaterController::offered);
+    const Heard downloading(&controller(), &UpdaterController::downloading);
+    controller().checkForUpdates();
+    ASSERT_TRUE(becomes([&] { return !offered.isEmpty(); }));
+    EXPECT_EQ(offered.all().first(), std::tuple(u"1.2"_s, u"Sharper loops"_s));
+    EXPECT_EQ(m_server->takeRequests().size(), 1);
+    controller().accept();
+    ASSERT_TRUE(becomes([&] { return !m_ready.isEmpty(); }));
+    EXPECT_EQ(downloading.all().last(), std::tuple(entry.length, entry.length));
+}
+
+TEST_F(UpdaterControllerTest, GoesOnWhereADownloadBrokeOff)
+{
+    QByteArray noise(300'000, '\0'); // is not packed away
+    std::generate(noise.begin(), noise.end(), std::minstd_rand());
+    const QByteArray bytes = test::makeArchive(
+        test::buildEntries(u"1.2"_s, 2)
+        + QList<test::ArchiveEntry>{{.name = "share/corvella/noise", .content = noise}});
+    QByteArray feed;
+    QList<QByteArray> asked;
+    const test::FaultServer server(m_identity, [&](Connection &connection) {
+        for (QByteArray head = connection.readRequest(); !head.isEmpty();
+             head = connection.readRequest()) {
+            if (head.startsWith("GET /appcast")) {
+                connection.send(test::okAnswer(feed));
+                continue;
+            }
+            asked << head;
+            const QByteArray size = QByteArray::number(bytes.size());
+            if (asked.size() == 1) {
+                connection.send("HTTP/1.1 200 OK\r\nContent-Length: " + size + "\r\n\r\n");
+                connection.send(bytes.left(100'000));
+                return; // in the middle
+            }
+            connection.send("HTTP/1.1 206 Partial Content\r\nContent-Range: bytes 100000-"
+                            + QByteArray::number(bytes.size() - 1) + '/' + size
+                            + "\r\nContent-Length: " + QByteArray::number(bytes.size() - 100'000)
+                            + "\r\n\r\n");
+            connection.send(bytes.mid(100'000));
+        }
+    });
+    m_host = server.host();
+    feed = test::signedFeed(test::makeFeed({addBundle(bytes)}, m_issued, m_issued.addDays(30)),
+                            m_signer);
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+    EXPECT_EQ(parts().size(), 1);
+    EXPECT_TRUE(becomesReady());
+    ASSERT_EQ(asked.size(), 2);
+    EXPECT_FALSE(asked[0].contains("Range"));
+    EXPECT_TRUE(asked[1].contains("Range: bytes=100000-\r\n"));
+}
+
+TEST_F(UpdaterControllerTest, StartsAnewWhereWhatWasKeptIsSpoilt)
+{
+    serve();
+    const QByteArray bytes = test::makeArchive(test::buildEntries(u"1.2"_s, 2));
+    announce({addBundle(bytes)});
+    m_home.write(m_www + u"/corvella-2.tar.gz"_s, bytes.left(100));
+    EXPECT_EQ(fault(), UpdateFault::bundleNotTrusted); // cut short
+    EXPECT_TRUE(parts().isEmpty());
+    m_home.write(m_www + u"/corvella-2.tar.gz"_s, bytes);
+    EXPECT_TRUE(becomesReady());
+}
+
+TEST_F(UpdaterControllerTest, RefusesABundleWithOneBitChanged)
+{
+    serve();
+    const QByteArray bytes = test::makeArchive(test::buildEntries(u"1.2"_s, 2));
+    for (const qsizetype at : {qsizetype(0), bytes.size() / 2, bytes.size() - 1}) {
+        announce({addBundle(bytes)});
+        QByteArray changed = bytes;
+        changed[at] = static_cast<char>(changed[at] ^ 4);
+        m_home.write(m_www + u"/corvella-2.tar.gz"_s, changed);
+        EXPECT_EQ(fault(), UpdateFault::bundleNotTrusted) << at;
+        EXPECT_TRUE(parts().isEmpty());
+    }
+}
+
+TEST_F(UpdaterControllerTest, RefusesABundleSignedByAnotherKeyOrByNobody)
+{
+    serve();
+    const QByteArray bytes = test::makeArchive(test::buildEntries(u"1.2"_s, 2));
+    FeedEntry entry = addBundle(bytes);
+    entry.signature = test::TestSigner().sign(bytes);
+    announce({entry});
+    EXPECT_EQ(fault(), UpdateFault::bundleNotTrusted);
+    entry.signature = QByteArray(64, '\0').toBase64();
+    m_issued = m_issued.addSecs(1);
+    announce({entry});
+    EXPECT_EQ(fault(), UpdateFault::bundleNotTrusted);
+    entry.signature.clear();
+    m_issued = m_issued.addSecs(1);
+    announce({entry});
+    m_faults.clear();
+    EXPECT_EQ(fault(), UpdateFault::none); // no update at all
+    EXPECT_EQ(m_server->takeRequests().filter(u"tar.gz"_s).size(), 2);
+}
+
+TEST_F(UpdaterControllerTest, OffersNothingOlderNorTheSameNorForAnotherMachine)
+{
+    serve();
+    m_copy.add(5, u"1.5"_s);
+    ASSERT_TRUE(QFile::remove(m_copy.path(u"current"_s)));
+    ASSERT_TRUE(QFile::link(u"5"_s, m_copy.path(u"current"_s)));
+    FeedEntry other = addBuild(7);
+    other.machine = u"linux-riscv64"_s;
+    announce({addBuild(4), addBuild(5), other});
+    m_controller = nullptr;
+    UpdaterController atFive({.executable = m_copy.executable(5),
+                              .key = m_signer.publicKey(),
+                              .now = [this] { return m_now; }},
+                             {.feedUrl = [this] { return feedUrl(); },
+                              .channels = [] { return QStringList(); },
+                              .refusal = [] { return std::optional<QString>(); },
+                              .willInstallUpdateOnQuit =
+                                  [](const QString &, const std::function<void()> &) {
+                                      ADD_FAILURE();
+                                      return false;
+                                  }});
+    const Heard upToDate(&atFive, &UpdaterController::upToDate);
+    atFive.checkForUpdates();
+    EXPECT_TRUE(becomes([&] { return !upToDate.isEmpty(); }));
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+}
+
+TEST_F(UpdaterControllerTest, RefusesABundleThatTheFeedCallsWhatItIsNot)
+{
+    serve();
+    // Signed by the right key each time.
+    const auto pack = [](const QList<test::ArchiveEntry> &entries) {
+        return test::makeArchive(entries);
+    };
+    EXPECT_EQ(faultOfBundle(pack(test::buildEntries(u"1.0"_s, 1))), UpdateFault::bundleNotTrusted);
+    m_issued = m_issued.addSecs(1);
+    EXPECT_EQ(faultOfBundle(pack(test::buildEntries(u"1.9"_s, 2))), UpdateFault::bundleNotTrusted);
+    m_issued = m_issued.addSecs(1);
+    EXPECT_EQ(faultOfBundle(pack(test::buildEntries(u"1.2"_s, 2, "", u"linux-riscv64"_s))),
+              UpdateFault::bundleNotTrusted);
+    m_issued = m_issued.addSecs(1);
+    EXPECT_EQ(faultOfBundle(pack({{.name = "bin/corvella", .content = "x", .mode = 0755}})),
+              UpdateFault::bundleNotTrusted);
+}
+
+TEST_F(UpdaterControllerTest, RefusesSignedBundlesThatReachOutOfTheirFolder)
+{
+    serve();
+    using Kind = test::ArchiveEntry::Kind;
+    const QList<test::ArchiveEntry> hostile{
+        {.name = "../outside", .content = "x"},
+        {.name = "/tmp/corvella-outside", .content = "x"},
+        {.name = "link", .content = "../../../../etc", .kind = Kind::symbolicLink},
+        {.name = "bin/tool", .content = "x", .mode = 04755},
+    };
+    const QStringList before = m_copy.names();
+    for (const test::ArchiveEntry &entry : hostile) {
+        const QByteArray bytes = test::makeArchive(test::buildEntries(u"1.2"_s, 2) + QList{entry});
+        EXPECT_EQ(faultOfBundle(bytes), UpdateFault::bundleNotTrusted) << entry.name.constData();
+        m_issued = m_issued.addSecs(1);
+    }
+    EXPECT_EQ(m_copy.names().size(), before.size() + 1); // .update
+    EXPECT_FALSE(QFile::exists(u"/tmp/corvella-outside"_s));
+}
+
+TEST_F(UpdaterControllerTest, KeepsTheOldBuildWhereTheNewOneFailsItsOwnTest)
+{
+    serve();
+    QList<test::ArchiveEntry> entries = test::buildEntries(u"1.2"_s, 2);
+    for (const char *script :
+         {"#!/bin/sh\nexit 1\n", "#!/bin/sh\nexit 0\n" /* says nothing */,
+          "#!/bin/sh\necho ok\nkill -ABRT $$\n", "#!/no/such/program\n", "no program"}) {
+        entries[1].content = script;
+        EXPECT_EQ(faultOfBundle(test::makeArchive(entries)), UpdateFault::doesNotRun) << script;
+        m_issued = m_issued.addSecs(1);
+        m_home.write(m_copy.path(u".update/state.json"_s), "{}");
+    }
+}
+
+TEST_F(UpdaterControllerTest, DoesNotTryABuildThatDoesNotRunAgainByItself)
+{
+    serve();
+    QList<test::ArchiveEntry> entries = test::buildEntries(u"1.2"_s, 2);
+    entries[1].content = "#!/bin/sh\nexit 1\n";
+    EXPECT_EQ(faultOfBundle(test::makeArchive(entries)), UpdateFault::doesNotRun);
+    m_faults.clear();
+    EXPECT_EQ(fault(), UpdateFault::none);
+    const Heard offered(&controller(), &UpdaterController::offered);
+    controller().checkForUpdates();
+    EXPECT_TRUE(becomes([&] { return !offered.isEmpty(); }));
+}
+
+TEST_F(UpdaterControllerTest, RemembersTheNewestFeedFromCheckToCheck)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_TRUE(becomesReady());
+    m_controller.reset();
+    m_issued = m_issued.addSecs(-1);
+    announce({});
+    EXPECT_FALSE(becomesReady());
+    EXPECT_THAT(m_faults, ElementsAre(UpdateFault::feedOlder));
+    m_issued = m_issued.addSecs(1);
+    announce({});
+    EXPECT_FALSE(becomesReady());
+    EXPECT_EQ(m_faults.last(), UpdateFault::feedNotTrusted); // two of one date
+    m_issued = m_issued.addSecs(1);
+    m_now = m_now.addDays(40);
+    announce({addBuild()});
+    EXPECT_FALSE(becomesReady());
+    EXPECT_EQ(m_faults.last(), UpdateFault::feedExpired);
+    m_now = m_issued.addDays(-2);
+    EXPECT_FALSE(becomesReady());
+    EXPECT_EQ(m_faults.last(), UpdateFault::clockWrong);
+}
+
+TEST_F(UpdaterControllerTest, RefusesAFeedThatIsNotSigned)
+{
+    serve();
+    m_home.write(m_www + u"/appcast.xml"_s,
+                 test::makeFeed({addBuild()}, m_issued, m_issued.addDays(30)));
+    EXPECT_EQ(fault(), UpdateFault::feedNotTrusted);
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+}
+
+TEST_F(UpdaterControllerTest, TalksToNobodyWithoutProofOfWhoItIs)
+{
+    const test::TestAuthority stranger;
+    m_identity = stranger.issue({u"localhost"_s});
+    serve();
+    announce({addBuild()});
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+}
+
+TEST_F(UpdaterControllerTest, LogsTheSameTroubleOnce)
+{
+    serve();
+    test::CapturedLog log;
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+    EXPECT_THAT(log.messages(), ElementsAre(u"update: https://%1/appcast.xml: 404"_s.arg(m_host)));
+}
+
+TEST_F(UpdaterControllerTest, SaysWhyThisCopyCannotUpdateItselfAndAsksNobody)
+{
+    serve();
+    announce({addBuild()});
+    const auto check = [this](const QString &executable, const QByteArray &key) {
+        UpdaterController controller(
+            {.executable = executable, .key = key, .now = [this] { return m_now; }},
+            {.feedUrl = [this] { return feedUrl(); },
+             .channels = [] { return QStringList(); },
+             .refusal = [] { return std::optional<QString>(); },
+             .willInstallUpdateOnQuit = [](const QString &,
+                                           const std::function<void()> &) { return false; }});
+        UpdateFault found = UpdateFault::none;
+        QObject::connect(&controller, &UpdaterController::failed, &controller,
+                         [&found](UpdateFault fault) { found = fault; });
+        controller.checkInBackground(); // nobody asked: nothing is said
+        EXPECT_EQ(found, UpdateFault::none);
+        controller.checkForUpdates();
+        return found;
+    };
+    EXPECT_EQ(check(m_copy.executable(), {}), UpdateFault::noKey);
+    EXPECT_EQ(check(m_home.path(u"build/bin/corvella"_s), m_signer.publicKey()),
+              UpdateFault::loose);
+    m_home.write(m_copy.path(u"1/share/corvella/package-manager"_s), "");
+    EXPECT_EQ(check(m_copy.executable(), m_signer.publicKey()), UpdateFault::packageManager);
+    EXPECT_EQ(m_server->connections(), 0);
+    EXPECT_FALSE(QFile::exists(m_copy.path(u".update"_s)));
+}
+
+TEST_F(UpdaterControllerTest, AsksNobodyWhereItsOwnerDoesNotWantThat)
+{
+    serve();
+    announce({addBuild()});
+    m_refusal = u"not now"_s;
+    const Heard refused(&controller(), &UpdaterController::refused);
+    controller().checkInBackground();
+    EXPECT_TRUE(refused.isEmpty());
+    controller().checkForUpdates();
+    EXPECT_EQ(refused.all().size(), 1);
+    EXPECT_EQ(m_server->connections(), 0);
+}
+
+TEST_F(UpdaterControllerTest, CannotWorkInAFolderThatOthersCanWriteTo)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_EQ(::chmod(QFile::encodeName(m_copy.path()).constData(), 0777), 0);
+    EXPECT_EQ(fault(), UpdateFault::cannotWrite);
+    EXPECT_EQ(m_server->connections(), 0);
+}
+
+TEST_F(UpdaterControllerTest, LeavesTheFieldToAnotherProcess)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_TRUE(m_copy.installation().makeWorkFolder().isOk());
+    {
+        const auto lock = FileLock::acquire(m_copy.path(u".update/lock"_s));
+        ASSERT_TRUE(lock);
+        EXPECT_EQ(fault(), UpdateFault::busy);
+    }
+    m_copy.add(3, u"1.3"_s);
+    ASSERT_TRUE(m_copy.installation().switchTo(3).isOk());
+    EXPECT_FALSE(becomesReady());
+    EXPECT_EQ(m_faults.last(), UpdateFault::superseded);
+}
+
+TEST_F(UpdaterControllerTest, EndsAtOnceInTheMiddleOfADownload)
+{
+    QByteArray feed;
+    const test::FaultServer server(m_identity, [&](Connection &connection) {
+        while (connection.readRequest().startsWith("GET /appcast"))
+            connection.send(test::okAnswer(feed));
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\nx");
+        connection.waitForClient();
+    });
+    m_host = server.host();
+    FeedEntry entry = addBuild();
+    entry.length = 1'000'000;
+    feed = test::signedFeed(test::makeFeed({entry}, m_issued, m_issued.addDays(30)), m_signer);
+    const Heard downloading(&controller(), &UpdaterController::downloading);
+    controller().checkInBackground();
+    ASSERT_TRUE(becomes([&] { return !downloading.isEmpty(); }));
+    const test::Stopwatch watch;
+    m_controller->terminate();
+    EXPECT_LT(watch.elapsed(), std::chrono::seconds(5));
+    EXPECT_EQ(m_copy.link(u"current"_s), u"1"_s);
+    EXPECT_EQ(parts().size(), 1); // it goes on there
+}
+
+} // namespace
+} // namespace corvella
