@@ -4,12 +4,14 @@
 #include "cache/Cache.h"
 #include "desktop/Desktop.h"
 #include "desktop/DesktopUpdater.h"
+#include "log.h"
 #include "platform/layers/RendererKind.h"
 #include "platform/session/DisplayServer.h"
 #include "platform/session/DisplaySleep.h"
 #include "platform/session/IdleClock.h"
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
+#include "platform/session/SingleInstance.h"
 #include "platform/session/TerminationSignals.h"
 #include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
@@ -73,6 +75,17 @@ int refresh(int &argc, char **argv, bool everything)
     return EXIT_SUCCESS;
 }
 
+// The exit status of a second start.
+int leaveItToTheOther(SingleInstance::Outcome outcome)
+{
+    if (outcome == SingleInstance::Outcome::handedOver) {
+        log(QStringLiteral("already running; told the other one"));
+        return EXIT_SUCCESS;
+    }
+    log(QStringLiteral("already running, but the other one does not answer"));
+    return EXIT_FAILURE;
+}
+
 int runApplication(int &argc, char **argv, const CommandLine &commandLine)
 {
     if (!chooseDisplayServer())
@@ -81,6 +94,11 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QApplication::setApplicationName(QStringLiteral("Corvella"));
     QGuiApplication::setDesktopFileName(QStringLiteral("space.tarrow.corvella"));
     QApplication::setQuitOnLastWindowClosed(false);
+
+    SingleInstance instance;
+    const SingleInstance::Outcome outcome = instance.claim(commandLine.wordForTheOther());
+    if (outcome != SingleInstance::Outcome::first)
+        return leaveItToTheOther(outcome);
 
     const TerminationSignals signals;
     QObject::connect(&signals, &TerminationSignals::received, &app, &QApplication::quit);
@@ -96,7 +114,10 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     App delegate({screens, *idleClock, *presentation, clock, rendererKind(),
                   &PowerAssertion::create, [&displaySleep] { displaySleep->begin(); }});
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &App::applicationWillTerminate);
+    QObject::connect(&instance, &SingleInstance::activated, &delegate, &App::perform);
     delegate.applicationDidFinishLaunching(commandLine);
+    if (!commandLine.action.isEmpty())
+        delegate.perform(commandLine.action);
     return QApplication::exec();
 }
 

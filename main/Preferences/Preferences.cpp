@@ -17,6 +17,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QMenuBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -36,13 +37,6 @@ void setNote(Note &note, const QString &text)
 {
     note.setText(text);
     note.setVisible(!text.isEmpty());
-}
-
-QString versionText()
-{
-    const QString unknown = QStringLiteral("?");
-    return QStringLiteral("Version %1 (%2)")
-        .arg(Build::version().value_or(unknown), Build::number().value_or(unknown));
 }
 
 QString doubledAmpersands(QString text)
@@ -69,6 +63,8 @@ void Preferences::show()
         createControls();
         layout();
         connectControls();
+        if (m_makeMenu)
+            m_window->setMenu(m_makeMenu());
         m_background = std::make_unique<BackgroundWork>();
         m_screens = std::make_unique<Screens>();
         // Later, because a screen that goes is still being taken away when it is told.
@@ -120,7 +116,7 @@ void Preferences::load()
         m_transitionPopup->findData(rawValue(Settings::transition())));
     m_loopsField->setText(QString::number(Settings::loops()));
     m_loopsStepper->setValue(Settings::loops());
-    m_versionLabel->setText(versionText());
+    m_versionLabel->setText(Build::text());
     rebuildScreens();
     showModeRules();
     refreshCacheStatus();

@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QObject>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -15,6 +16,7 @@ class QButtonGroup;
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QMenuBar;
 class QPushButton;
 class QRadioButton;
 
@@ -41,6 +43,10 @@ public:
 
     // Whom Start and Arm reach; null for nobody. Must be reset before that object goes.
     void setWallControls(WallControls *controls) { m_controls = controls; }
+
+    // Makes the menu bar at the top of the window, which owns it; asked for when the window is
+    // built.
+    void setMainMenu(const std::function<std::unique_ptr<QMenuBar>()> &make) { m_makeMenu = make; }
 
     // Opens the window or brings it to the front. What waits for the idle time stops waiting.
     void show();
@@ -99,6 +105,7 @@ private:
     void turnOff();
 
     WallControls *m_controls = nullptr;
+    std::function<std::unique_ptr<QMenuBar>()> m_makeMenu;
     std::unique_ptr<PreferencesWindow> m_window;
     std::unique_ptr<Screens> m_screens;           // while there is a window
     std::unique_ptr<BackgroundWork> m_background; // while there is a window

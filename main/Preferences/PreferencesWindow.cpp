@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <QLayout>
+#include <QMenuBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -44,6 +45,12 @@ PreferencesWindow::PreferencesWindow(QWidget *content)
     content->installEventFilter(this);
 }
 
+void PreferencesWindow::setMenu(std::unique_ptr<QMenuBar> menu)
+{
+    m_menu = menu.release();
+    layout()->setMenuBar(m_menu);
+}
+
 void PreferencesWindow::fit()
 {
     m_content->layout()->activate();
@@ -54,6 +61,9 @@ void PreferencesWindow::fit()
         size.rwidth() += m_scroller->verticalScrollBar()->sizeHint().width();
     if (size.width() > room.width())
         size.rheight() += m_scroller->horizontalScrollBar()->sizeHint().height();
+    // Some desktops show menus in a place of their own.
+    if (m_menu && !m_menu->isNativeMenuBar())
+        size.rheight() += m_menu->sizeHint().height();
     setFixedSize(size.boundedTo(room));
 }
 

@@ -4,6 +4,9 @@
 
 #include <QDialog>
 
+#include <memory>
+
+class QMenuBar;
 class QScrollArea;
 
 namespace corvella {
@@ -16,6 +19,9 @@ class PreferencesWindow : public QDialog
 public:
     // Owns the content from now on.
     explicit PreferencesWindow(QWidget *content);
+
+    // Puts a menu bar at its top.
+    void setMenu(std::unique_ptr<QMenuBar> menu);
 
     // Takes the size that the content needs. It does so by itself a turn of the event loop after
     // the content has changed.
@@ -38,6 +44,7 @@ protected:
 private:
     QWidget *m_content;
     QScrollArea *m_scroller;
+    QMenuBar *m_menu = nullptr;
 };
 
 } // namespace corvella

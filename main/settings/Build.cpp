@@ -21,4 +21,11 @@ std::optional<QString> number()
     return unlessEmpty(QStringLiteral(CORVELLA_BUILD_NUMBER));
 }
 
+QString text()
+{
+    const QString unknown = QStringLiteral("?");
+    return QStringLiteral("Version %1 (%2)")
+        .arg(version().value_or(unknown), number().value_or(unknown));
+}
+
 } // namespace corvella::Build

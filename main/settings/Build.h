@@ -13,4 +13,7 @@ namespace corvella::Build {
 // A whole number that grows from build to build; none where the build was given none.
 [[nodiscard]] std::optional<QString> number();
 
+// Both in one line for people, "Version 1.0.0 (1)", with a question mark for what there is not.
+[[nodiscard]] QString text();
+
 } // namespace corvella::Build

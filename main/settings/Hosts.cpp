@@ -17,4 +17,9 @@ QString defaultStore()
     return QStringLiteral(CORVELLA_STORE_HOST);
 }
 
+QString maker()
+{
+    return QStringLiteral(CORVELLA_MAKER_DOMAIN);
+}
+
 } // namespace corvella::Hosts

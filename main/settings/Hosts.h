@@ -16,4 +16,7 @@ namespace corvella::Hosts {
 // The product's web site for a user who set none.
 [[nodiscard]] QString defaultStore();
 
+// The web domain of who makes the imagery out of the observatory's pictures.
+[[nodiscard]] QString maker();
+
 } // namespace corvella::Hosts

@@ -1,6 +1,7 @@
 #include "shell/App.h"
 
 #include "Preferences/Preferences.h"
+#include "Preferences/SaverInstall.h"
 #include "cache/Cache.h"
 #include "desktop/Desktop.h"
 #include "log.h"
@@ -79,7 +80,9 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     Preferences::shared().setWallControls(this);
     chooseAppearance();
     Settings::migrate();
+    refreshInstalledSaver();
     Cache::seedIfEmpty();
+    buildMenus();
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
     qGuiApp->installEventFilter(this);
     m_tick.start(kTick);
@@ -99,6 +102,74 @@ void App::chooseAppearance()
     const QString text = Settings::d().string(QStringLiteral("appearance")).value_or(QString());
     if (const std::optional<Appearance> appearance = appearanceFromText(text))
         setAppearance(*appearance);
+}
+
+void App::buildMenus()
+{
+    const auto weakly = [this](void (App::*verb)()) {
+        return [app = QPointer(this), verb] {
+            if (app)
+                (app->*verb)();
+        };
+    };
+    MenuActions actions;
+    actions.start = weakly(&App::startFromMenu);
+    actions.updateDesktop = weakly(&App::updateDesktopFromMenu);
+    actions.showPreferences = [] { Preferences::shared().show(); };
+    actions.checkForUpdates = [] { Updater::shared().checkNow(); };
+    actions.quit = [] { QCoreApplication::quit(); };
+    m_menus = std::make_unique<Menus>(actions, [this] { return statusFacts(); });
+    m_menus->buildMenu();
+    m_menus->buildStatusItem(weakly(&App::applicationShouldHandleReopen));
+}
+
+StatusFacts App::statusFacts() const
+{
+    return {Settings::mode(),
+            m_showing,
+            m_armedWaiting,
+            Settings::offline(),
+            Settings::desktopActive(),
+            Settings::idleMinutes(),
+            Settings::refreshMinutes()};
+}
+
+void App::startFromMenu()
+{
+    if (Settings::mode() == Mode::desktop)
+        updateDesktopFromMenu();
+    else
+        show();
+}
+
+void App::updateDesktopFromMenu()
+{
+    m_background.start([this] {
+        const std::optional<QDateTime> refused =
+            Settings::offline() ? std::nullopt : Cache::refreshNow(false);
+        if (refused)
+            log(QStringLiteral("update: checked recently, next check allowed at ")
+                + refused->toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000")));
+        QMetaObject::invokeMethod(this, &Desktop::apply, Qt::QueuedConnection);
+    });
+}
+
+void App::applicationShouldHandleReopen()
+{
+    if (!m_showing)
+        Preferences::shared().show();
+}
+
+void App::perform(const QString &action)
+{
+    if (action == u"start" && !m_showing)
+        startFromMenu();
+    else if (action == u"update-desktop")
+        updateDesktopFromMenu();
+    else if (action == u"quit")
+        QCoreApplication::quit();
+    else
+        applicationShouldHandleReopen();
 }
 
 void App::decideWhatToShow(const CommandLine &commandLine)
@@ -151,6 +222,7 @@ void App::applicationWillTerminate()
     Desktop::finish(kPatienceWithDesktop);
     Preferences::shared().setWallControls(nullptr);
     Preferences::shared().close();
+    m_menus.reset();
 }
 
 QList<App::Extent> App::extentsOf(const QList<Screen> &screens)
@@ -317,6 +389,8 @@ void App::dismiss()
 void App::tick()
 {
     const Mode mode = Settings::mode();
+    if (m_menus)
+        m_menus->update();
     if (!m_showing)
         return showWhenIdle(mode);
     if (!m_pendingRebuild.isPending() && extentsOf(m_screens.list()) != m_builtFor)

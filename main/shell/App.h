@@ -12,6 +12,7 @@
 #include "settings/Mode.h"
 #include "shell/CloseButton.h"
 #include "shell/CommandLine.h"
+#include "shell/Menus.h"
 #include "shell/ModeBadge.h"
 #include "shell/WallWindow.h"
 #include "updater/Updater.h"
@@ -61,6 +62,12 @@ public:
     void applicationDidFinishLaunching(const CommandLine &commandLine);
     // Takes the walls down in order.
     void applicationWillTerminate();
+    // The user started the program once more, or clicked on its item: the settings window comes
+    // forward, unless walls are up.
+    void applicationShouldHandleReopen();
+    // An action by the name that the program's desktop entry knows it by; an empty or unknown one
+    // counts as a reopening.
+    void perform(const QString &action);
 
     // Puts the walls up on every screen that is not Off. Nothing happens in desktop mode.
     void show() override;
@@ -105,6 +112,10 @@ private:
     [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
 
     static void chooseAppearance();
+    void buildMenus();
+    [[nodiscard]] StatusFacts statusFacts() const;
+    void startFromMenu();
+    void updateDesktopFromMenu();
     void decideWhatToShow(const CommandLine &commandLine);
     void build();
     void buildWall(const Screen &screen, int index, Mode mode);
@@ -157,6 +168,7 @@ private:
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
     WorkItem m_nextRefresh;
+    std::unique_ptr<Menus> m_menus;
 };
 
 } // namespace corvella

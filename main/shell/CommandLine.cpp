@@ -31,7 +31,14 @@ CommandLine CommandLine::parse(const QStringList &allArgs)
     line.refreshOnly = allArgs.contains(QStringLiteral("--refresh"));
     line.selfTest = allArgs.contains(QStringLiteral("--selftest"));
     line.forceStart = allArgs.contains(QStringLiteral("--start"));
+    if (const qsizetype option = allArgs.indexOf(QStringLiteral("--action")); option >= 0)
+        line.action = allArgs.value(option + 1);
     return line;
+}
+
+QString CommandLine::wordForTheOther() const
+{
+    return forceStart && action.isEmpty() ? QStringLiteral("start") : action;
 }
 
 } // namespace corvella

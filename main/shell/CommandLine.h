@@ -15,6 +15,10 @@ struct CommandLine
     bool refreshOnly = false;
     bool primeOnly = false;
     bool forceStart = false;
+    QString action; // of the program's desktop entry, by its name; empty for none
+
+    // What to tell a program that runs already: an action, or nothing but to come forward.
+    [[nodiscard]] QString wordForTheOther() const;
 
     // Options match whole arguments, exactly, wherever they stand; what matches nothing is passed
     // over.

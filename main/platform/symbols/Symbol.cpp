@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 #include <QIconEngine>
+#include <QLineF>
 #include <QPainter>
 #include <QPainterPathStroker>
 #include <QPalette>
@@ -63,12 +64,37 @@ QPainterPath crossingArrows()
     return rising.united(QTransform::fromScale(1, -1).map(rising));
 }
 
+// A full disc and eight short rays around it, in units of the text size.
+QPainterPath shiningSun()
+{
+    constexpr double kDisc = 0.25;    // its radius
+    constexpr double kRayFrom = 0.36; // from the middle
+    constexpr double kRayTo = 0.47;
+    constexpr double kThickness = 0.085; // of the rays
+    constexpr int kRays = 8;
+
+    QPainterPath rays;
+    for (int i = 0; i < kRays; ++i) {
+        const QLineF ray = QLineF::fromPolar(1, 360.0 * i / kRays);
+        rays.moveTo(ray.pointAt(kRayFrom));
+        rays.lineTo(ray.pointAt(kRayTo));
+    }
+    QPainterPathStroker stroker;
+    stroker.setWidth(kThickness);
+    stroker.setCapStyle(Qt::RoundCap);
+    QPainterPath sun = stroker.createStroke(rays);
+    sun.addEllipse(QPointF(0, 0), kDisc, kDisc);
+    return sun;
+}
+
 std::optional<QPainterPath> shape(const QString &name)
 {
     if (name == QLatin1String("lock.fill"))
         return padlock();
     if (name == QLatin1String("shuffle"))
         return crossingArrows();
+    if (name == QLatin1String("sun.max.fill"))
+        return shiningSun();
     return std::nullopt;
 }
 
