@@ -99,6 +99,8 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     const SingleInstance::Outcome outcome = instance.claim(commandLine.wordForTheOther());
     if (outcome != SingleInstance::Outcome::first)
         return leaveItToTheOther(outcome);
+    if (commandLine.action == u"quit")
+        return EXIT_SUCCESS; // nobody is there who could
 
     const TerminationSignals signals;
     QObject::connect(&signals, &TerminationSignals::received, &app, &QApplication::quit);
