@@ -10,6 +10,7 @@
 #include <QDesktopServices>
 #include <QMenuBar>
 #include <QPainter>
+#include <QPointer>
 #include <QUrl>
 
 namespace corvella {
@@ -44,7 +45,11 @@ Menus::Menus(MenuActions actions, std::function<StatusFacts()> facts)
     : m_actions(std::move(actions))
     , m_facts(std::move(facts))
 {
-    m_actions.showAbout = [this] { showAbout(); };
+    // The settings window may live on for a moment.
+    m_actions.showAbout = [self = QPointer(this)] {
+        if (self)
+            self->showAbout();
+    };
     m_actions.showHelp = &Menus::showHelp;
 }
 

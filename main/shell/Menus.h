@@ -6,6 +6,8 @@
 #include "shell/MenuActions.h"
 #include "shell/StatusLine.h"
 
+#include <QObject>
+
 #include <memory>
 
 namespace corvella {
@@ -13,12 +15,14 @@ namespace corvella {
 class AboutPanel;
 class StatusMenu;
 
-class Menus
+class Menus : public QObject
 {
+    Q_OBJECT
+
 public:
     // showAbout and showHelp may be left out: they are these menus' own.
     Menus(MenuActions actions, std::function<StatusFacts()> facts);
-    ~Menus();
+    ~Menus() override;
 
     // The main menu, from now on in the settings window.
     void buildMenu();
