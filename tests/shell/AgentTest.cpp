@@ -64,10 +64,9 @@ INSTANTIATE_TEST_SUITE_P(Modes, EveryLaunch,
 
 TEST_F(AgentTest, LaunchBringsThingsUpToDateInTheirOrder)
 {
-    // A saver of an older build, an empty cache, and settings of an older program.
+    // A saver of an older build and an empty cache.
     m_home.write(installedSaver() + u"/Contents/Info.plist"_s, "<plist><dict/></plist>");
-    m_home.write(m_home.config(u"space.tarrow.corvella-wall.json"_s),
-                 R"({"mode": "desktop", "configured": true})");
+    configure(Mode::desktop);
     QDir(m_home.cache(u"Corvella"_s)).removeRecursively();
     launch();
     const QStringList messages = m_log->messages();
