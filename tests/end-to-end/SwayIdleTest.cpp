@@ -9,6 +9,7 @@ namespace corvella {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using test::becomes;
 
 class SwayIdle : public testing::Test
@@ -52,8 +53,17 @@ TEST_F(SwayIdle, IsToldByTheCompositor)
 // The compositor says nothing then; the window itself sees whether somebody is there.
 TEST_F(SwayIdle, IsKnownToAWindowThatKeepsTheDisplayAwake)
 {
-    start({u"awake"_s});
+    start({u"0"_s});
     expectItGrowsAndEndsWithAKey();
+}
+
+// A wall that comes up by itself is no input.
+TEST_F(SwayIdle, GoesOnWhenAWindowBeginsToKeepTheDisplayAwake)
+{
+    start({u"3"_s});
+    ASSERT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
+    EXPECT_FALSE(becomes([this] { return secondsIdle() < 3; }, 1s));
+    EXPECT_GE(secondsIdle(), 3.5);
 }
 
 } // namespace

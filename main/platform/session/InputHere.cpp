@@ -42,7 +42,7 @@ double InputHere::secondsAgo()
 bool InputHere::eventFilter(QObject * /*watched*/, QEvent *event)
 {
     if (isInput(event->type()))
-        restart();
+        restart(Clock::now());
     return false;
 }
 
