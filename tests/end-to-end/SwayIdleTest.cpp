@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 
 namespace corvella {
@@ -24,10 +25,15 @@ protected:
         m_probe.emplace(command);
     }
 
-    [[nodiscard]] double secondsIdle()
+    // All that was told so far.
+    [[nodiscard]] QList<double> told()
     {
-        return m_probe->output().trimmed().split('\n').last().toDouble();
+        QList<double> seconds;
+        for (const QByteArray &line : m_probe->output().trimmed().split('\n'))
+            seconds << line.toDouble();
+        return seconds;
     }
+    [[nodiscard]] double secondsIdle() { return told().last(); }
 
     void expectItGrowsAndEndsWithAKey()
     {
@@ -64,6 +70,21 @@ TEST_F(SwayIdle, GoesOnWhenAWindowBeginsToKeepTheDisplayAwake)
     ASSERT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
     EXPECT_FALSE(becomes([this] { return secondsIdle() < 3; }, 1s));
     EXPECT_GE(secondsIdle(), 3.5);
+}
+
+// What the window saw is not forgotten with it.
+TEST_F(SwayIdle, GoesOnWhenAWindowNoLongerKeepsTheDisplayAwake)
+{
+    start({u"2"_s, u"once"_s});
+    ASSERT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
+    QList<double> seconds;
+    ASSERT_TRUE(becomes([&] {
+        m_sway.typeKey(u"a"_s);
+        seconds = told();
+        return !std::is_sorted(seconds.begin(), seconds.end());
+    }));
+    const auto input = std::is_sorted_until(seconds.begin(), seconds.end());
+    EXPECT_LT(*std::max_element(input, seconds.end()), 2);
 }
 
 } // namespace

@@ -9,7 +9,7 @@ namespace corvella {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = InputHere::Clock;
 
 // Compositors tell of moments and do not count: after this long without input, and with the first
 // input after that. Of no time at all they would tell with every single event.
@@ -29,10 +29,14 @@ public:
 
     double secondsIdle() override
     {
-        if (isCompositorSilent())
-            return m_inputHere.secondsAgo();
         const Clock::time_point now = Clock::now();
-        m_inputHere.restart(m_idleSince.value_or(now)); // where a wall goes on counting
+        if (isCompositorSilent()) {
+            const Clock::time_point last = m_inputHere.last();
+            if (m_idleSince)
+                m_idleSince = last; // where the compositor goes on
+            return std::chrono::duration<double>(now - last).count();
+        }
+        m_inputHere.restart(m_idleSince.value_or(now)); // where a wall goes on
         return m_idleSince ? std::chrono::duration<double>(now - *m_idleSince).count() : 0;
     }
 
@@ -53,7 +57,8 @@ private:
     }
 
     const std::unique_ptr<wayland::IdleNotification> m_notification;
-    std::optional<Clock::time_point> m_idleSince; // absent as long as there was input just now
+    // Absent as long as the compositor does not count us as idle.
+    std::optional<Clock::time_point> m_idleSince;
     InputHere m_inputHere;
 };
 

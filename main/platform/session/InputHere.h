@@ -12,8 +12,8 @@ class InputHere final : public QObject
 public:
     using Clock = std::chrono::steady_clock;
 
-    // Seconds since the last of it; since the beginning or restart() where there was none.
-    [[nodiscard]] double secondsAgo();
+    // The last of it; the beginning or what restart() was told where there was none.
+    [[nodiscard]] Clock::time_point last();
     // Counts from that moment.
     void restart(Clock::time_point last) { m_last = last; }
 
