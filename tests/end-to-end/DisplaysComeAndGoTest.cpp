@@ -56,7 +56,7 @@ std::unique_ptr<test::XServer> makeServer()
 {
     if (std::unique_ptr<test::XServer> server = test::DummyXorg::create())
         return server;
-    return std::make_unique<test::VirtualDisplay>(QSize(2080, 700));
+    return std::make_unique<test::VirtualDisplay>(QSize(3200, 700));
 }
 
 enum class Manager { running, none };
