@@ -263,7 +263,7 @@ void Preferences::deactivate()
     const TurnOffFacts facts{Settings::desktopActive() && Settings::previousDesktop(),
                              Settings::openAtLogin(), bundledSaver().has_value()};
     auto *const alert = new QMessageBox(m_window.get());
-    alert->setAttribute(Qt::WA_DeleteOnClose);
+    connect(alert, &QMessageBox::finished, alert, &QObject::deleteLater);
     alert->setText(QStringLiteral("Turn Corvella off and quit?"));
     alert->setInformativeText(turnOffText(facts));
     QPushButton *const confirm =

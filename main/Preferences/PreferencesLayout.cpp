@@ -12,6 +12,7 @@
 #include "Preferences/ScreensGrid.h"
 #include "Preferences/SegmentedControl.h"
 #include "Preferences/Stepper.h"
+#include "Preferences/TabStop.h"
 #include "settings/Mode.h"
 #include "settings/Transition.h"
 
@@ -179,6 +180,7 @@ void Preferences::createControls()
 
     m_network->addButton(m_onlineRadio);
     m_network->addButton(m_offlineRadio);
+    letTabReachTheChosen(*m_network);
     name({{m_mode, "mode"},
           {m_modeHelp, "modeHelp"},
           {m_screensGrid, "screensGrid"},

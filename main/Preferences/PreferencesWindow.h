@@ -36,6 +36,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void resizeToContent();
+
     QWidget *m_content;
     QScrollArea *m_scroller;
 };

@@ -2,6 +2,7 @@
 
 #include "Preferences/AccessibleGroup.h"
 #include "Preferences/Colours.h"
+#include "Preferences/TabStop.h"
 
 #include <QButtonGroup>
 #include <QHBoxLayout>
@@ -96,8 +97,7 @@ private:
 SegmentedControl::SegmentedControl(const QString &accessibleName, const QStringList &labels)
     : m_segments(new QButtonGroup(this))
 {
-    setAccessibleName(accessibleName);
-    makeAccessibleGroup(*this);
+    makeAccessibleGroup(*this, accessibleName);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -108,6 +108,7 @@ SegmentedControl::SegmentedControl(const QString &accessibleName, const QStringL
         row->addWidget(segment);
         connect(segment, &Segment::toggled, this, qOverload<>(&QWidget::update));
     }
+    letTabReachTheChosen(*m_segments);
     connect(m_segments, &QButtonGroup::idClicked, this, &SegmentedControl::chosen);
 }
 
