@@ -109,7 +109,23 @@ SegmentedControl::SegmentedControl(const QString &accessibleName, const QStringL
         connect(segment, &Segment::toggled, this, qOverload<>(&QWidget::update));
     }
     letTabReachTheChosen(*m_segments);
-    connect(m_segments, &QButtonGroup::idClicked, this, &SegmentedControl::chosen);
+    connectSegments();
+}
+
+// A press may choose the segment that is selected already; a screen reader selects without a press.
+void SegmentedControl::connectSegments()
+{
+    connect(m_segments, &QButtonGroup::idPressed, this, [this] { m_isTold = false; });
+    connect(m_segments, &QButtonGroup::idToggled, this, [this](int segment, bool isSelected) {
+        if (!isSelected || m_isSelecting)
+            return;
+        m_isTold = true;
+        Q_EMIT chosen(segment);
+    });
+    connect(m_segments, &QButtonGroup::idClicked, this, [this](int segment) {
+        if (!m_isTold)
+            Q_EMIT chosen(segment);
+    });
 }
 
 int SegmentedControl::selected() const
@@ -119,7 +135,9 @@ int SegmentedControl::selected() const
 
 void SegmentedControl::select(int segment)
 {
+    m_isSelecting = true;
     m_segments->button(segment)->setChecked(true);
+    m_isSelecting = false;
 }
 
 QAbstractButton *SegmentedControl::segment(int index) const

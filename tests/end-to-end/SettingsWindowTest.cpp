@@ -88,13 +88,13 @@ TEST_F(SettingsReadAloud, EveryControlHasItsNameAndRole)
           u"radio button: Wall"_s,
           u"radio button: Kiosk"_s,
           u"panel: Screens"_s,
-          u"push button menu: screen: All products (cycle)"_s,
+          u"button menu: screen: All products (cycle)"_s,
           u"push button: Randomize the running order"_s,
           u"panel: Playback"_s,
           u"check box: Play products in random order"_s,
           u"text: Loops per clip"_s,
-          u"spin button: Loops per clip"_s,
-          u"combo box: Transition between clips"_s,
+          u"spin box: Loops per clip"_s,
+          u"combo box: Blink"_s,
           u"panel: Desktop picture"_s,
           u"check box: Set the desktop picture to the latest still"_s,
           u"push button: Update now"_s,
@@ -103,11 +103,11 @@ TEST_F(SettingsReadAloud, EveryControlHasItsNameAndRole)
           u"check box: Show corvella.example on screen"_s,
           u"panel: Starting"_s,
           u"text: Start after minutes without input"_s,
-          u"spin button: Start after minutes without input"_s,
+          u"spin box: Start after minutes without input"_s,
           u"check box: Lock the Mac when dismissed"_s,
           u"panel: Imagery"_s,
           u"radio button: Keep imagery updated"_s,
-          u"combo box: How often imagery is updated"_s,
+          u"combo box: once a day"_s,
           u"radio button: Offline: never use the network"_s,
           u"push button: Download all imagery now"_s,
           u"push button: Turn Off and Quit"_s,
@@ -122,6 +122,10 @@ TEST_F(SettingsReadAloud, WhatAReaderPressesActsAtOnce)
 {
     m_reader.press(*thing(u"Play products in random order"_s, u"check box"_s));
     EXPECT_TRUE(becomes([this] { return stored(u"shuffle"_s) == true; }));
+    m_reader.press(*thing(u"Keep imagery updated"_s, u"radio button"_s));
+    EXPECT_TRUE(becomes([this] { return stored(u"offline"_s) == false; }));
+    m_reader.press(*thing(u"Offline: never use the network"_s, u"radio button"_s));
+    EXPECT_TRUE(becomes([this] { return stored(u"offline"_s) == true; }));
     m_reader.press(*thing(u"Wall"_s, u"radio button"_s));
     EXPECT_TRUE(becomes([this] { return stored(u"mode"_s) == u"wall"_s; }));
     EXPECT_TRUE(becomes([this] { return m_reader.find(u"Start Wall"_s).has_value(); }));
