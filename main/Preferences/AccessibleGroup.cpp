@@ -20,11 +20,12 @@ QAccessibleInterface *groupFor(const QString & /*className*/, QObject *object)
 
 } // namespace
 
-void makeAccessibleGroup(QWidget &widget)
+void makeAccessibleGroup(QWidget &widget, const QString &name)
 {
     // Installing it again changes nothing.
     QAccessible::installFactory(groupFor);
     widget.setProperty(kIsGroup, true);
+    widget.setAccessibleName(name); // the last: what is told of it may be settled by that
 }
 
 } // namespace corvella

@@ -1,11 +1,11 @@
 // Tells screen readers that a widget is a group of controls. Main thread only.
 #pragma once
 
+class QString;
 class QWidget;
 
 namespace corvella {
 
-// Give the widget an accessible name, too.
-void makeAccessibleGroup(QWidget &widget);
+void makeAccessibleGroup(QWidget &widget, const QString &name);
 
 } // namespace corvella

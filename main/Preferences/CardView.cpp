@@ -5,6 +5,7 @@
 
 #include <QLabel>
 #include <QPainter>
+#include <QPainterPath>
 #include <QVBoxLayout>
 
 namespace corvella {
@@ -29,8 +30,7 @@ QLabel *titleLabel(const QString &title)
 
 CardView::CardView(const QString &title, const QWidgetList &widgets)
 {
-    setAccessibleName(title);
-    makeAccessibleGroup(*this);
+    makeAccessibleGroup(*this, title);
     auto *stack = new QVBoxLayout(this);
     stack->setContentsMargins(kInsets);
     stack->setSpacing(kSpacing);
@@ -41,13 +41,18 @@ CardView::CardView(const QString &title, const QWidgetList &widgets)
 
 void CardView::paintEvent(QPaintEvent * /*event*/)
 {
+    // The border as an area of its own: a pen along the edge would leave a trace in the pixels
+    // beside it.
+    const QRectF edge(rect());
+    QPainterPath card;
+    card.addRoundedRect(edge, kCornerRadius, kCornerRadius);
+    QPainterPath border = card;
+    border.addRoundedRect(edge.adjusted(kBorder, kBorder, -kBorder, -kBorder),
+                          kCornerRadius - kBorder, kCornerRadius - kBorder);
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setBrush(palette().base());
-    painter.setPen(QPen(separatorColour(palette()), kBorder));
-    constexpr double kHalf = kBorder / 2; // the pen's middle runs half its width inside the edge
-    painter.drawRoundedRect(QRectF(rect()).adjusted(kHalf, kHalf, -kHalf, -kHalf),
-                            kCornerRadius - kHalf, kCornerRadius - kHalf);
+    painter.fillPath(card, palette().base());
+    painter.fillPath(border, separatorColour(palette()));
 }
 
 } // namespace corvella

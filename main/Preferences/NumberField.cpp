@@ -16,6 +16,7 @@ constexpr int kMostDigits = 10; // as many as an int has
 
 NumberField::NumberField(const QString &text)
     : QLineEdit(text)
+    , m_known(text)
 {
     setAlignment(Qt::AlignRight);
     setMaxLength(kMostDigits);
@@ -35,11 +36,17 @@ QSize NumberField::sizeHint() const
     return size;
 }
 
+void NumberField::show(const QString &number)
+{
+    m_known = number;
+    setText(number);
+}
+
 void NumberField::finish()
 {
-    if (!isModified())
+    if (text() == m_known)
         return;
-    setModified(false);
+    m_known = text();
     Q_EMIT typed();
 }
 
@@ -48,7 +55,7 @@ void NumberField::keyPressEvent(QKeyEvent *event)
     // Return takes the number; passed on, it would press the window's default button as well.
     if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter)
         return QLineEdit::keyPressEvent(event);
-    setModified(false);
+    m_known = text();
     Q_EMIT typed();
     selectAll();
 }

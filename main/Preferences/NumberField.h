@@ -15,6 +15,9 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
+    // Tells nobody.
+    void show(const QString &number);
+    using QWidget::show;
     // Tells of what was typed and not told yet, if anything was.
     void finish();
 
@@ -25,6 +28,9 @@ Q_SIGNALS:
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
+
+private:
+    QString m_known; // shown or told; screen readers type without marking the text as modified
 };
 
 } // namespace corvella

@@ -21,6 +21,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
+#include <QSignalBlocker>
 
 #include <algorithm>
 
@@ -90,6 +91,12 @@ void Preferences::close()
     m_updating = false;
 }
 
+void Preferences::setTicked(QAbstractButton &button, bool isTicked)
+{
+    const QSignalBlocker quiet(button);
+    button.setChecked(isTicked);
+}
+
 bool Preferences::isVisible() const
 {
     return m_window && m_window->isVisible();
@@ -101,21 +108,23 @@ void Preferences::load()
         std::find(kModeSegments.begin(), kModeSegments.end(), Settings::mode());
     m_mode->select(static_cast<int>(segment - kModeSegments.begin()));
     const auto idleMinutes = static_cast<int>(Settings::idleMinutes());
-    m_idleField->setText(QString::number(idleMinutes));
-    m_idleStepper->setValue(idleMinutes);
-    m_lockBox->setChecked(Settings::lockOnDismiss());
-    m_loginBox->setChecked(Settings::openAtLogin());
+    m_idleField->show(QString::number(idleMinutes));
+    m_idleStepper->show(idleMinutes);
+    setTicked(*m_lockBox, Settings::lockOnDismiss());
+    setTicked(*m_loginBox, Settings::openAtLogin());
     m_attributionBox->setText(
         doubledAmpersands(QStringLiteral("Show %1 on screen").arg(Settings::storeHost())));
-    m_attributionBox->setChecked(Settings::attribution());
+    setTicked(*m_attributionBox, Settings::attribution());
+    // One of the two unticks the other, and it is this one that tells.
+    const QSignalBlocker quiet(m_offlineRadio);
     (Settings::offline() ? m_offlineRadio : m_onlineRadio)->setChecked(true);
     m_refreshPopup->setCurrentIndex(Settings::refreshMinutes() == kTwiceADay ? kTwiceADayItem
                                                                              : kOnceADayItem);
-    m_shuffleBox->setChecked(Settings::shuffle());
+    setTicked(*m_shuffleBox, Settings::shuffle());
     m_transitionPopup->setCurrentIndex(
         m_transitionPopup->findData(rawValue(Settings::transition())));
-    m_loopsField->setText(QString::number(Settings::loops()));
-    m_loopsStepper->setValue(Settings::loops());
+    m_loopsField->show(QString::number(Settings::loops()));
+    m_loopsStepper->show(Settings::loops());
     m_versionLabel->setText(Build::text());
     rebuildScreens();
     showModeRules();
@@ -137,7 +146,7 @@ void Preferences::showModeRules()
     for (QWidget *control : std::initializer_list<QWidget *>{m_shuffleBox, m_loopsField,
                                                              m_loopsStepper, m_transitionPopup})
         control->setEnabled(rules.playback);
-    m_desktopBox->setChecked(rules.desktopAlways || Settings::desktop());
+    setTicked(*m_desktopBox, rules.desktopAlways || Settings::desktop());
     m_desktopNow->setEnabled(rules.desktopNow && !m_updating);
 }
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 
+class QAbstractButton;
 class QButtonGroup;
 class QCheckBox;
 class QComboBox;
@@ -73,6 +74,8 @@ private:
     // Shows what the settings say.
     void load();
     void showModeRules();
+    // Acts on nothing, as if it had always been so.
+    static void setTicked(QAbstractButton &button, bool isTicked);
     void rebuildScreens();
     // Shows what is on disk, soon; `refused` is when a check that was refused is allowed again.
     void refreshCacheStatus(const std::optional<QDateTime> &refused = std::nullopt);

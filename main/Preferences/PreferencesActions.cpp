@@ -87,7 +87,7 @@ void Preferences::undoKioskPreset()
 
 void Preferences::idleStepped(int minutes)
 {
-    m_idleField->setText(QString::number(minutes));
+    m_idleField->show(QString::number(minutes));
     save();
     showModeRules(); // the note beside it speaks of the minutes
 }
@@ -95,23 +95,23 @@ void Preferences::idleStepped(int minutes)
 void Preferences::idleTyped()
 {
     const double minutes = idleMinutesFrom(m_idleField->text());
-    m_idleField->setText(QString::number(minutes, 'g', 10));
-    m_idleStepper->setValue(static_cast<int>(std::min(minutes, double(m_idleStepper->maximum()))));
+    m_idleField->show(QString::number(minutes, 'g', 10));
+    m_idleStepper->show(static_cast<int>(std::min(minutes, double(m_idleStepper->maximum()))));
     save();
     showModeRules();
 }
 
 void Preferences::loopsStepped(int loops)
 {
-    m_loopsField->setText(QString::number(loops));
+    m_loopsField->show(QString::number(loops));
     save();
 }
 
 void Preferences::loopsTyped()
 {
     const int loops = loopsFrom(m_loopsField->text());
-    m_loopsField->setText(QString::number(loops));
-    m_loopsStepper->setValue(loops);
+    m_loopsField->show(QString::number(loops));
+    m_loopsStepper->show(loops);
     save();
 }
 
@@ -124,7 +124,7 @@ void Preferences::finishTyping()
 void Preferences::loginToggled()
 {
     Settings::setOpenAtLogin(m_loginBox->isChecked());
-    m_loginBox->setChecked(Settings::openAtLogin()); // the system may have refused
+    setTicked(*m_loginBox, Settings::openAtLogin()); // the system may have refused
 }
 
 void Preferences::networkChanged()
@@ -266,7 +266,7 @@ void Preferences::deactivate()
     const TurnOffFacts facts{Settings::desktopActive() && Settings::previousDesktop(),
                              Settings::openAtLogin(), bundledSaver().has_value()};
     auto *const alert = new QMessageBox(m_window.get());
-    alert->setAttribute(Qt::WA_DeleteOnClose);
+    connect(alert, &QMessageBox::finished, alert, &QObject::deleteLater);
     alert->setText(QStringLiteral("Turn Corvella off and quit?"));
     alert->setInformativeText(turnOffText(facts));
     QPushButton *const confirm =

@@ -12,6 +12,7 @@
 #include "Preferences/ScreensGrid.h"
 #include "Preferences/SegmentedControl.h"
 #include "Preferences/Stepper.h"
+#include "Preferences/TabStop.h"
 #include "settings/Mode.h"
 #include "settings/Transition.h"
 
@@ -85,10 +86,11 @@ QWidget *column(int width, const QWidgetList &cards)
 }
 
 // A control's words beside it.
-QLabel *caption(const QString &text)
+QLabel *caption(const QString &text, QWidget *control)
 {
     auto *label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
+    label->setBuddy(control); // for screen readers
     return label;
 }
 
@@ -132,7 +134,7 @@ void Preferences::createControls()
     m_loopsStepper = new Stepper(1, kMostLoopsStep);
     m_loopsStepper->setAccessibleName(QStringLiteral("Loops per clip"));
     m_transitionPopup = new QComboBox;
-    m_transitionPopup->setAccessibleName(QStringLiteral("Transition between clips"));
+    m_transitionPopup->setAccessibleDescription(QStringLiteral("Transition between clips"));
     for (const Transition transition : kAllTransitions)
         m_transitionPopup->addItem(label(transition), rawValue(transition));
     m_desktopBox = new QCheckBox(QStringLiteral("Set the desktop picture to the latest still"));
@@ -156,7 +158,7 @@ void Preferences::createControls()
     m_onlineRadio = new QRadioButton(QStringLiteral("Keep imagery updated"));
     m_offlineRadio = new QRadioButton(QStringLiteral("Offline: never use the network"));
     m_refreshPopup = new QComboBox;
-    m_refreshPopup->setAccessibleName(QStringLiteral("How often imagery is updated"));
+    m_refreshPopup->setAccessibleDescription(QStringLiteral("How often imagery is updated"));
     m_refreshPopup->addItem(QStringLiteral("once a day"), kOnceADay);
     m_refreshPopup->addItem(QStringLiteral("twice a day"), kTwiceADay);
     m_primeButton = new PushButton(QStringLiteral("Download all imagery now"));
@@ -179,6 +181,7 @@ void Preferences::createControls()
 
     m_network->addButton(m_onlineRadio);
     m_network->addButton(m_offlineRadio);
+    letTabReachTheChosen(*m_network);
     name({{m_mode, "mode"},
           {m_modeHelp, "modeHelp"},
           {m_screensGrid, "screensGrid"},
@@ -237,11 +240,13 @@ QWidget *Preferences::modeCard()
 QWidget *Preferences::leftColumn()
 {
     auto *screens = new CardView(QStringLiteral("Screens"), {m_screensGrid, m_screensHint});
-    auto *playback = new CardView(
-        QStringLiteral("Playback"),
-        {m_shuffleBox,
-         row({caption(QStringLiteral("Loops per clip")), m_loopsField, m_loopsStepper}),
-         row({caption(QStringLiteral("Transition between clips")), m_transitionPopup})});
+    auto *playback =
+        new CardView(QStringLiteral("Playback"),
+                     {m_shuffleBox,
+                      row({caption(QStringLiteral("Loops per clip"), m_loopsField), m_loopsField,
+                           m_loopsStepper}),
+                      row({caption(QStringLiteral("Transition between clips"), m_transitionPopup),
+                           m_transitionPopup})});
     auto *desktop = new CardView(QStringLiteral("Desktop picture"),
                                  {row({m_desktopBox, m_desktopNow}), m_desktopNote});
     return column(kLeftColumn, {screens, playback, desktop});
@@ -249,8 +254,8 @@ QWidget *Preferences::leftColumn()
 
 QWidget *Preferences::rightColumn()
 {
-    m_idleRow = row({caption(QStringLiteral("Start after")), m_idleField, m_idleStepper,
-                     caption(QStringLiteral("minutes without input"))});
+    m_idleRow = row({caption(QStringLiteral("Start after"), m_idleField), m_idleField,
+                     m_idleStepper, caption(QStringLiteral("minutes without input"), nullptr)});
     QWidgetList cards{
         new CardView(QStringLiteral("General"), {m_loginBox, m_attributionBox, m_presetNote}),
         new CardView(QStringLiteral("Starting"), {m_idleRow, m_lockBox, m_lockNote, m_armNote}),
@@ -278,21 +283,22 @@ QWidget *Preferences::bottomBar()
     return bar;
 }
 
+// Boxes and steppers tell by what they show, not by clicks: screen readers change them without one.
 void Preferences::connectControls()
 {
     connect(m_mode, &SegmentedControl::chosen, this, &Preferences::modeChanged);
     connect(m_screensGrid, &ScreensGrid::chosen, this, &Preferences::save);
-    connect(m_idleStepper, &Stepper::stepped, this, &Preferences::idleStepped);
+    connect(m_idleStepper, &QSpinBox::valueChanged, this, &Preferences::idleStepped);
     connect(m_idleField, &NumberField::typed, this, &Preferences::idleTyped);
-    connect(m_loopsStepper, &Stepper::stepped, this, &Preferences::loopsStepped);
+    connect(m_loopsStepper, &QSpinBox::valueChanged, this, &Preferences::loopsStepped);
     connect(m_loopsField, &NumberField::typed, this, &Preferences::loopsTyped);
     for (const QCheckBox *box : {m_shuffleBox, m_attributionBox, m_lockBox})
-        connect(box, &QCheckBox::clicked, this, &Preferences::save);
+        connect(box, &QCheckBox::toggled, this, &Preferences::save);
     for (const QComboBox *popup : {m_transitionPopup, m_refreshPopup})
         connect(popup, &QComboBox::activated, this, &Preferences::save);
-    connect(m_loginBox, &QCheckBox::clicked, this, &Preferences::loginToggled);
-    connect(m_desktopBox, &QCheckBox::clicked, this, &Preferences::desktopToggled);
-    connect(m_network, &QButtonGroup::buttonClicked, this, &Preferences::networkChanged);
+    connect(m_loginBox, &QCheckBox::toggled, this, &Preferences::loginToggled);
+    connect(m_desktopBox, &QCheckBox::toggled, this, &Preferences::desktopToggled);
+    connect(m_offlineRadio, &QRadioButton::toggled, this, &Preferences::networkChanged);
     const std::initializer_list<std::pair<QPushButton *, void (Preferences::*)()>> actions{
         {m_desktopNow, &Preferences::desktopUpdateNow},
         {m_primeButton, &Preferences::prime},

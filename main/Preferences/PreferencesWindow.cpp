@@ -53,6 +53,18 @@ void PreferencesWindow::setMenu(std::unique_ptr<QMenuBar> menu)
 
 void PreferencesWindow::fit()
 {
+    // From the inside out, because what has changed inside a card is known outside of it only when
+    // the card's own layout is up to date, which nobody sees to before a window is shown.
+    const QWidgetList inside = m_content->findChildren<QWidget *>();
+    for (auto widget = inside.crbegin(); widget != inside.crend(); ++widget) {
+        if (QLayout *const layout = (*widget)->layout())
+            layout->activate();
+    }
+    resizeToContent();
+}
+
+void PreferencesWindow::resizeToContent()
+{
     m_content->layout()->activate();
     QSize size = m_content->sizeHint();
     const QSize room = screen()->availableSize() - kFrame;
@@ -100,7 +112,7 @@ bool PreferencesWindow::event(QEvent *event)
 bool PreferencesWindow::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == m_content && event->type() == QEvent::LayoutRequest)
-        fit();
+        resizeToContent();
     return QDialog::eventFilter(watched, event);
 }
 

@@ -42,6 +42,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void resizeToContent();
+
     QWidget *m_content;
     QScrollArea *m_scroller;
     QMenuBar *m_menu = nullptr;

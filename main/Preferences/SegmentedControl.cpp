@@ -2,6 +2,7 @@
 
 #include "Preferences/AccessibleGroup.h"
 #include "Preferences/Colours.h"
+#include "Preferences/TabStop.h"
 
 #include <QButtonGroup>
 #include <QHBoxLayout>
@@ -96,8 +97,7 @@ private:
 SegmentedControl::SegmentedControl(const QString &accessibleName, const QStringList &labels)
     : m_segments(new QButtonGroup(this))
 {
-    setAccessibleName(accessibleName);
-    makeAccessibleGroup(*this);
+    makeAccessibleGroup(*this, accessibleName);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -108,7 +108,24 @@ SegmentedControl::SegmentedControl(const QString &accessibleName, const QStringL
         row->addWidget(segment);
         connect(segment, &Segment::toggled, this, qOverload<>(&QWidget::update));
     }
-    connect(m_segments, &QButtonGroup::idClicked, this, &SegmentedControl::chosen);
+    letTabReachTheChosen(*m_segments);
+    connectSegments();
+}
+
+// A press may choose the segment that is selected already; a screen reader selects without a press.
+void SegmentedControl::connectSegments()
+{
+    connect(m_segments, &QButtonGroup::idPressed, this, [this] { m_isTold = false; });
+    connect(m_segments, &QButtonGroup::idToggled, this, [this](int segment, bool isSelected) {
+        if (!isSelected || m_isSelecting)
+            return;
+        m_isTold = true;
+        Q_EMIT chosen(segment);
+    });
+    connect(m_segments, &QButtonGroup::idClicked, this, [this](int segment) {
+        if (!m_isTold)
+            Q_EMIT chosen(segment);
+    });
 }
 
 int SegmentedControl::selected() const
@@ -118,7 +135,9 @@ int SegmentedControl::selected() const
 
 void SegmentedControl::select(int segment)
 {
+    m_isSelecting = true;
     m_segments->button(segment)->setChecked(true);
+    m_isSelecting = false;
 }
 
 QAbstractButton *SegmentedControl::segment(int index) const

@@ -30,7 +30,11 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    void connectSegments();
+
     QButtonGroup *m_segments;
+    bool m_isSelecting = false; // the program is
+    bool m_isTold = false;      // that the segment which is being pressed was chosen
 };
 
 } // namespace corvella

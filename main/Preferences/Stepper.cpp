@@ -3,6 +3,7 @@
 #include "Preferences/Colours.h"
 
 #include <QLineEdit>
+#include <QSignalBlocker>
 #include <QStyle>
 #include <QStyleOptionSpinBox>
 #include <QStylePainter>
@@ -72,12 +73,10 @@ void Stepper::paintEvent(QPaintEvent * /*event*/)
     painter.drawLine(4, height() / 2, width() - 5, height() / 2);
 }
 
-void Stepper::stepBy(int steps)
+void Stepper::show(int value)
 {
-    const int before = value();
-    QSpinBox::stepBy(steps);
-    if (value() != before)
-        Q_EMIT stepped(value());
+    const QSignalBlocker quiet(this);
+    setValue(value);
 }
 
 } // namespace corvella

@@ -15,12 +15,11 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
-Q_SIGNALS:
-    // By the user, not by setValue().
-    void stepped(int value);
+    // Tells nobody, unlike setValue().
+    void show(int value);
+    using QWidget::show;
 
 protected:
-    void stepBy(int steps) override;
     void paintEvent(QPaintEvent *event) override;
 };
 

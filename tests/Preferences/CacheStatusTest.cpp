@@ -31,7 +31,7 @@ TEST(CacheStatusTest, SaysWhatIsThereAndHowCurrentItIs)
               u"3 products on disk. Offline: not updating."_s);
     // As captions on walls read dates.
     EXPECT_EQ(cacheStatusText(three(), false, {}, kAmerican),
-              u"3 products, current to Sep 24, 2026, 8:42 PM"_s);
+              u"3 products, current to Sep 24, 08:42 PM"_s);
 }
 
 TEST(CacheStatusTest, SaysWhenARefusedCheckMayComeAgain)

@@ -7,8 +7,11 @@
 #include "support/TestAuthority.h"
 #include "support/TestImageryHost.h"
 
-#include <QAbstractEventDispatcher>
+#include <QEventLoop>
 #include <QLocale>
+
+#include <atomic>
+#include <thread>
 
 namespace corvella {
 namespace {
@@ -21,31 +24,54 @@ using testing::StartsWith;
 constexpr auto kSlow = "limit_rate 300k;"; // a clip takes a tenth of a second
 constexpr qsizetype kClipBytes = 30'000;
 
-// The longest time that the main thread was busy without looking at its events.
+// How long the main thread let something wait that came for it, at the worst, while this lives.
 class LongestStall
 {
 public:
-    LongestStall()
+    ~LongestStall()
     {
-        const auto *const dispatcher = QAbstractEventDispatcher::instance();
-        QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, &m_context,
-                         [this] { m_since.emplace(); });
-        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &m_context, [this] {
-            if (m_since)
-                m_longest = std::max(m_longest, m_since->elapsed());
-            m_since.reset();
-        });
+        m_isOver = true;
+        m_knocker.join();
     }
     [[nodiscard]] double milliseconds() const
     {
-        return std::chrono::duration<double, std::milli>(m_longest).count();
+        return std::chrono::duration<double, std::milli>(m_longest.load()).count();
     }
 
 private:
-    QObject m_context;
-    std::optional<test::Stopwatch> m_since;
-    std::chrono::nanoseconds m_longest{0};
+    void knock()
+    {
+        while (!m_isOver) {
+            m_isAnswered = false;
+            const test::Stopwatch waiting;
+            QMetaObject::invokeMethod(
+                &m_door, [this] { m_isAnswered = true; }, Qt::QueuedConnection);
+            while (!m_isAnswered && !m_isOver)
+                std::this_thread::sleep_for(std::chrono::microseconds(100));
+            m_longest = std::max(m_longest.load(), waiting.elapsed());
+        }
+    }
+
+    QObject m_door;
+    std::atomic_bool m_isAnswered = false;
+    std::atomic_bool m_isOver = false;
+    std::atomic<std::chrono::nanoseconds> m_longest{};
+    std::thread m_knocker{&LongestStall::knock, this};
 };
+
+// Unlike becomes(), leaves no gap between two turns of the event loop.
+void turnEventsUntil(const std::function<bool()> &condition)
+{
+    QEventLoop loop;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &loop, [&] {
+        if (condition())
+            loop.quit();
+    });
+    look.start(5);
+    QTimer::singleShot(test::kGenerous, &loop, &QEventLoop::quit);
+    loop.exec();
+}
 
 class ImageryActionsTest : public test::PreferencesFixture
 {
@@ -78,7 +104,7 @@ protected:
         m_watch.start(1);
     }
 
-    static QString current() { return u"12 products, current to Sep 24, 2026, 8:42 PM"_s; }
+    static QString current() { return u"12 products, current to Sep 24, 08:42 PM"_s; }
 
     test::TestAuthority m_authority;
     std::optional<test::TestImageryHost> m_host;
@@ -91,7 +117,7 @@ TEST_F(ImageryActionsTest, SaysWhatIsOnDisk)
 {
     m_home.stock({u"171"_s, u"304"_s});
     open();
-    EXPECT_TRUE(statusBecomes(u"2 products, current to Nov 14, 2026, 6:00 PM"_s));
+    EXPECT_TRUE(statusBecomes(u"2 products, current to Nov 14, 06:00 PM"_s));
     click("offlineRadio");
     EXPECT_TRUE(statusBecomes(u"2 products on disk. Offline: not updating."_s));
     m_home.clear();
@@ -144,7 +170,7 @@ TEST_F(ImageryActionsTest, ACheckSoonAfterAnotherIsRefusedWithTheTimeOfTheNext)
     open();
     click("primeButton");
     const QString next = QLocale().toString(last.addSecs(3600).time(), QLocale::ShortFormat);
-    EXPECT_TRUE(statusBecomes(u"The built-in clip only, current to Nov 14, 2026, 6:00 PM. Checked "
+    EXPECT_TRUE(statusBecomes(u"The built-in clip only, current to Nov 14, 06:00 PM. Checked "
                               "within the hour; the next check can run at %1."_s.arg(next)));
     EXPECT_TRUE(isEnabled("primeButton"));
 }
@@ -153,14 +179,15 @@ TEST_F(ImageryActionsTest, TheWindowAnswersWhileEverythingDownloads)
 {
     serve({}, 1'000'000);
     open();
-    EXPECT_TRUE(statusBecomes(u"The built-in clip only, current to Nov 14, 2026, 6:00 PM"_s));
+    EXPECT_TRUE(statusBecomes(u"The built-in clip only, current to Nov 14, 06:00 PM"_s));
     // Other programs share the processor: what one of three downloads shows is ours.
     double shortest = 1000;
     for (int i = 0; i < 3 && shortest >= 16; ++i) {
         Settings::setLastManual(Settings::distantPast());
         const LongestStall stall;
         QTest::mouseClick(&control("primeButton"), Qt::LeftButton);
-        EXPECT_TRUE(test::becomes([] { return isEnabled("primeButton"); }));
+        turnEventsUntil([] { return isEnabled("primeButton"); });
+        EXPECT_TRUE(isEnabled("primeButton"));
         shortest = std::min(shortest, stall.milliseconds());
     }
     EXPECT_EQ(Cache::count(), 12);
@@ -203,7 +230,7 @@ TEST_F(ImageryActionsTest, UpdatingNowAsksTheHostAndSetsThePictures)
     EXPECT_TRUE(test::becomes([] { return isEnabled("desktopNow"); }));
     EXPECT_TRUE(isEnabled("startButton"));
     EXPECT_FALSE(control("busy").isVisible());
-    EXPECT_TRUE(statusBecomes(u"The built-in clip only, current to Sep 24, 2026, 8:42 PM"_s));
+    EXPECT_TRUE(statusBecomes(u"The built-in clip only, current to Sep 24, 08:42 PM"_s));
     EXPECT_TRUE(m_desktop->finish(test::kGenerous));
     EXPECT_THAT(m_desktopCalls, Contains(u"show"_s));
 }

@@ -49,7 +49,7 @@ protected:
     {
         m_app.reset();
         Preferences::shared().setWallControls(nullptr);
-        Preferences::shared().hide();
+        Preferences::shared().close();
         m_log.reset();
     }
 

@@ -18,7 +18,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-constexpr int kDeepest = 8;
+constexpr int kDeepest = 12;
 const QString kAccessible = u"org.a11y.atspi.Accessible"_s;
 const QString kProperties = u"org.freedesktop.DBus.Properties"_s;
 const QString kBusService = u"org.a11y.Bus"_s;

@@ -1,0 +1,73 @@
+#include "shell/Appearance.h"
+#include "settings/Settings.h"
+#include "shell/AppFixture.h"
+#include "support/QtPrinting.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QStyle>
+#include <QStyleOption>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+class AppearanceTest : public test::AppFixture
+{
+protected:
+    void TearDown() override
+    {
+        AppFixture::TearDown();
+        setAppearance(Appearance::light);
+    }
+
+    static Appearance seen() { return appearanceOf(QApplication::palette()); }
+};
+
+TEST_F(AppearanceTest, TheDesktopChoosesUnlessTheUserDoes)
+{
+    for (const QString &none : {u""_s, u"Dark"_s, u"black"_s})
+        EXPECT_EQ(appearanceFromText(none), std::nullopt);
+    const QPalette before = QApplication::palette();
+    Settings::d().setString(u"appearance"_s, u"nonsense"_s);
+    launch();
+    EXPECT_EQ(QApplication::palette(), before);
+}
+
+TEST_F(AppearanceTest, IsDarkOrLightAsStored)
+{
+    Settings::d().setString(u"appearance"_s, u"dark"_s);
+    launch();
+    EXPECT_EQ(seen(), Appearance::dark);
+    setAppearance(Appearance::light);
+    EXPECT_EQ(seen(), Appearance::light);
+}
+
+TEST_F(AppearanceTest, ADesktopThatLooksSoAlreadyIsLeftAlone)
+{
+    const QStyle *const style = QApplication::style();
+    const QPalette palette = QApplication::palette();
+    setAppearance(Appearance::light);
+    EXPECT_EQ(QApplication::style(), style);
+    EXPECT_EQ(QApplication::palette(), palette);
+}
+
+TEST_F(AppearanceTest, ControlsHaveOutlinesThatAreSeenInTheDark)
+{
+    setAppearance(Appearance::dark);
+    // Of an empty check box the outline is all there is.
+    QStyleOptionButton box;
+    box.rect = QRect(0, 0, 13, 13);
+    box.palette = QApplication::palette();
+    box.state = QStyle::State_Enabled | QStyle::State_Off;
+    QImage image(13, 13, QImage::Format_RGB32);
+    image.fill(box.palette.color(QPalette::Base));
+    QPainter painter(&image);
+    QApplication::style()->drawPrimitive(QStyle::PE_IndicatorCheckBox, &box, &painter);
+    EXPECT_GT(image.pixelColor(0, 6).lightness(),
+              box.palette.color(QPalette::Base).lightness() + 50);
+}
+
+} // namespace
+} // namespace corvella
