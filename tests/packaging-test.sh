@@ -21,6 +21,7 @@ offers() {
         echo "${COMPREPLY[*]}"' _ "$@"
 }
 [ "$(offers corvella --s)" = "--start --seconds --selftest" ] || fail "completion of an option"
+[ "$(offers corvella --action up)" = "update-desktop" ] || fail "completion of an action"
 [ "$(offers corvella-defaults write tr)" = "transition" ] || fail "completion of a setting"
 [ "$(offers corvella-defaults write mode k)" = "kiosk" ] || fail "completion of a mode"
 [ "$(offers corvella-defaults write products -array 17)" = "171 1700" ] || fail "completion of a product"

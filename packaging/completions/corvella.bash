@@ -1,7 +1,9 @@
 # Completion for corvella, corvella-defaults and corvella-sun.
 
 _corvella() {
-    mapfile -t COMPREPLY < <(compgen -W "--start --seconds --refresh --prime --selftest" -- "$2")
+    local words="--start --seconds --action --refresh --prime --selftest"
+    [ "${COMP_WORDS[COMP_CWORD - 1]}" != --action ] || words="start settings update-desktop quit"
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
 }
 
 _corvella_defaults() {
