@@ -17,7 +17,7 @@ namespace {
 constexpr int kIcon = 96; // points
 constexpr int kMargin = 28;
 constexpr int kGap = 10;
-constexpr int kLine = 420;
+constexpr int kLine = 600;
 
 QLabel *iconLabel(double scale)
 {
@@ -70,9 +70,10 @@ AboutPanel::AboutPanel()
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(iconLabel(devicePixelRatioF()));
     layout->addWidget(nameLabel());
-    layout->addWidget(note(Build::text(), Tone::tertiary));
+    layout->addWidget(note(Build::text(), Tone::tertiary), 0, Qt::AlignHCenter);
     layout->addSpacing(kGap);
-    layout->addWidget(note(aboutCredits(Hosts::maker(), Settings::storeHost()), Tone::secondary));
+    layout->addWidget(note(aboutCredits(Hosts::maker(), Settings::storeHost()), Tone::secondary), 0,
+                      Qt::AlignHCenter);
 }
 
 } // namespace corvella
