@@ -9,6 +9,7 @@
 #include "platform/session/DisplayServer.h"
 #include "platform/session/DisplaySleep.h"
 #include "platform/session/IdleClock.h"
+#include "platform/session/LostDisplay.h"
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/session/SingleInstance.h"
@@ -120,6 +121,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     delegate.applicationDidFinishLaunching(commandLine);
     if (!commandLine.action.isEmpty())
         delegate.perform(commandLine.action);
+    const LostDisplay lostDisplay;
     return QApplication::exec();
 }
 

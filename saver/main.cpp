@@ -8,6 +8,7 @@
 #include "platform/layers/LayerWindow.h"
 #include "platform/layers/RendererKind.h"
 #include "platform/session/HostWindow.h"
+#include "platform/session/LostDisplay.h"
 #include "platform/session/Screens.h"
 #include "platform/session/TerminationSignals.h"
 #include "platform/storage/FileLock.h"
@@ -129,5 +130,6 @@ int main(int argc, char **argv)
         window.resize(kOwnWindow);
         window.show();
     }
+    const LostDisplay lostDisplay;
     return QGuiApplication::exec();
 }

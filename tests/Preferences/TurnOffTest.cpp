@@ -53,7 +53,9 @@ TEST_F(TurnOffTest, AsksFirstAndTheFirstButtonIsTheDefault)
     open();
     const QMessageBox &box = alert();
     EXPECT_EQ(box.text(), u"Turn Corvella off and quit?"_s);
-    EXPECT_EQ(box.informativeText(), u"Your settings and downloaded imagery are kept."_s);
+    EXPECT_EQ(box.informativeText(),
+              u"Your settings and downloaded imagery are kept. A screen saver added to System "
+              "Settings stays there; remove it in System Settings."_s);
     EXPECT_EQ(box.defaultButton()->text(), u"Turn Off and Quit"_s);
     EXPECT_EQ(box.escapeButton()->text(), u"Cancel"_s);
 }
@@ -69,7 +71,8 @@ TEST_F(TurnOffTest, CancellingChangesNothing)
     QMessageBox &box = alert();
     EXPECT_EQ(box.informativeText(),
               u"Your previous desktop picture comes back. It stops opening at login. Your settings "
-              "and downloaded imagery are kept."_s);
+              "and downloaded imagery are kept. A screen saver added to System Settings stays "
+              "there; remove it in System Settings."_s);
     QTest::keyClick(&box, Qt::Key_Escape);
     EXPECT_TRUE(test::becomes([] { return !window().findChild<QMessageBox *>(); }));
     EXPECT_EQ(test::TemporaryHome::read(Settings::d().filePath()), before);

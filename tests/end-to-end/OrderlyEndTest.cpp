@@ -1,11 +1,15 @@
 // How the program ends.
+#include "platform/storage/FileDescriptor.h"
 #include "support/ProgramUnderTest.h"
 #include "support/TestPattern.h"
 #include "support/VirtualDisplay.h"
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <csignal>
+#include <poll.h>
+#include <sys/socket.h>
 
 namespace corvella {
 namespace {
@@ -67,6 +71,42 @@ TEST_F(OrderlyEnd, ComesAlsoWhenTheDisplayServerGoes)
     EXPECT_EQ(m_program.process().exitStatus(), 1);
     EXPECT_EQ(m_program.process().errorLines().last(),
               u"The X11 connection broke (error 1). Did the X11 server die?"_s);
+}
+
+// A host that lets connections in and says nothing.
+class SilentHost
+{
+public:
+    SilentHost()
+    {
+        EXPECT_EQ(::listen(m_socket.get(), 8), 0); // on a port of the system's choice
+        socklen_t size = sizeof m_address;
+        EXPECT_EQ(::getsockname(m_socket.get(), reinterpret_cast<sockaddr *>(&m_address), &size),
+                  0);
+    }
+    [[nodiscard]] QString name() const { return u"127.0.0.1:%1"_s.arg(ntohs(m_address.sin_port)); }
+    // Whether somebody has come.
+    [[nodiscard]] bool isAsked() const
+    {
+        pollfd guests{m_socket.get(), POLLIN, 0};
+        return ::poll(&guests, 1, 0) == 1;
+    }
+
+private:
+    FileDescriptor m_socket{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    sockaddr_in m_address{};
+};
+
+// Qt ends the process on the spot, and a refresh goes on in another thread.
+TEST_F(WallOnADisplay, EndsWithoutACrashWhenTheDisplayServerGoesDuringARefresh)
+{
+    const SilentHost host;
+    m_program.addClip(u"171"_s, 1);
+    m_program.configure({{u"offline"_s, false}, {u"imageryHost"_s, host.name()}});
+    m_program.start();
+    ASSERT_TRUE(becomes([&] { return seen().has_value() && host.isAsked(); }));
+    m_display.stop();
+    EXPECT_EQ(m_program.process().exitStatus(), 1);
 }
 
 // As when the terminal or the launcher that it was started from is gone.
