@@ -1,3 +1,4 @@
+#include "platform/session/ApplicationOnBus.h"
 #include "platform/session/SingleInstance.h"
 
 #include <QDBusConnection>
@@ -19,59 +20,6 @@ constexpr int kPatienceMs = 2000;
 constexpr uint kDoNotQueue = 4;   // asked of the bus
 constexpr uint kPrimaryOwner = 1; // what it answers
 constexpr uint kAlreadyOwner = 4;
-
-// How a desktop lets a window come to the front that another program's start asked for.
-const QString kActivationToken = QStringLiteral("activation-token");
-constexpr const char *kActivationTokenVariable = "XDG_ACTIVATION_TOKEN";
-
-QVariantMap platformData()
-{
-    QVariantMap data;
-    if (const QString token = qEnvironmentVariable(kActivationTokenVariable); !token.isEmpty())
-        data.insert(kActivationToken, token);
-    return data;
-}
-
-// Qt takes it for the next window that is activated, and forgets it then.
-void keepActivationToken(const QVariantMap &data)
-{
-    if (const QString token = data.value(kActivationToken).toString(); !token.isEmpty())
-        qputenv(kActivationTokenVariable, token.toUtf8());
-}
-
-class ApplicationOnBus : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
-
-public:
-    explicit ApplicationOnBus(SingleInstance &instance)
-        : m_instance(instance)
-    {
-    }
-
-public Q_SLOTS:
-    void Activate(const QVariantMap &data) { take({}, data); }
-    // There is nothing of the kind to open.
-    void Open(const QStringList & /*uris*/, const QVariantMap &data) { take({}, data); }
-    void ActivateAction(const QString &name, const QVariantList & /*parameter*/,
-                        const QVariantMap &data)
-    {
-        take(name, data);
-    }
-
-private:
-    // After the answer: an action may be the end of the program.
-    void take(const QString &action, const QVariantMap &data)
-    {
-        keepActivationToken(data);
-        QMetaObject::invokeMethod(
-            &m_instance, [&instance = m_instance, action] { Q_EMIT instance.activated(action); },
-            Qt::QueuedConnection);
-    }
-
-    SingleInstance &m_instance;
-};
 
 class BusChannel final : public SingleInstance::Channel
 {
@@ -133,8 +81,9 @@ private:
         QDBusMessage message = QDBusMessage::createMethodCall(
             kName, kPath, QString::fromLatin1(kInterface),
             word.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("ActivateAction"));
-        message.setArguments(word.isEmpty() ? QVariantList{platformData()}
-                                            : QVariantList{word, QVariantList(), platformData()});
+        message.setArguments(
+            word.isEmpty() ? QVariantList{ApplicationOnBus::platformData()}
+                           : QVariantList{word, QVariantList(), ApplicationOnBus::platformData()});
         message.setAutoStartService(false);
         const QDBusMessage answer = m_bus.call(message, QDBus::Block, kPatienceMs);
         if (answer.type() == QDBusMessage::ReplyMessage)
@@ -157,5 +106,3 @@ std::unique_ptr<SingleInstance::Channel> createBusChannel(SingleInstance &instan
 }
 
 } // namespace corvella
-
-#include "SingleInstanceBus.moc"
