@@ -28,7 +28,7 @@ QString pathWithoutSpaces(const QString &program, std::optional<QString> &error)
 {
     if (!program.contains(u' '))
         return program;
-    const QString link =
+    QString link =
         StandardFolders::home() + QStringLiteral("/.local/bin/") + QFileInfo(program).fileName();
     const QFileInfo there(link);
     if (there.isSymLink() && there.symLinkTarget() == program)
