@@ -16,7 +16,7 @@ for build in 1 2; do
         target=${file#*:}
         [ "$target" != "$file" ] || target=lib/corvella/$(basename "$file")
         strip --strip-unneeded -o "$folder/$target" "${file%%:*}"
-        objcopy --add-section .build="$folder/which" --set-section-flags .build=alloc,readonly "$folder/$target"
+        objcopy --add-section .build="$folder/which" "$folder/$target"
     done
     rm "$folder/which"
 done

@@ -368,8 +368,8 @@ Result UpdatePreparation::prove(const AppcastItem &item) const
     }
     if (m_cancelled)
         return fault(UpdateFault::cancelled, QStringLiteral("cancelled"));
-    const bool holds = program.error() == QProcess::UnknownError
-        && program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0
+    // One that does not even start has said nothing.
+    const bool holds = program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0
         && !program.readAllStandardOutput().isEmpty();
     return holds ? Result()
                  : fault(UpdateFault::doesNotRun,

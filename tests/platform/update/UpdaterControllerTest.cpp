@@ -395,6 +395,15 @@ TEST_F(UpdaterControllerTest, KeepsTheOldBuildWhereTheNewOneFailsItsOwnTest)
     }
 }
 
+TEST_F(UpdaterControllerTest, GivesTheNewBuildTimeForItsOwnTest)
+{
+    serve();
+    QList<test::ArchiveEntry> entries = test::buildEntries(u"1.2"_s, 2);
+    entries[1].content = "#!/bin/sh\nsleep 0.4\necho ok\n";
+    announce({addBundle(test::makeArchive(entries))});
+    EXPECT_TRUE(becomesReady());
+}
+
 TEST_F(UpdaterControllerTest, DoesNotTryABuildThatDoesNotRunAgainByItself)
 {
     serve();
