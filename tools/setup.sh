@@ -12,8 +12,8 @@ virtual_display_packages="xvfb imagemagick"
 # The real servers, managers and tools that the tests run the program against.
 test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-core
     xserver-xorg-video-dummy x11-xserver-utils xdotool libxcb-xtest0-dev openbox sway swayidle grim wtype dbus-daemon at-spi2-core
-    libssl-dev libzbar-dev nginx
-    desktop-file-utils util-linux procps"
+    libssl-dev openssl libzbar-dev nginx
+    desktop-file-utils appstream groff-base util-linux procps"
 
 say() { printf '== %s\n' "$*"; }
 

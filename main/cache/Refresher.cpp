@@ -12,12 +12,13 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <thread>
 
 namespace corvella::Cache {
 
 namespace {
 
-constexpr std::chrono::seconds kCancelCheck{1};
+constexpr std::chrono::milliseconds kLookAgain{200}; // whether another process is through
 
 QList<Product> imageryProducts()
 {
@@ -121,7 +122,8 @@ std::optional<FileLock> Refresher::lockFolder(bool wait, bool &busy) const
         return lock;
     log(QStringLiteral("another process is refreshing the cache, waiting for it"));
     while (busy && !m_remote.isCancelled()) {
-        lock = FileLock::acquire(path, kCancelCheck);
+        std::this_thread::sleep_for(kLookAgain);
+        lock = FileLock::acquire(path, std::chrono::milliseconds(0));
         busy = !lock && errno == EWOULDBLOCK;
     }
     return lock;

@@ -38,11 +38,6 @@ QDateTime instant(const QString &key)
     return d().date(key).value_or(distantPast());
 }
 
-std::optional<Mode> storedMode()
-{
-    return modeFromRawValue(d().string(modeKey()).value_or(QString()));
-}
-
 LoginItem loginItem()
 {
     return LoginItem(LoginItem::stablePath(executablePath()));
@@ -74,6 +69,11 @@ UserDefaults &d()
 QDateTime distantPast()
 {
     return QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC);
+}
+
+std::optional<Mode> storedMode()
+{
+    return modeFromRawValue(d().string(modeKey()).value_or(QString()));
 }
 
 Mode mode()

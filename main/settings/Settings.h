@@ -27,6 +27,8 @@ namespace corvella::Settings {
 
 // desktop unless a mode is stored.
 [[nodiscard]] Mode mode();
+// None where none is, as after the settings were damaged.
+[[nodiscard]] std::optional<Mode> storedMode();
 void setMode(Mode mode);
 
 // One entry per screen, in screen order; more screens wrap round. An entry is "off" (leave that

@@ -145,13 +145,12 @@ QList<App::Extent> App::extentsOf(const QList<Screen> &screens)
 void App::build()
 {
     takeDownWindows();
-    const Mode mode = Settings::mode();
     const QList<Screen> screens = m_screens.list();
     for (int i = 0; i < screens.size(); ++i)
-        buildWall(screens[i], i, mode);
+        buildWall(screens[i], i);
     m_builtFor = extentsOf(screens);
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
-    if (mode == Mode::wall && !m_windows.empty())
+    if (m_mode == Mode::wall && !m_windows.empty())
         Settings::d().setBoolean(kWallHintShown, true);
     // New windows have to be given the keys anew. Beside a screen in use nothing takes its focus
     // away.
@@ -163,7 +162,7 @@ void App::build()
     m_presentation.setWalls(walls);
 }
 
-void App::buildWall(const Screen &screen, int index, Mode mode)
+void App::buildWall(const Screen &screen, int index)
 {
     if (!Settings::isEnabled(index))
         return;
@@ -173,28 +172,28 @@ void App::buildWall(const Screen &screen, int index, Mode mode)
         new WallView(QRectF(QPointF(0, 0), screen.frame.size()), Settings::productList(index),
                      screen.scale, attribution, WallView::Surroundings{m_renderer, m_clock}));
     const PointerInput pointer =
-        mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
-    const KeyInput keys = mode == Mode::kiosk || screensOn() == m_screens.list().size()
+        m_mode == Mode::saver ? PointerInput::passedThrough : PointerInput::accepted;
+    const KeyInput keys = m_mode == Mode::kiosk || screensOn() == m_screens.list().size()
         ? KeyInput::atOnce
         : KeyInput::whenChosen;
     DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, pointer, keys));
-    addChrome(*window, mode);
+    addChrome(*window);
     window->bringUp();
     m_walls.push_back(std::move(view));
     m_windows.push_back(std::move(window));
 }
 
-void App::addChrome(WallWindow &window, Mode mode)
+void App::addChrome(WallWindow &window)
 {
     const double opacity = m_buttonsVisible ? 1 : 0;
-    if (mode == Mode::kiosk) {
+    if (m_mode == Mode::kiosk) {
         ModeBadge *const badge = window.addChrome(
             std::make_unique<ModeBadge>(topRightCorner(window.size()), QStringLiteral("lock.fill"),
                                         QStringLiteral("Kiosk mode, locked")),
             topRightCorner);
         badge->setOpacity(opacity);
         m_badges.push_back(badge);
-    } else if (mode == Mode::wall) {
+    } else if (m_mode == Mode::wall) {
         CloseButton *const button =
             window.addChrome(std::make_unique<CloseButton>(), topRightCorner);
         button->setOpacity(opacity);
@@ -227,6 +226,7 @@ void App::show()
     const Mode mode = Settings::mode();
     if (mode == Mode::desktop)
         return;
+    m_mode = mode;
     m_armedWaiting = false;
     Preferences::shared().hide();
     build();
@@ -287,9 +287,8 @@ void App::disarm()
 
 void App::dismiss()
 {
-    const Mode mode = Settings::mode();
     hide();
-    if (mode != Mode::saver)
+    if (m_mode != Mode::saver)
         Preferences::shared().show();
     else if (Settings::lockOnDismiss() && m_sleepDisplays)
         m_sleepDisplays();
@@ -297,12 +296,12 @@ void App::dismiss()
 
 void App::tick()
 {
-    const Mode mode = Settings::mode();
+    followMode();
     if (!m_showing)
-        return showWhenIdle(mode);
+        return showWhenIdle();
     if (!m_pendingRebuild.isPending() && extentsOf(m_screens.list()) != m_builtFor)
         screensChanged(); // a change of scale comes without a signal
-    switch (mode) {
+    switch (m_mode) {
     case Mode::wall:
         return setButtons(m_idleClock.secondsIdle() < kButtonFadeSeconds && isPointerOverWall());
     case Mode::kiosk:
@@ -312,6 +311,21 @@ void App::tick()
     case Mode::desktop:
         return;
     }
+}
+
+void App::followMode()
+{
+    if (!m_showing)
+        return;
+    // Where no mode is stored nobody has chosen one: a kiosk whose settings were damaged stays
+    // locked.
+    const std::optional<Mode> mode = Settings::storedMode();
+    if (!mode || mode == m_mode)
+        return;
+    log(QStringLiteral("mode changed (%1 -> %2)").arg(rawValue(m_mode), rawValue(*mode)));
+    hide();
+    if (mode == Mode::wall || mode == Mode::kiosk)
+        show(); // as at launch; a saver waits for its time
 }
 
 bool App::isPointerOverWall() const
@@ -330,9 +344,9 @@ void App::tickSaver()
         dismiss();
 }
 
-void App::showWhenIdle(Mode mode)
+void App::showWhenIdle()
 {
-    const bool waits = m_armedWaiting || mode == Mode::saver;
+    const bool waits = m_armedWaiting || Settings::mode() == Mode::saver;
     if (!waits || Settings::idleMinutes() * 60 > m_idleClock.secondsIdle()) {
         m_foundNothingToShow = false;
         return;
@@ -364,7 +378,7 @@ bool App::handleKey(const QKeyEvent &event)
         return false;
     const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
     const bool isQ = event.key() == Qt::Key_Q;
-    switch (Settings::mode()) {
+    switch (m_mode) {
     case Mode::saver:
         dismiss();
         return true;
@@ -408,7 +422,7 @@ void App::setButtons(bool visible)
     if (std::exchange(m_buttonsVisible, visible) == visible)
         return;
     // A pointer that can close the wall is shown with the button that does it.
-    setCursor(m_coversAll && (!visible || Settings::mode() == Mode::kiosk));
+    setCursor(m_coversAll && (!visible || m_mode == Mode::kiosk));
     for (size_t i = 0; i < m_windows.size(); ++i) {
         const Transaction fade(m_walls[i]->tree(), visible ? kButtonsFadeIn : kButtonsFadeOut);
         for (Chrome *chrome : m_windows[i]->chrome())
@@ -445,9 +459,6 @@ void App::rebuildIfChanged()
     build();
     if (!m_coversAll)
         setCursor(false); // whoever is at the other screen needs it
-    // Where a shell changed the mode meanwhile, these walls are the first with a padlock.
-    if (Settings::mode() == Mode::kiosk)
-        m_presentation.setState(Presentation::State::locked);
 }
 
 } // namespace corvella

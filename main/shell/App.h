@@ -106,13 +106,15 @@ private:
 
     void decideWhatToShow(const CommandLine &commandLine);
     void build();
-    void buildWall(const Screen &screen, int index, Mode mode);
-    void addChrome(WallWindow &window, Mode mode);
+    void buildWall(const Screen &screen, int index);
+    void addChrome(WallWindow &window);
     void takeDownWindows();
-    void showWhenIdle(Mode mode);
+    void showWhenIdle();
     // Not so when a display that went took its wall along, though it came back at once.
     [[nodiscard]] bool areAllUp() const;
     [[nodiscard]] int screensOn() const; // those that are not Off
+    // Lets the walls be those of another mode that was stored, as by a shell, while they were up.
+    void followMode();
     void dismiss();
     // True when the key is used up.
     bool handleKey(const QKeyEvent &event);
@@ -145,7 +147,8 @@ private:
     std::vector<ModeBadge *> m_badges;
     std::unique_ptr<PowerAssertion> m_sleepAssertion; // while walls are up that are no saver
     bool m_showing = false;
-    bool m_armed = false; // saver walls have settled and now end on any input
+    Mode m_mode = Mode::desktop; // of the walls, while they are up
+    bool m_armed = false;        // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_buttonsVisible = false;     // close buttons and badges are faded in

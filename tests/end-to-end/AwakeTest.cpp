@@ -87,7 +87,7 @@ protected:
     }
 
     const test::PrivateBus m_bus;
-    test::StandInService m_saver{m_bus.address(), u"org.freedesktop.ScreenSaver"_s};
+    test::StandInService m_saver{m_bus, u"org.freedesktop.ScreenSaver"_s};
 };
 
 TEST_F(AwakeOnABus, InhibitionIsGivenBackAtTheEnd)

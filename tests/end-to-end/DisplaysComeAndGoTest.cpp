@@ -1,10 +1,13 @@
 // Displays that are plugged in and pulled out while the program runs.
 #include "support/DummyXorg.h"
 #include "support/ProgramUnderTest.h"
+#include "support/Repetitions.h"
 #include "support/TestPattern.h"
 #include "support/VirtualDisplay.h"
 
 #include <gtest/gtest.h>
+
+#include <random>
 
 namespace corvella {
 namespace {
@@ -21,12 +24,39 @@ struct Display
 const Display kFirst{u"DUMMY0"_s, {0, 0, 640, 480}};
 const Display kSecond{u"DUMMY1"_s, {640, 0, 800, 600}};
 const Display kThird{u"DUMMY2"_s, {1440, 0, 640, 480}};
+const QColor kBackground(201, 3, 7); // no colour of a clip
+
+// One to four displays beside each other, from left to right, and those that are not there.
+struct Layout
+{
+    QList<Display> displays;
+    QStringList unplugged{u"DUMMY0"_s, u"DUMMY1"_s, u"DUMMY2"_s, u"DUMMY3"_s};
+};
+
+Layout randomLayout(std::mt19937 &random)
+{
+    // A distribution of the library would differ from machine to machine.
+    const auto oneOf = [&random](qsizetype count) {
+        return static_cast<int>(random() % static_cast<unsigned>(count));
+    };
+    Layout layout;
+    int x = 0;
+    for (int count = 1 + oneOf(4); count > 0; --count) {
+        const QString name = layout.unplugged.takeAt(oneOf(layout.unplugged.size()));
+        const QSize size = oneOf(2) == 0 ? QSize(640, 480) : QSize(800, 600);
+        // xrandr would move all of them up until one is at the top: the first is.
+        const int y = x == 0 ? 0 : 20 * oneOf(6);
+        layout.displays << Display{name, {QPoint(x, y), size}};
+        x += size.width();
+    }
+    return layout;
+}
 
 std::unique_ptr<test::XServer> makeServer()
 {
     if (std::unique_ptr<test::XServer> server = test::DummyXorg::create())
         return server;
-    return std::make_unique<test::VirtualDisplay>(QSize(2080, 700));
+    return std::make_unique<test::VirtualDisplay>(QSize(3200, 700));
 }
 
 enum class Manager { running, none };
@@ -78,6 +108,22 @@ protected:
         };
         return windowFrames() == framesOf(displays)
             && std::all_of(displays.begin(), displays.end(), showsPattern);
+    }
+
+    // Whether nothing is to be seen there of the background.
+    [[nodiscard]] bool hidesBackground(const Display &display)
+    {
+        const QImage picture = m_server->client().picture();
+        if (!picture.rect().contains(display.frame))
+            return false;
+        const QImage seen = picture.copy(display.frame);
+        for (int y = 0; y < seen.height(); ++y) {
+            for (int x = 0; x < seen.width(); ++x) {
+                if (seen.pixelColor(x, y) == kBackground)
+                    return false;
+            }
+        }
+        return true;
     }
 
     // Whether one of the walls gets the keys.
@@ -163,6 +209,46 @@ TEST_F(DisplaysComeAndGo, ChangeThatIsTakenBackChangesNothing)
     pullOut(kThird);
     EXPECT_FALSE(becomes([this] { return !layoutChanges().isEmpty(); }, 1s));
     EXPECT_TRUE(areCovered({kFirst, kSecond}));
+}
+
+// Counted from before the command that switches the display on, which is a little too long, until
+// nothing shows any more of what lies beneath. What else the machine does only ever adds to it: the
+// quickest of a few counts.
+TEST_F(DisplaysComeAndGo, NewDisplayIsCoveredWithinASecond)
+{
+    constexpr auto kAllowed = 1s;
+    m_server->client().paintRoot(kBackground);
+    startOn({kFirst, kSecond});
+    std::chrono::nanoseconds quickest = std::chrono::nanoseconds::max();
+    for (int tries = 5; tries > 0 && quickest > kAllowed; --tries) {
+        const test::Stopwatch sinceBefore;
+        plugIn(kThird);
+        ASSERT_TRUE(becomes([this] { return hidesBackground(kThird); }));
+        quickest = std::min(quickest, sinceBefore.elapsed());
+        ASSERT_TRUE(becomes([this] { return areCovered({kFirst, kSecond, kThird}); }));
+        pullOut(kThird);
+        ASSERT_TRUE(becomes([this] { return areCovered({kFirst, kSecond}); }));
+    }
+    EXPECT_LE(quickest, kAllowed);
+    RecordProperty("milliseconds", std::to_string(quickest / 1ms));
+}
+
+// After each of them there is one wall on each display and no other.
+TEST_F(DisplaysComeAndGo, WallsFollowOneLayoutAfterTheOther)
+{
+    m_program.addClip(u"211"_s, 4);
+    startOn({kFirst, kSecond});
+    std::mt19937 random(20261121);
+    const int layouts = test::repetitions("CORVELLA_LAYOUTS", 6);
+    for (int i = 0; i < layouts; ++i) {
+        const Layout layout = randomLayout(random);
+        for (const Display &display : layout.displays)
+            plugIn(display);
+        for (const QString &name : layout.unplugged)
+            m_server->pullOut(name);
+        ASSERT_TRUE(becomes([&] { return areCovered(layout.displays); })) << "layout " << i;
+    }
+    EXPECT_TRUE(m_program.process().isRunning());
 }
 
 TEST_F(DisplaysComeAndGo, NobodyMindsWhileNoWallIsUp)

@@ -1,5 +1,6 @@
-// Shows a window, with the argument "awake" one that keeps the display awake, and writes ten times
-// a second how long there was no input.
+// Shows a window and writes ten times a second how long there was no input. With an argument the
+// window keeps the display awake from when that has been so many seconds, with "once" besides until
+// there is input.
 #include "platform/session/IdleClock.h"
 #include "platform/session/PowerAssertion.h"
 
@@ -7,7 +8,9 @@
 #include <QRasterWindow>
 #include <QTimer>
 
+#include <cstdlib>
 #include <iostream>
+#include <optional>
 
 int main(int argc, char **argv)
 {
@@ -15,12 +18,22 @@ int main(int argc, char **argv)
     QRasterWindow window;
     window.showFullScreen();
     std::unique_ptr<corvella::PowerAssertion> assertion;
-    if (QGuiApplication::arguments().contains(QStringLiteral("awake")))
-        assertion = corvella::PowerAssertion::create(QStringLiteral("a test"));
+    std::optional<double> awakeAfter;
+    if (argc > 1)
+        awakeAfter = std::atof(argv[1]);
+    const bool isOnce = argc > 2;
     const auto clock = corvella::IdleClock::create();
     QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, &timer,
-                     [&clock] { std::cout << clock->secondsIdle() << std::endl; });
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        const double idle = clock->secondsIdle();
+        std::cout << idle << std::endl;
+        if (!assertion && awakeAfter && idle >= *awakeAfter)
+            assertion = corvella::PowerAssertion::create(QStringLiteral("a test"));
+        if (assertion && isOnce && idle < *awakeAfter) {
+            assertion.reset();
+            awakeAfter.reset();
+        }
+    });
     timer.start(std::chrono::milliseconds(100));
     return QGuiApplication::exec();
 }

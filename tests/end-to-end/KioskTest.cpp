@@ -203,6 +203,15 @@ TEST_F(Kiosk, StandsAStormOfKeysAndClicks)
     EXPECT_TRUE(m_program.process().isRunning());
 }
 
+TEST_F(Kiosk, BecomesAnOrdinaryWallFromAShell)
+{
+    startLocked();
+    m_program.changeSettings({u"write"_s, u"mode"_s, u"wall"_s});
+    EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode wall"_s));
+    EXPECT_TRUE(managerHeeds(u"alt+F2"_s)) << "the desktop has not got its keys back";
+    EXPECT_TRUE(becomes([this] { return showsNothingButTheWall() && plays(); }));
+}
+
 // Displays come and go, and the walls are built anew; the lock stays.
 TEST_F(Kiosk, StaysLockedWhileItsWallsAreBuiltAnew)
 {

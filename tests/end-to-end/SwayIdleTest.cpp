@@ -3,12 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 
 namespace corvella {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using test::becomes;
 
 class SwayIdle : public testing::Test
@@ -23,10 +25,15 @@ protected:
         m_probe.emplace(command);
     }
 
-    [[nodiscard]] double secondsIdle()
+    // All that was told so far.
+    [[nodiscard]] QList<double> told()
     {
-        return m_probe->output().trimmed().split('\n').last().toDouble();
+        QList<double> seconds;
+        for (const QByteArray &line : m_probe->output().trimmed().split('\n'))
+            seconds << line.toDouble();
+        return seconds;
     }
+    [[nodiscard]] double secondsIdle() { return told().last(); }
 
     void expectItGrowsAndEndsWithAKey()
     {
@@ -52,8 +59,32 @@ TEST_F(SwayIdle, IsToldByTheCompositor)
 // The compositor says nothing then; the window itself sees whether somebody is there.
 TEST_F(SwayIdle, IsKnownToAWindowThatKeepsTheDisplayAwake)
 {
-    start({u"awake"_s});
+    start({u"0"_s});
     expectItGrowsAndEndsWithAKey();
+}
+
+// A wall that comes up by itself is no input.
+TEST_F(SwayIdle, GoesOnWhenAWindowBeginsToKeepTheDisplayAwake)
+{
+    start({u"3"_s});
+    ASSERT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
+    EXPECT_FALSE(becomes([this] { return secondsIdle() < 3; }, 1s));
+    EXPECT_GE(secondsIdle(), 3.5);
+}
+
+// What the window saw is not forgotten with it.
+TEST_F(SwayIdle, GoesOnWhenAWindowNoLongerKeepsTheDisplayAwake)
+{
+    start({u"2"_s, u"once"_s});
+    ASSERT_TRUE(becomes([this] { return secondsIdle() >= 3; }));
+    QList<double> seconds;
+    ASSERT_TRUE(becomes([&] {
+        m_sway.typeKey(u"a"_s);
+        seconds = told();
+        return !std::is_sorted(seconds.begin(), seconds.end());
+    }));
+    const auto input = std::is_sorted_until(seconds.begin(), seconds.end());
+    EXPECT_LT(*std::max_element(input, seconds.end()), 2);
 }
 
 } // namespace

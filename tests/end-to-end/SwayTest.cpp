@@ -11,6 +11,7 @@ namespace corvella {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using test::becomes;
 
 constexpr QSize kLeft(800, 450);
@@ -70,6 +71,31 @@ TEST_F(Sway, WallUsesThePixelsThatANewScaleGives)
     EXPECT_TRUE(m_program.logs(u"display layout changed (2 -> 2)"_s));
     const QRect picture(kLeftPicture.topLeft() * 2, kLeftPicture.size() * 2);
     EXPECT_TRUE(becomes([&] { return showsWall(0, kLeft * 2, picture); }));
+}
+
+// Counted from before the compositor is told to add it until the wall's black is there, where the
+// compositor itself shows grey. What else the machine does only ever adds to it: the quickest of a
+// few counts.
+TEST_F(Sway, NewOutputIsCoveredWithinASecond)
+{
+    constexpr auto kAllowed = 1s;
+    constexpr int kAdded = 5;
+    for (int output = 2; output < 2 + kAdded; ++output)
+        m_sway.change(output, kRight, 1);
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return showsWall(1, kRight, kRightPicture); }));
+    std::chrono::nanoseconds quickest = std::chrono::nanoseconds::max();
+    for (int output = 2; output < 2 + kAdded && quickest > kAllowed; ++output) {
+        const test::Stopwatch sinceBefore;
+        m_sway.tell({u"create_output"_s});
+        ASSERT_TRUE(becomes([&] {
+            return test::isBlackBeside(m_sway.picture(output), {{0, 0}, kRight}, kRightPicture);
+        }));
+        quickest = std::min(quickest, sinceBefore.elapsed());
+        ASSERT_TRUE(becomes([&] { return showsWall(output, kRight, kRightPicture); }));
+    }
+    EXPECT_LE(quickest, kAllowed);
+    RecordProperty("milliseconds", std::to_string(quickest / 1ms));
 }
 
 TEST_F(Sway, WallEndsInOrder)

@@ -101,6 +101,14 @@ TEST_F(AppPower, WallsShownTwiceAreHiddenOnce)
     EXPECT_EQ(m_held, 0);
 }
 
+TEST_F(AppPower, AWallThatAShellMakesASaverLetsTheDisplaysSleep)
+{
+    launch(Mode::wall);
+    Settings::setMode(Mode::saver);
+    tickAfterIdle(0);
+    EXPECT_EQ(m_held, 0);
+}
+
 TEST_F(AppPower, TerminationLetsTheDisplaysSleep)
 {
     launch(Mode::wall);

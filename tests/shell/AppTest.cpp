@@ -441,16 +441,6 @@ TEST_F(DisplayChanges, ThatLeaveOnlyScreensThatAreOffTakeTheWallsDownButNotTheSh
     EXPECT_EQ(m_app->windows()[0]->geometry(), kRight.frame);
 }
 
-TEST_F(DisplayChanges, LockWallsThatAShellMadeAKioskMeanwhile)
-{
-    Settings::setMode(Mode::kiosk);
-    EXPECT_TRUE(m_app->badges().empty());
-    test::setOffscreenScreens({kLeft});
-    pass(500ms);
-    EXPECT_EQ(m_app->badges().size(), 1U);
-    EXPECT_EQ(m_presentation.state, Presentation::State::locked);
-}
-
 TEST_F(DisplayChanges, OfTheScaleAloneRebuildToo)
 {
     test::setOffscreenScreens({kLeft, {kRight.name, kRight.frame, 1}});
@@ -505,6 +495,95 @@ TEST_F(DisplayChanges, OneAfterTheOtherLeaveEachWallOnItsScreen)
             << "none is left over";
     }
     EXPECT_TRUE(m_app->isShowing());
+}
+
+// Another mode is stored, as by a shell, while walls are up.
+class ModeFromAShell : public AppTest
+{
+protected:
+    using State = Presentation::State;
+
+    void show(Mode mode, const QStringList &products = {QStringLiteral("all")})
+    {
+        configure(mode, products);
+        launch();
+        m_app->show();
+    }
+    void change(Mode from, Mode to)
+    {
+        show(from);
+        Settings::setMode(to);
+        tickAfterIdle(10);
+    }
+};
+
+TEST_F(ModeFromAShell, MakesAKioskAWall)
+{
+    change(Mode::kiosk, Mode::wall);
+    EXPECT_TRUE(logged("mode changed (kiosk -> wall)"));
+    EXPECT_TRUE(logged("showing on 2 of 2 display(s), mode wall"));
+    EXPECT_EQ(m_presentation.state, State::immersive);
+    EXPECT_TRUE(m_app->badges().empty());
+    EXPECT_EQ(m_app->closeButtons().size(), 2U);
+    EXPECT_FALSE(settingsOpen());
+}
+
+TEST_F(ModeFromAShell, MakesAKioskAWallThatLocksNothingBesideAScreenThatIsOff)
+{
+    show(Mode::kiosk, {QStringLiteral("all"), QStringLiteral("off")});
+    Settings::setMode(Mode::wall);
+    tickAfterIdle(10);
+    EXPECT_EQ(m_presentation.state, State::ordinary);
+}
+
+TEST_F(ModeFromAShell, MakesAWallAKiosk)
+{
+    change(Mode::wall, Mode::kiosk);
+    EXPECT_EQ(m_presentation.state, State::locked);
+    EXPECT_EQ(m_app->badges().size(), 2U);
+    EXPECT_TRUE(m_app->closeButtons().empty());
+}
+
+TEST_F(ModeFromAShell, TakesTheWallsDownForADesktop)
+{
+    change(Mode::kiosk, Mode::desktop);
+    EXPECT_FALSE(m_app->isShowing());
+    EXPECT_EQ(m_presentation.state, State::ordinary);
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_FALSE(settingsOpen());
+}
+
+TEST_F(ModeFromAShell, LetsASaverWaitForItsTime)
+{
+    change(Mode::wall, Mode::saver);
+    EXPECT_FALSE(m_app->isShowing());
+    tickAfterIdle(299);
+    EXPECT_FALSE(m_app->isShowing());
+    tickAfterIdle(300);
+    EXPECT_TRUE(m_app->isShowing());
+}
+
+TEST_F(ModeFromAShell, MakesASaverAWallThatInputDoesNotEnd)
+{
+    change(Mode::saver, Mode::wall);
+    EXPECT_TRUE(m_app->isShowing());
+    tickAfterIdle(0);
+    EXPECT_TRUE(m_app->isShowing());
+    for (const auto &window : m_app->windows())
+        EXPECT_FALSE(window->flags() & Qt::WindowTransparentForInput);
+}
+
+TEST_F(ModeFromAShell, IsNoneWhenTheSettingsAreLost)
+{
+    show(Mode::kiosk);
+    Settings::d().remove(QStringLiteral("mode"));
+    tickAfterIdle(0);
+    test::setOffscreenScreens({kLeft});
+    m_clock.advance(500ms);
+    m_app->workQueue().advance();
+    EXPECT_EQ(m_app->badges().size(), 1U);
+    EXPECT_TRUE(m_app->buttonsVisible());
+    EXPECT_EQ(m_presentation.state, State::locked);
 }
 
 // Counts the keys that reach it.
@@ -609,6 +688,17 @@ TEST_F(KeyTest, OnlyTheChordEndsAKiosk)
     press(Qt::Key_Q, Qt::ControlModifier | Qt::MetaModifier | Qt::AltModifier);
     EXPECT_FALSE(m_app->isShowing());
     EXPECT_TRUE(settingsOpen());
+}
+
+TEST_F(KeyTest, TheChordStillEndsAKioskWhoseSettingsAreLost)
+{
+    configure(Mode::kiosk);
+    launch();
+    Settings::d().remove(QStringLiteral("mode"));
+    press(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_TRUE(m_app->isShowing());
+    press(Qt::Key_Q, Qt::ControlModifier | Qt::MetaModifier | Qt::AltModifier);
+    EXPECT_FALSE(m_app->isShowing());
 }
 
 TEST_F(KeyTest, EscapeDoesNotCloseAWall)

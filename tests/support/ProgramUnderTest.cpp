@@ -53,6 +53,8 @@ ProgramUnderTest::ProgramUnderTest()
     };
     for (const auto &[variable, folder] : folders)
         m_environment.insert(QString::fromLatin1(variable), QDir(m_home.path()).filePath(folder));
+    addOption(QStringLiteral("LSAN_OPTIONS"),
+              QStringLiteral("suppressions=" CORVELLA_LIBRARY_LEAKS ":print_suppressions=0"));
     const QString runtime = m_environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
     EXPECT_TRUE(QDir().mkpath(runtime));
     QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -81,9 +83,7 @@ void ProgramUnderTest::showOn(const XServer &server)
 void ProgramUnderTest::showOn(const HeadlessSway &compositor)
 {
     m_environment.insert(QStringLiteral("WAYLAND_DISPLAY"), compositor.socket());
-    // For a build with the leak checker; whole stacks show it which library a leak comes from.
-    addOption(QStringLiteral("LSAN_OPTIONS"),
-              QStringLiteral("suppressions=" CORVELLA_LIBRARY_LEAKS ":print_suppressions=0"));
+    // Whole stacks show the leak checker which library a leak comes from.
     addOption(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("fast_unwind_on_malloc=0"));
 }
 

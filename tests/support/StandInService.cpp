@@ -1,16 +1,46 @@
 #include "support/StandInService.h"
 
+#include "support/PrivateBus.h"
+
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
+#include <QDBusUnixFileDescriptor>
 #include <QUuid>
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
 namespace corvella::test {
 
-StandInService::StandInService(const QString &busAddress, const QString &name)
+LentDescriptor::LentDescriptor()
+{
+    EXPECT_EQ(::pipe2(m_ends, O_CLOEXEC), 0);
+}
+
+LentDescriptor::~LentDescriptor()
+{
+    ::close(m_ends[0]);
+}
+
+QVariantList LentDescriptor::answer()
+{
+    const QDBusUnixFileDescriptor lent(m_ends[1]); // a copy
+    ::close(m_ends[1]);
+    return {QVariant::fromValue(lent)};
+}
+
+bool LentDescriptor::isHeld() const
+{
+    pollfd end{m_ends[0], POLLIN, 0};
+    return ::poll(&end, 1, 0) == 0;
+}
+
+StandInService::StandInService(const PrivateBus &bus, const QString &name)
     : m_connectionName(QUuid::createUuid().toString())
-    , m_bus(QDBusConnection::connectToBus(busAddress, m_connectionName))
+    , m_bus(QDBusConnection::connectToBus(bus.address(), m_connectionName))
 {
     EXPECT_TRUE(m_bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath));
     EXPECT_TRUE(m_bus.registerService(name)) << qPrintable(m_bus.lastError().message());
@@ -33,6 +63,11 @@ QList<StandInService::Call> StandInService::calls(const QString &method) const
     QList<Call> some = m_calls;
     some.removeIf([&method](const Call &call) { return call.method != method; });
     return some;
+}
+
+bool StandInService::gets(const QString &method, int times) const
+{
+    return becomes([&] { return calls(method).size() >= times; });
 }
 
 bool StandInService::isCallerThere() const

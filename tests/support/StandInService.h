@@ -15,6 +15,26 @@
 
 namespace corvella::test {
 
+class PrivateBus;
+
+// A descriptor for a service to answer with, and whether the caller still holds it open.
+class LentDescriptor
+{
+public:
+    LentDescriptor();
+    ~LentDescriptor();
+    LentDescriptor(const LentDescriptor &) = delete;
+    LentDescriptor &operator=(const LentDescriptor &) = delete;
+
+    // To be given once; the service has to be told another answer afterwards, else it holds the
+    // descriptor, too.
+    [[nodiscard]] QVariantList answer();
+    [[nodiscard]] bool isHeld() const;
+
+private:
+    int m_ends[2] = {-1, -1}; // of a pipe; the second is lent
+};
+
 class StandInService : public QDBusVirtualObject
 {
 public:
@@ -37,8 +57,8 @@ public:
     };
     using Answer = std::variant<QVariantList, Error, Silence>;
 
-    // Takes the name on the bus with this address; fails the test when it cannot be had.
-    StandInService(const QString &busAddress, const QString &name);
+    // Takes the name on this bus; fails the test when it cannot be had.
+    StandInService(const PrivateBus &bus, const QString &name);
     ~StandInService() override;
 
     // What it answers to a method from now on. To others it answers that it does not know them.
@@ -49,6 +69,8 @@ public:
     [[nodiscard]] const QList<Call> &calls() const { return m_calls; }
     // Those of one method.
     [[nodiscard]] QList<Call> calls(const QString &method) const;
+    // Waits until a method was called that many times.
+    [[nodiscard]] bool gets(const QString &method, int times = 1) const;
     // Whether the one who made the latest call is still on the bus.
     [[nodiscard]] bool isCallerThere() const;
 

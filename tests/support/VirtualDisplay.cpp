@@ -20,21 +20,30 @@ VirtualDisplay::VirtualDisplay(QSize size)
 
 void VirtualDisplay::plugIn(const QString &monitor, const QRect &frame)
 {
-    // WIDTH/MILLIMETRES x HEIGHT/MILLIMETRES + X + Y; the server has one output to give away,
-    // "screen".
+    if (m_monitors.contains(monitor))
+        pullOut(monitor); // the server moves none that is there
+    m_monitors.insert(monitor, frame);
+    if (m_holder.isEmpty())
+        m_holder = monitor;
+    // WIDTH/MILLIMETRES x HEIGHT/MILLIMETRES + X + Y
     const QString place = QStringLiteral("%1/250x%2/250+%3+%4")
                               .arg(frame.width())
                               .arg(frame.height())
                               .arg(frame.x())
                               .arg(frame.y());
-    const QString output =
-        std::exchange(m_isDivided, true) ? QStringLiteral("none") : QStringLiteral("screen");
+    const QString output = monitor == m_holder ? QStringLiteral("screen") : QStringLiteral("none");
     runHere(QStringLiteral("xrandr"), {QStringLiteral("--setmonitor"), monitor, place, output});
 }
 
 void VirtualDisplay::pullOut(const QString &monitor)
 {
     runHere(QStringLiteral("xrandr"), {QStringLiteral("--delmonitor"), monitor});
+    m_monitors.remove(monitor);
+    if (monitor != m_holder)
+        return;
+    m_holder.clear();
+    if (!m_monitors.isEmpty())
+        plugIn(m_monitors.firstKey(), QRect(m_monitors.first()));
 }
 
 } // namespace corvella::test

@@ -3,6 +3,8 @@
 
 #include "support/XServer.h"
 
+#include <QMap>
+
 namespace corvella::test {
 
 class VirtualDisplay final : public XServer
@@ -17,7 +19,10 @@ public:
     void pullOut(const QString &monitor) override;
 
 private:
-    bool m_isDivided = false;
+    QMap<QString, QRect> m_monitors; // that are plugged in
+    // The one that has the server's only output, "screen". An output that is left over would show
+    // as a monitor of its own.
+    QString m_holder;
 };
 
 } // namespace corvella::test

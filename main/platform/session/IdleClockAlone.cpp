@@ -10,7 +10,10 @@ namespace {
 class IdleClockAlone final : public IdleClock
 {
 public:
-    double secondsIdle() override { return m_input.secondsAgo(); }
+    double secondsIdle() override
+    {
+        return std::chrono::duration<double>(InputHere::Clock::now() - m_input.last()).count();
+    }
 
 private:
     InputHere m_input;

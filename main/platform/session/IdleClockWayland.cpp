@@ -9,7 +9,7 @@ namespace corvella {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = InputHere::Clock;
 
 // Compositors tell of moments and do not count: after this long without input, and with the first
 // input after that. Of no time at all they would tell with every single event.
@@ -24,22 +24,41 @@ public:
         connect(m_notification.get(), &wayland::IdleNotification::idled, this,
                 [this] { m_idleSince = Clock::now() - kFirstTold; });
         connect(m_notification.get(), &wayland::IdleNotification::resumed, this,
-                [this] { m_idleSince.reset(); });
+                &IdleClockWayland::resume);
     }
 
     double secondsIdle() override
     {
-        // While a wall of ours keeps the display awake the compositor is silent; the wall itself
-        // sees what input there is to see.
-        if (wayland::IdleInhibition::isHeld() && !m_notification->heedsInputAlone())
-            return m_inputHere.secondsAgo();
-        m_inputHere.restart(); // the wall counts from when it begins to keep the display awake
-        return m_idleSince ? std::chrono::duration<double>(Clock::now() - *m_idleSince).count() : 0;
+        const Clock::time_point now = Clock::now();
+        if (isCompositorSilent()) {
+            const Clock::time_point last = m_inputHere.last();
+            if (m_idleSince)
+                m_idleSince = last; // where the compositor goes on
+            return std::chrono::duration<double>(now - last).count();
+        }
+        m_inputHere.restart(m_idleSince.value_or(now)); // where a wall goes on
+        return m_idleSince ? std::chrono::duration<double>(now - *m_idleSince).count() : 0;
     }
 
 private:
+    // As while a wall of ours keeps the display awake; the wall itself sees what input there is to
+    // see.
+    [[nodiscard]] bool isCompositorSilent() const
+    {
+        return wayland::IdleInhibition::isHeld() && !m_notification->heedsInputAlone();
+    }
+
+    void resume()
+    {
+        m_idleSince.reset();
+        // Some compositors say so when a wall begins to keep the display awake.
+        if (!isCompositorSilent())
+            m_inputHere.restart(Clock::now());
+    }
+
     const std::unique_ptr<wayland::IdleNotification> m_notification;
-    std::optional<Clock::time_point> m_idleSince; // absent as long as there was input just now
+    // Absent as long as the compositor does not count us as idle.
+    std::optional<Clock::time_point> m_idleSince;
     InputHere m_inputHere;
 };
 

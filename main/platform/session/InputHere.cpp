@@ -30,19 +30,19 @@ bool isInput(QEvent::Type type)
 
 } // namespace
 
-double InputHere::secondsAgo()
+InputHere::Clock::time_point InputHere::last()
 {
     // With the first question and no sooner: the filter that came last is asked first, and others
     // use keys up.
     if (!std::exchange(m_watches, true))
         qGuiApp->installEventFilter(this);
-    return std::chrono::duration<double>(Clock::now() - m_last).count();
+    return m_last;
 }
 
 bool InputHere::eventFilter(QObject * /*watched*/, QEvent *event)
 {
     if (isInput(event->type()))
-        restart();
+        restart(Clock::now());
     return false;
 }
 

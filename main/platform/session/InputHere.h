@@ -10,16 +10,16 @@ namespace corvella {
 class InputHere final : public QObject
 {
 public:
-    // Seconds since the last of it; since the beginning or restart() where there was none.
-    [[nodiscard]] double secondsAgo();
-    // Counts from now.
-    void restart() { m_last = Clock::now(); }
+    using Clock = std::chrono::steady_clock;
+
+    // The last of it; the beginning or what restart() was told where there was none.
+    [[nodiscard]] Clock::time_point last();
+    // Counts from that moment.
+    void restart(Clock::time_point last) { m_last = last; }
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     Clock::time_point m_last = Clock::now();
     bool m_watches = false;
 };

@@ -2,7 +2,6 @@
 
 #include <QFile>
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -13,16 +12,14 @@ namespace corvella {
 bool lockAlone(int descriptor, std::chrono::milliseconds longestWait)
 {
     using Clock = std::chrono::steady_clock;
-    // flock() has no waiting time of its own. A short wait ends at once, a long one costs little.
-    constexpr std::chrono::milliseconds kShortestPause{1};
-    constexpr std::chrono::milliseconds kLongestPause{50};
+    // flock() has no waiting time of its own. Who looks seldom starves among writers that come back
+    // at once, so the pauses stay short however long the wait.
+    constexpr std::chrono::microseconds kPause{250};
     const Clock::time_point limit = Clock::now() + longestWait;
-    std::chrono::milliseconds pause = kShortestPause;
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         if ((errno != EWOULDBLOCK && errno != EINTR) || Clock::now() >= limit)
             return false;
-        std::this_thread::sleep_for(pause);
-        pause = std::min(pause * 2, kLongestPause);
+        std::this_thread::sleep_for(kPause);
     }
     return true;
 }

@@ -21,7 +21,7 @@ class IdleClockMutter : public testing::Test
 protected:
     void startMutter()
     {
-        m_mutter = std::make_unique<test::StandInService>(m_buses.session.address(), kName);
+        m_mutter = std::make_unique<test::StandInService>(m_buses.session, kName);
     }
     void tell(qulonglong milliseconds) { m_mutter->setAnswer(kMethod, QVariantList{milliseconds}); }
     [[nodiscard]] bool tells(double seconds)

@@ -4,12 +4,7 @@
 #include "support/StandInService.h"
 #include "support/TestBuses.h"
 
-#include <QDBusUnixFileDescriptor>
-
 #include <gtest/gtest.h>
-
-#include <poll.h>
-#include <unistd.h>
 
 namespace corvella {
 namespace {
@@ -33,7 +28,7 @@ class PowerAssertionTest : public testing::Test
 protected:
     [[nodiscard]] std::unique_ptr<test::StandInService> onSessionBus(const QString &name)
     {
-        return std::make_unique<test::StandInService>(m_buses.session.address(), name);
+        return std::make_unique<test::StandInService>(m_buses.session, name);
     }
     // Whose answers to Inhibit are this number.
     [[nodiscard]] std::unique_ptr<test::StandInService> screenSaver(uint cookie = 42)
@@ -45,12 +40,6 @@ protected:
     }
     void hold() { m_assertion = PowerAssertion::create(kReason); }
 
-    // Waits for that many calls of the method.
-    [[nodiscard]] static bool gets(const test::StandInService &service, const QString &method,
-                                   int times = 1)
-    {
-        return becomes([&] { return service.calls(method).size() >= times; });
-    }
     // Turns the event loop until all that was sent before must have come.
     static void settle(const test::StandInService &service)
     {
@@ -66,11 +55,11 @@ TEST_F(PowerAssertionTest, InhibitsTheDesktopsSaverAndGivesItsNumberBack)
 {
     const auto service = screenSaver(42);
     hold();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     const Call inhibit{kScreenSaverPath, kScreenSaver, kInhibit, {kProgram, kReason}};
     EXPECT_EQ(service->calls(), QList{inhibit});
     m_assertion.reset();
-    ASSERT_TRUE(gets(*service, kUnInhibit));
+    ASSERT_TRUE(service->gets(kUnInhibit));
     const Call release{kScreenSaverPath, kScreenSaver, kUnInhibit, {42U}};
     EXPECT_EQ(service->calls().last(), release);
 }
@@ -82,11 +71,11 @@ TEST_F(PowerAssertionTest, InhibitsIdlenessInGnomesSession)
     const auto service = onSessionBus(name);
     service->setAnswer(kInhibit, QVariantList{7U});
     hold();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     const Call inhibit{path, name, kInhibit, {kProgram, 0U, kReason, 8U}};
     EXPECT_EQ(service->calls(), QList{inhibit});
     m_assertion.reset();
-    ASSERT_TRUE(gets(*service, u"Uninhibit"_s));
+    ASSERT_TRUE(service->gets(u"Uninhibit"_s));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{7U});
 }
 
@@ -95,53 +84,46 @@ TEST_F(PowerAssertionTest, InhibitsThePowerManager)
     const auto service = onSessionBus(u"org.freedesktop.PowerManagement"_s);
     service->setAnswer(kInhibit, QVariantList{9U});
     hold();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     const Call inhibit{u"/org/freedesktop/PowerManagement/Inhibit"_s,
                        u"org.freedesktop.PowerManagement.Inhibit"_s,
                        kInhibit,
                        {kProgram, kReason}};
     EXPECT_EQ(service->calls(), QList{inhibit});
     m_assertion.reset();
-    ASSERT_TRUE(gets(*service, kUnInhibit));
+    ASSERT_TRUE(service->gets(kUnInhibit));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{9U});
 }
 
 TEST_F(PowerAssertionTest, HoldsLogindsInhibitorOpenUntilItGoes)
 {
-    test::StandInService logind(m_buses.system.address(), u"org.freedesktop.login1"_s);
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    logind.setAnswer(kInhibit, QVariantList{QVariant::fromValue(QDBusUnixFileDescriptor(ends[1]))});
-    ::close(ends[1]);
+    test::StandInService logind(m_buses.system, u"org.freedesktop.login1"_s);
+    test::LentDescriptor inhibitor;
+    logind.setAnswer(kInhibit, inhibitor.answer());
     hold();
-    ASSERT_TRUE(gets(logind, kInhibit));
+    ASSERT_TRUE(logind.gets(kInhibit));
     const Call inhibit{u"/org/freedesktop/login1"_s,
                        u"org.freedesktop.login1.Manager"_s,
                        kInhibit,
                        {u"idle"_s, u"Corvella"_s, kReason, u"block"_s}};
     EXPECT_EQ(logind.calls(), QList{inhibit});
     logind.setAnswer(kInhibit, Silence{}); // lets go of its own end
-    const auto isOpen = [&ends] {
-        pollfd end{ends[0], POLLIN, 0};
-        return ::poll(&end, 1, 0) == 0;
-    };
     settle(logind);
-    EXPECT_TRUE(isOpen());
+    EXPECT_TRUE(inhibitor.isHeld());
     m_assertion.reset();
-    EXPECT_TRUE(becomes([&] { return !isOpen(); }));
-    ::close(ends[0]);
+    EXPECT_TRUE(becomes([&] { return !inhibitor.isHeld(); }));
 }
 
 TEST_F(PowerAssertionTest, InhibitsAgainWhenTheServiceIsRestarted)
 {
     auto service = screenSaver(42);
     hold();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     service.reset();
     service = screenSaver(43);
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     m_assertion.reset();
-    ASSERT_TRUE(gets(*service, kUnInhibit));
+    ASSERT_TRUE(service->gets(kUnInhibit));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{43U});
     EXPECT_TRUE(m_log.messages().isEmpty());
 }
@@ -150,7 +132,7 @@ TEST_F(PowerAssertionTest, InhibitsWhatComesLater)
 {
     hold();
     const auto service = screenSaver();
-    EXPECT_TRUE(gets(*service, kInhibit));
+    EXPECT_TRUE(service->gets(kInhibit));
 }
 
 TEST_F(PowerAssertionTest, GivesBackAnAnswerThatComesWhenItIsGone)
@@ -158,10 +140,10 @@ TEST_F(PowerAssertionTest, GivesBackAnAnswerThatComesWhenItIsGone)
     const auto service = screenSaver();
     service->setAnswer(kInhibit, Silence{});
     hold();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     m_assertion.reset();
     service->answerNow({42U});
-    ASSERT_TRUE(gets(*service, kUnInhibit));
+    ASSERT_TRUE(service->gets(kUnInhibit));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{42U});
 }
 
@@ -175,7 +157,7 @@ TEST_F(PowerAssertionTest, SaysThatAServiceHangsAndTakesItsAnswerEvenThen)
     service->answerNow({42U});
     settle(*service);
     m_assertion.reset();
-    EXPECT_TRUE(gets(*service, kUnInhibit));
+    EXPECT_TRUE(service->gets(kUnInhibit));
 }
 
 TEST_F(PowerAssertionTest, SaysThatAServiceRefuses)
@@ -196,10 +178,10 @@ TEST_F(PowerAssertionTest, SurvivesAServiceThatDiesWithoutAnAnswer)
     auto service = screenSaver();
     service->setAnswer(kInhibit, Silence{});
     hold();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     service.reset();
     service = screenSaver();
-    EXPECT_TRUE(gets(*service, kInhibit));
+    EXPECT_TRUE(service->gets(kInhibit));
 }
 
 TEST_F(PowerAssertionTest, StartsNoService)
@@ -208,7 +190,7 @@ TEST_F(PowerAssertionTest, StartsNoService)
     const auto other = onSessionBus(u"org.gnome.SessionManager"_s);
     other->setAnswer(kInhibit, QVariantList{1U});
     hold();
-    ASSERT_TRUE(gets(*other, kInhibit));
+    ASSERT_TRUE(other->gets(kInhibit));
     settle(*other);
     EXPECT_FALSE(m_buses.session.wasAskedToStartAny());
 }

@@ -5,12 +5,7 @@
 #include "support/StandInService.h"
 #include "support/TestBuses.h"
 
-#include <QDBusUnixFileDescriptor>
-
 #include <gtest/gtest.h>
-
-#include <poll.h>
-#include <unistd.h>
 
 namespace corvella {
 namespace {
@@ -36,16 +31,11 @@ protected:
     [[nodiscard]] std::unique_ptr<test::StandInService> onSessionBus(const QString &name,
                                                                      uint cookie)
     {
-        auto service = std::make_unique<test::StandInService>(m_buses.session.address(), name);
+        auto service = std::make_unique<test::StandInService>(m_buses.session, name);
         service->setAnswer(kInhibit, QVariantList{cookie});
         return service;
     }
     void lock() { m_presentation->setState(State::locked); }
-
-    [[nodiscard]] static bool gets(const test::StandInService &service, const QString &method)
-    {
-        return becomes([&] { return !service.calls(method).isEmpty(); });
-    }
 
     test::TestBuses m_buses;
     test::CapturedLog m_log;
@@ -54,13 +44,11 @@ protected:
 
 TEST_F(PresentationTest, HoldsPowerKeysShutdownAndSleepBackWhileLocked)
 {
-    test::StandInService logind(m_buses.system.address(), kLogind);
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    logind.setAnswer(kInhibit, QVariantList{QVariant::fromValue(QDBusUnixFileDescriptor(ends[1]))});
-    ::close(ends[1]);
+    test::StandInService logind(m_buses.system, kLogind);
+    test::LentDescriptor inhibitor;
+    logind.setAnswer(kInhibit, inhibitor.answer());
     lock();
-    ASSERT_TRUE(gets(logind, kInhibit));
+    ASSERT_TRUE(logind.gets(kInhibit));
     const Call inhibit{u"/org/freedesktop/login1"_s,
                        u"org.freedesktop.login1.Manager"_s,
                        kInhibit,
@@ -69,14 +57,9 @@ TEST_F(PresentationTest, HoldsPowerKeysShutdownAndSleepBackWhileLocked)
                         u"Corvella"_s, kReason, u"block"_s}};
     EXPECT_EQ(logind.calls(), QList{inhibit});
     logind.setAnswer(kInhibit, Silence{}); // lets go of its own end
-    const auto isOpen = [&ends] {
-        pollfd end{ends[0], POLLIN, 0};
-        return ::poll(&end, 1, 0) == 0;
-    };
-    EXPECT_TRUE(isOpen());
+    EXPECT_TRUE(inhibitor.isHeld());
     m_presentation->setState(State::ordinary);
-    EXPECT_TRUE(becomes([&] { return !isOpen(); }));
-    ::close(ends[0]);
+    EXPECT_TRUE(becomes([&] { return !inhibitor.isHeld(); }));
     EXPECT_FALSE(m_log.contains(kMachineIsFree));
 }
 
@@ -84,14 +67,14 @@ TEST_F(PresentationTest, KeepsTheSessionFromEndingWhileLocked)
 {
     const auto service = onSessionBus(kSessionManager, 7);
     lock();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     const Call inhibit{u"/org/gnome/SessionManager"_s,
                        kSessionManager,
                        kInhibit,
                        {kProgram, 0U, kReason, 1U | 2U | 4U}};
     EXPECT_EQ(service->calls(), QList{inhibit});
     m_presentation->setState(State::ordinary);
-    ASSERT_TRUE(gets(*service, u"Uninhibit"_s));
+    ASSERT_TRUE(service->gets(u"Uninhibit"_s));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{7U});
 }
 
@@ -99,20 +82,20 @@ TEST_F(PresentationTest, KeepsNotificationsOffWhileLocked)
 {
     const auto service = onSessionBus(kNotifications, 9);
     lock();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     EXPECT_EQ(service->calls().first().path, u"/org/freedesktop/Notifications"_s);
     const QVariantList program{kProgram, kReason};
     EXPECT_EQ(service->calls().first().arguments.first(2), program);
     m_presentation->setState(State::ordinary);
-    ASSERT_TRUE(gets(*service, u"UnInhibit"_s));
+    ASSERT_TRUE(service->gets(u"UnInhibit"_s));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{9U});
 }
 
 TEST_F(PresentationTest, SaysNothingOfNotificationsThatCannotBeKeptOff)
 {
-    test::StandInService service(m_buses.session.address(), kNotifications); // knows no Inhibit
+    test::StandInService service(m_buses.session, kNotifications); // knows no Inhibit
     lock();
-    ASSERT_TRUE(gets(service, kInhibit));
+    ASSERT_TRUE(service.gets(kInhibit));
     ASSERT_TRUE(becomes([this] { return m_log.contains(kMachineIsFree); }));
     EXPECT_TRUE(m_log.messages().filter(u"otifications"_s).isEmpty());
 }
@@ -121,12 +104,12 @@ TEST_F(PresentationTest, AsksAServiceAgainThatWasRestarted)
 {
     auto service = onSessionBus(kSessionManager, 7);
     lock();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     service.reset();
     service = onSessionBus(kSessionManager, 8);
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     m_presentation->setState(State::ordinary);
-    ASSERT_TRUE(gets(*service, u"Uninhibit"_s));
+    ASSERT_TRUE(service->gets(u"Uninhibit"_s));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{8U});
 }
 
@@ -139,7 +122,7 @@ TEST_F(PresentationTest, SaysOnceThatNobodyHoldsTheMachineBack)
 
 TEST_F(PresentationTest, SaysWhyTheMachineIsNotHeldBack)
 {
-    test::StandInService logind(m_buses.system.address(), kLogind);
+    test::StandInService logind(m_buses.system, kLogind);
     logind.setAnswer(kInhibit, Error{u"org.freedesktop.DBus.Error.AccessDenied"_s, u"remote"_s});
     lock();
     EXPECT_TRUE(becomes([this] { return m_log.contains(kMachineIsFree); }));
@@ -162,9 +145,9 @@ TEST_F(PresentationTest, HoldsNothingBackForAWall)
     m_presentation->setState(State::immersive);
     m_presentation->setState(State::ordinary);
     lock();
-    ASSERT_TRUE(gets(*service, kInhibit));
+    ASSERT_TRUE(service->gets(kInhibit));
     m_presentation->setState(State::ordinary);
-    ASSERT_TRUE(gets(*service, u"Uninhibit"_s));
+    ASSERT_TRUE(service->gets(u"Uninhibit"_s));
     EXPECT_EQ(service->calls().size(), 2); // those of the lock
 }
 

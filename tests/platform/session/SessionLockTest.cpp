@@ -35,14 +35,14 @@ protected:
 
     [[nodiscard]] std::unique_ptr<test::StandInService> locker(const QString &name)
     {
-        auto service = std::make_unique<test::StandInService>(m_buses.session.address(), name);
+        auto service = std::make_unique<test::StandInService>(m_buses.session, name);
         service->setAnswer(kLock, QVariantList{});
         service->setAnswer(kGetActive, QVariantList{true});
         return service;
     }
     [[nodiscard]] std::unique_ptr<test::StandInService> logind(bool isLocked)
     {
-        auto service = std::make_unique<test::StandInService>(m_buses.system.address(), kLogind);
+        auto service = std::make_unique<test::StandInService>(m_buses.system, kLogind);
         service->setAnswer(kLock, QVariantList{});
         service->setAnswer(u"Get"_s, QVariantList{QVariant::fromValue(QDBusVariant(isLocked))});
         return service;
@@ -94,7 +94,7 @@ TEST_F(SessionLockTest, WaitsUntilTheLockerSaysThatItHasLocked)
     const auto general = locker(kGeneral);
     general->setAnswer(kGetActive, QVariantList{false});
     m_lock.begin();
-    ASSERT_TRUE(becomes([&] { return general->calls(kGetActive).size() >= 3; }));
+    ASSERT_TRUE(general->gets(kGetActive, 3));
     EXPECT_FALSE(m_isFinished);
     general->setAnswer(kGetActive, QVariantList{true});
     EXPECT_TRUE(finishes());
@@ -122,7 +122,7 @@ TEST_F(SessionLockTest, WaitsTwoSecondsForALockerThatHangs)
 
 TEST_F(SessionLockTest, PassesAServiceByThatOnlyInhibits)
 {
-    const test::StandInService inhibits(m_buses.session.address(), kGeneral); // knows no Lock
+    const test::StandInService inhibits(m_buses.session, kGeneral); // knows no Lock
     const auto system = logind(true);
     m_lock.begin();
     EXPECT_TRUE(finishes());

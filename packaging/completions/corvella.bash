@@ -1,0 +1,51 @@
+# Completion for corvella, corvella-defaults and corvella-sun.
+
+_corvella() {
+    mapfile -t COMPREPLY < <(compgen -W "--start --seconds --refresh --prime --selftest" -- "$2")
+}
+
+_corvella_defaults() {
+    local keys="mode products idleMinutes lockOnDismiss offline refreshMinutes shuffle loops transition attribution
+        desktop imageryHost storeHost cacheHome appearance installUpdatesNow"
+    local words=
+    case $COMP_CWORD in
+        1) words="read write delete" ;;
+        2) words=$keys ;;
+        3)
+            [ "${COMP_WORDS[1]}" = write ] || return
+            case ${COMP_WORDS[2]} in
+                mode) words="wall saver kiosk desktop" ;;
+                transition) words="blink crossfade black circle wipe" ;;
+                appearance) words="dark light" ;;
+                products) words=-array ;;
+                idleMinutes) words=-float ;;
+                refreshMinutes | loops) words=-int ;;
+                lockOnDismiss | offline | shuffle | attribution | desktop | installUpdatesNow) words=-bool ;;
+            esac
+            ;;
+        *)
+            case ${COMP_WORDS[2]} in
+                products) words="all off rainbow 171 193 211 304 335 94 131 1600 1700 composite_uv dem" ;;
+                refreshMinutes) words="720 1440" ;;
+                lockOnDismiss | offline | shuffle | attribution | desktop | installUpdatesNow) words="true false" ;;
+            esac
+            ;;
+    esac
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
+}
+
+_corvella_sun() {
+    local words="still clip host"
+    if [ "$COMP_CWORD" -gt 1 ]; then
+        case ${COMP_WORDS[1]} in
+            still) words="--product --size --hours --seed --help" ;;
+            clip) words="--product --size --start --hours --frames --fps --crf --preset --seed --mark --help" ;;
+            host) words="--products --time --size --frames --crf --seed --help" ;;
+        esac
+    fi
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
+}
+
+complete -F _corvella corvella
+complete -F _corvella_defaults corvella-defaults
+complete -o default -F _corvella_sun corvella-sun

@@ -1,0 +1,1 @@
+// Stands for all tests when the headers that they share are compiled; see CMakeLists.txt.

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# What a desktop and a shell read of an installed copy holds to their rules.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+failed=0
+fail() { echo "$*"; failed=1; }
+
+desktop-file-validate packaging/space.tarrow.corvella.desktop || fail "the desktop file"
+appstreamcli validate --no-net packaging/space.tarrow.corvella.metainfo.xml || fail "the AppStream description"
+
+# No page has a macro or an escape that man does not know.
+for page in packaging/man/*.1; do
+    complaints=$(groff -man -ww -Tutf8 -Kutf8 -z "$page" 2>&1)
+    [ -z "$complaints" ] || fail "$page: $complaints"
+done
+
+# What the completion of a command line offers after these words.
+offers() {
+    bash -c '. packaging/completions/corvella.bash; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
+        function=$(complete -p "$1" | sed -E "s/.*-F ([^ ]+).*/\1/"); "$function" "$1" "${@: -1}"
+        echo "${COMPREPLY[*]}"' _ "$@"
+}
+[ "$(offers corvella --s)" = "--start --seconds --selftest" ] || fail "completion of an option"
+[ "$(offers corvella-defaults write tr)" = "transition" ] || fail "completion of a setting"
+[ "$(offers corvella-defaults write mode k)" = "kiosk" ] || fail "completion of a mode"
+[ "$(offers corvella-defaults write products -array 17)" = "171 1700" ] || fail "completion of a product"
+[ "$(offers corvella-sun ho)" = "host" ] || fail "completion of a command"
+
+# The icon of the desktop file is there in every size, and is of that size.
+for size in 16 22 24 32 48 64 128 256 512; do
+    picture=resources/icons/hicolor/${size}x$size/apps/space.tarrow.corvella.png
+    [ "$(identify -format '%wx%h' "$picture")" = "${size}x$size" ] || fail "$picture"
+done
+exit $failed
