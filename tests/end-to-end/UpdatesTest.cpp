@@ -66,7 +66,7 @@ protected:
                              {u"imageryHost"_s, u"localhost:1"_s},
                              {u"checkUpdatesNow"_s, true},
                              {u"updateFeed"_s, u"https://%1/appcast.xml"_s.arg(m_server->host())}});
-        makeBundle(u"/1"_s, m_program.home() + u"/first"_s);
+        makeBundle(kUpdates + u"/1"_s, m_program.home() + u"/first"_s);
         const QString bundle =
             QDir(m_program.home() + u"/first"_s).entryList({u"*.tar.gz"_s}).value(0);
         shell({kPackaging + u"/install-bundle"_s, m_program.home() + u"/first/"_s + bundle,
@@ -84,12 +84,11 @@ protected:
         EXPECT_TRUE(notes.open(QIODevice::WriteOnly));
         notes.write("Sharper loops & <more>\n");
         notes.close();
-        shell({kPackaging + u"/make-update"_s, u"--tree"_s,
-               tree.startsWith(u"/tmp"_s) ? tree : kUpdates + tree, u"--key"_s, kKey, u"--url"_s,
+        shell({kPackaging + u"/make-update"_s, u"--tree"_s, tree, u"--key"_s, kKey, u"--url"_s,
                u"https://"_s + m_server->host(), u"--out"_s, folder, u"--notes"_s,
                notes.fileName()});
     }
-    void announce() const { makeBundle(u"/2"_s, m_www); }
+    void announce() const { makeBundle(kUpdates + u"/2"_s, m_www); }
 
     [[nodiscard]] QString prefix() const { return m_program.home() + u"/opt/corvella"_s; }
     [[nodiscard]] QString path(const QString &name) const { return prefix() + u'/' + name; }

@@ -33,7 +33,7 @@ qint64 buildIn(const QString &name, const QString &prefix = {})
 bool isMarkedByPackageManager(const QString &folder)
 {
     return QFile::exists(folder + QStringLiteral("/share/corvella/package-manager"))
-        || folder == u"/usr" || folder.startsWith(u"/usr/lib/") || folder.startsWith(u"/app");
+        || folder == u"/usr" || folder.startsWith(u"/usr/lib/") || folder == u"/app";
 }
 
 FileResult lastError()

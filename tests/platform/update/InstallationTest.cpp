@@ -41,6 +41,8 @@ TEST_F(InstallationTest, LeavesAloneWhatThePackageManagerOwns)
     EXPECT_EQ(Installation(u"/usr/bin/corvella"_s).kind(), Kind::packageManager);
     EXPECT_EQ(Installation(u"/usr/lib/corvella/1/bin/corvella"_s).kind(), Kind::packageManager);
     EXPECT_EQ(Installation(u"/app/bin/corvella"_s).kind(), Kind::packageManager);
+    EXPECT_EQ(Installation(u"/usr/local/bin/corvella"_s).kind(), Kind::loose);
+    EXPECT_EQ(Installation(u"/apple/bin/corvella"_s).kind(), Kind::loose);
 }
 
 TEST_F(InstallationTest, KnowsACopyThatSomebodyPutThere)
