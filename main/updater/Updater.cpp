@@ -32,11 +32,20 @@ const QString kOffline =
     QStringLiteral("Offline is on in Corvella's Settings, so it is not checking for updates.");
 const QString kNotUpdated = QStringLiteral("Corvella was not updated");
 
-// Where the clocks jump over this time, Qt moves it forward; where it comes twice, Qt takes the
-// first.
+// The first moment of a day at which its clocks show 03:00, or, where they jump over that, the
+// moment of the jump. Qt 6.4 gives an invalid time for the one and the second of two for 03:00 that
+// comes twice.
 QDateTime quietStart(const QDate &day, const QTimeZone &zone)
 {
-    return QDateTime(day, QTime(kQuietFrom, 0), zone);
+    const QDateTime shown(day, QTime(kQuietFrom, 0), Qt::UTC); // as if it were UTC
+    const auto [behind, ahead] =
+        std::minmax({zone.offsetFromUtc(shown.addDays(-1)), zone.offsetFromUtc(shown.addDays(1))});
+    for (const int offset : {ahead, behind}) {
+        const QDateTime moment = shown.addSecs(-offset);
+        if (zone.offsetFromUtc(moment) == offset)
+            return moment.toTimeZone(zone);
+    }
+    return zone.nextTransition(shown.addSecs(-ahead)).atUtc.toTimeZone(zone);
 }
 
 QString logText(const QDateTime &instant)

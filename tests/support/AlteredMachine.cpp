@@ -6,8 +6,8 @@ namespace corvella::test {
 
 namespace {
 
-// $1 is a scratch folder, $2 the folder of the journal's socket, $3 the folder to empty; the
-// command follows.
+// $1 is a scratch folder, $2 the folder of the journal's socket, $3 the folder to empty,
+// $4 the folder to write-protect; the command follows.
 constexpr const char *kMountJournal = R"(
 mount -t tmpfs none /run
 mkdir -p /run/systemd/journal
@@ -16,6 +16,11 @@ mount --bind "$2" /run/systemd/journal
 
 constexpr const char *kMountEmptyFolder = R"(
 mount -t tmpfs none "$3"
+)";
+
+constexpr const char *kMountReadOnlyFolder = R"(
+mount --bind "$4" "$4"
+mount -o remount,bind,ro "$4"
 )";
 
 constexpr const char *kMountBareDevices = R"(
@@ -35,9 +40,11 @@ QString AlteredMachine::script() const
         script += QString::fromLatin1(kMountJournal);
     if (!m_emptyFolder.isEmpty())
         script += QString::fromLatin1(kMountEmptyFolder);
+    if (!m_readOnlyFolder.isEmpty())
+        script += QString::fromLatin1(kMountReadOnlyFolder);
     if (!m_hasDevices)
         script += QString::fromLatin1(kMountBareDevices);
-    return script + QStringLiteral("shift 3\nexec \"$@\"\n");
+    return script + QStringLiteral("shift 4\nexec \"$@\"\n");
 }
 
 Command AlteredMachine::around(const Command &command) const
@@ -48,7 +55,7 @@ Command AlteredMachine::around(const Command &command) const
     if (!m_hasNetwork)
         words << QStringLiteral("--net");
     words << QStringLiteral("sh") << QStringLiteral("-c") << script() << QStringLiteral("sh")
-          << m_folder.path() << m_journal << m_emptyFolder << command.program;
+          << m_folder.path() << m_journal << m_emptyFolder << m_readOnlyFolder << command.program;
     return {QStringLiteral("unshare"), words + command.arguments, command.environment,
             command.folder, command.standardError};
 }

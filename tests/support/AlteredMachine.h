@@ -17,6 +17,8 @@ public:
     void removeDevices() { m_hasDevices = false; }
     // Nothing is in this folder, of which there is one at most.
     void emptyFolder(const QString &path) { m_emptyFolder = path; }
+    // Nobody, not even root, can write below this folder, of which there is one at most.
+    void makeReadOnly(const QString &path) { m_readOnlyFolder = path; }
     // No network answers; sockets that are files still do.
     void removeNetwork() { m_hasNetwork = false; }
 
@@ -28,6 +30,7 @@ private:
 
     QString m_journal;
     QString m_emptyFolder;
+    QString m_readOnlyFolder;
     bool m_hasDevices = true;
     bool m_hasNetwork = true;
     QTemporaryDir m_folder; // to build in

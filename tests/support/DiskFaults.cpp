@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <set>
 #include <string>
+#include <sys/types.h>
 #include <unistd.h>
 
 namespace {
@@ -92,17 +93,15 @@ __attribute__((destructor)) void report()
     }
 }
 
-} // namespace
-
-extern "C" ssize_t write(int descriptor, const void *bytes, size_t count)
+// What is common to the ways of writing; `next` writes that many of the bytes.
+template <typename Next> ssize_t writeFaultily(int descriptor, size_t count, const Next &next)
 {
-    static const auto next = original<ssize_t (*)(int, const void *, size_t)>("write");
     static const long room = number("DISK_FAULTS_ROOM", LONG_MAX);
     if (!isBelow(descriptor))
-        return next(descriptor, bytes, count);
+        return next(count);
     unflushed().insert(pathOf(descriptor));
     if (powerFails()) {
-        next(descriptor, bytes, count / 2);
+        next(count / 2);
         losePower();
     }
     const auto left = static_cast<size_t>(room - bytesWritten);
@@ -110,10 +109,27 @@ extern "C" ssize_t write(int descriptor, const void *bytes, size_t count)
         errno = ENOSPC;
         return -1;
     }
-    const ssize_t written = next(descriptor, bytes, count < left ? count : left);
+    const ssize_t written = next(count < left ? count : left);
     if (written > 0)
         bytesWritten += written;
     return written;
+}
+
+} // namespace
+
+extern "C" ssize_t write(int descriptor, const void *bytes, size_t count)
+{
+    static const auto original = ::original<ssize_t (*)(int, const void *, size_t)>("write");
+    return writeFaultily(descriptor, count,
+                         [&](size_t some) { return original(descriptor, bytes, some); });
+}
+
+extern "C" ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t offset)
+{
+    static const auto original =
+        ::original<ssize_t (*)(int, const void *, size_t, off_t)>("pwrite");
+    return writeFaultily(descriptor, count,
+                         [&](size_t some) { return original(descriptor, bytes, some, offset); });
 }
 
 extern "C" int fsync(int descriptor)

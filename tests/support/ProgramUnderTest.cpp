@@ -186,7 +186,7 @@ QStringList ProgramUnderTest::content() const
 void ProgramUnderTest::start(const QStringList &arguments)
 {
     m_process.reset();
-    const Command command{executable(), arguments, m_environment, home(), m_standardError};
+    const Command command{m_executable, arguments, m_environment, home(), m_standardError};
     m_process = std::make_unique<ChildProcess>(m_machine ? m_machine->around(command) : command);
 }
 

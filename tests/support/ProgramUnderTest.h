@@ -30,6 +30,9 @@ public:
     // The program's own file, as it was built.
     [[nodiscard]] static QString executable();
 
+    // Starts another file from now on, as an installed copy has it.
+    void setExecutable(const QString &path) { m_executable = path; }
+
     // Where it is to be seen. One of them, before it starts.
     void showOn(const XServer &server);
     void showOn(const HeadlessSway &compositor);
@@ -81,6 +84,7 @@ private:
 
     QTemporaryDir m_home;
     QProcessEnvironment m_environment;
+    QString m_executable = executable();
     const AlteredMachine *m_machine = nullptr;
     StandardError m_standardError = StandardError::captured;
     QJsonArray m_manifest;

@@ -105,13 +105,16 @@ std::optional<QString> LoginItem::remove() const
 QString LoginItem::stablePath(const QString &executablePath)
 {
     const QFileInfo executable(executablePath);
-    // PREFIX/BUILD/bin/corvella, reached as PREFIX/current/bin/corvella
+    // PREFIX/BUILD/bin/corvella, started by PREFIX/bin/corvella or reached as
+    // PREFIX/current/bin/corvella
     const QDir bin = executable.dir();
     const QString build = QFileInfo(bin.path()).path();
     const QFileInfo current(QFileInfo(build).path() + QStringLiteral("/current"));
     if (!current.isSymLink() || current.canonicalFilePath() != QFileInfo(build).canonicalFilePath())
         return executablePath;
-    return current.filePath() + u'/' + bin.dirName() + u'/' + executable.fileName();
+    const QString name = u'/' + bin.dirName() + u'/' + executable.fileName();
+    const QString launcher = current.path() + name;
+    return QFileInfo(launcher).isExecutable() ? launcher : current.filePath() + name;
 }
 
 namespace AutostartEntry {

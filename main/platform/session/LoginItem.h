@@ -28,8 +28,8 @@ public:
     [[nodiscard]] std::optional<QString> setEnabled(bool enabled) const;
 
     // An installed update lies in a folder of its own with a link "current" beside it that moves on
-    // with the next one. For an executable inside the folder that "current" names, the same file by
-    // way of that link; else the path itself.
+    // with the next one. For an executable inside the folder that "current" names, what starts the
+    // builds there, or else the same file by way of that link; for any other, the path itself.
     [[nodiscard]] static QString stablePath(const QString &executablePath);
 
 private:

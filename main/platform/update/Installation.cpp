@@ -33,7 +33,7 @@ qint64 buildIn(const QString &name, const QString &prefix = {})
 bool isMarkedByPackageManager(const QString &folder)
 {
     return QFile::exists(folder + QStringLiteral("/share/corvella/package-manager"))
-        || folder == u"/usr" || folder.startsWith(u"/usr/lib/") || folder.startsWith(u"/app");
+        || folder == u"/usr" || folder.startsWith(u"/usr/lib/") || folder == u"/app";
 }
 
 FileResult lastError()
@@ -154,9 +154,21 @@ FileResult Installation::switchTo(qint64 build) const
     return flushFolder(m_prefix);
 }
 
-void Installation::confirmStart() const
+void Installation::endTrial() const
 {
     QFile::remove(trialOf(m_identity->build));
+}
+
+std::optional<FileLock> Installation::lock() const
+{
+    return FileLock::acquire(workFolder() + QStringLiteral("/lock"), std::chrono::milliseconds(0));
+}
+
+void Installation::clearUp() const
+{
+    const std::optional<FileLock> alone = lock();
+    if (!alone)
+        return; // nothing was ever installed here, or another process is about to
     const QString link = m_prefix + u'/' + kPrevious;
     const qint64 previous = buildIn(QFileInfo(QFile::symLinkTarget(link)).fileName());
     const QDir prefix(m_prefix);

@@ -14,6 +14,7 @@
 #pragma once
 
 #include "platform/storage/DurableFile.h"
+#include "platform/storage/FileLock.h"
 #include "platform/update/BuildIdentity.h"
 
 namespace corvella {
@@ -43,6 +44,9 @@ public:
 
     // Whether this build is the one that is started. A newer one may be waiting for our end.
     [[nodiscard]] bool isCurrent() const;
+    // Held by the one process that changes anything here; none when another one is at it, or with
+    // errno set. Needs the work folder.
+    [[nodiscard]] std::optional<FileLock> lock() const;
     // Has the work folder there. Fails where nobody but us must be able to write and others can, or
     // where we cannot.
     FileResult makeWorkFolder() const;
@@ -50,9 +54,11 @@ public:
     FileResult publish(qint64 build) const;
     // Makes another build the one that is started, on trial; ours becomes the one before it.
     FileResult switchTo(qint64 build) const;
-    // This build has started: its trial is over. Removes all builds but this one, the one before it
-    // and one that was published to follow it, and what failed attempts have left.
-    void confirmStart() const;
+    // This build has started: it is on trial no more. At once.
+    void endTrial() const;
+    // Removes all builds but this one, the one before it and one that was published to follow it,
+    // and what failed attempts have left. Brings the launcher of this build.
+    void clearUp() const;
     // The highest build that was put back; 0 when there is none.
     [[nodiscard]] qint64 failedBuild() const;
 

@@ -163,17 +163,13 @@ void UpdatePreparation::cancel()
     m_session.cancel();
 }
 
-QString UpdatePreparation::workFile(const QString &name) const
-{
-    return m_setup.installation.workFolder() + u'/' + name;
-}
-
 // Named after what is to come into it: a bundle that is announced anew is another one.
 QString UpdatePreparation::partOf(const AppcastItem &item) const
 {
     const QByteArray digest =
         QCryptographicHash::hash(textOf(item.signature), QCryptographicHash::Sha256);
-    return workFile(QString::fromLatin1(digest.toHex().left(16)) + kPartSuffix);
+    return m_setup.installation.workFolder() + u'/' + QString::fromLatin1(digest.toHex().left(16))
+        + kPartSuffix;
 }
 
 Result UpdatePreparation::takeWorkFolder(std::optional<FileLock> &lock) const
@@ -182,7 +178,7 @@ Result UpdatePreparation::takeWorkFolder(std::optional<FileLock> &lock) const
         return fault(UpdateFault::superseded, QStringLiteral("another build is installed already"));
     if (Result made = fromFile(m_setup.installation.makeWorkFolder()); !isOk(made))
         return made;
-    lock = FileLock::acquire(workFile(QStringLiteral("lock")), 0ms);
+    lock = m_setup.installation.lock();
     if (lock)
         return {};
     return errno == EWOULDBLOCK
@@ -241,10 +237,7 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
                             .channels = m_setup.channels,
                             .phase = state.phase,
                             .now = now};
-    std::optional<AppcastItem> item = chooseUpdate(reading.feed.items, facts, kind);
-    if (item && kind == CheckKind::automatic && item->build == state.unusableBuild)
-        item.reset();
-    return {.item = item};
+    return {.item = chooseUpdate(reading.feed.items, facts, kind)};
 }
 
 Result UpdatePreparation::prepare(const AppcastItem &item, const Progress &progress)
@@ -368,8 +361,8 @@ Result UpdatePreparation::prove(const AppcastItem &item) const
     }
     if (m_cancelled)
         return fault(UpdateFault::cancelled, QStringLiteral("cancelled"));
-    const bool holds = program.error() == QProcess::UnknownError
-        && program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0
+    // One that does not even start has said nothing.
+    const bool holds = program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0
         && !program.readAllStandardOutput().isEmpty();
     return holds ? Result()
                  : fault(UpdateFault::doesNotRun,
@@ -389,11 +382,6 @@ Result UpdatePreparation::unpackAndProve(const AppcastItem &item, const FileDesc
     if (isOk(result))
         return result;
     QDir(staging).removeRecursively();
-    if (result.fault == UpdateFault::doesNotRun) {
-        UpdateState state = UpdateState::read(m_setup.installation.workFolder());
-        state.unusableBuild = item.build;
-        (void)state.write(m_setup.installation.workFolder()); // else it is tried again tomorrow
-    }
     return result;
 }
 

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "platform/net/HttpSession.h"
-#include "platform/storage/FileLock.h"
 #include "platform/update/Installation.h"
 #include "platform/update/UpdateChoice.h"
 #include "platform/update/UpdateState.h"
@@ -71,7 +70,6 @@ public:
     void cancel();
 
 private:
-    [[nodiscard]] QString workFile(const QString &name) const;
     [[nodiscard]] QString partOf(const AppcastItem &item) const;
     Result fetchFeed(QByteArray &bytes);
     Result takeWorkFolder(std::optional<FileLock> &lock) const;

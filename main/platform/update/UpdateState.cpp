@@ -16,7 +16,6 @@ const QString kIssued = QStringLiteral("feedIssued");
 const QString kDigest = QStringLiteral("feedDigest");
 const QString kLastCheck = QStringLiteral("lastCheck");
 const QString kPhase = QStringLiteral("phase");
-const QString kUnusable = QStringLiteral("unusableBuild");
 
 QString fileIn(const QString &folder)
 {
@@ -35,13 +34,12 @@ UpdateState UpdateState::parse(const QByteArray &json)
     state.lastCheck = parseIsoDate(object.value(kLastCheck).toString());
     const int phase = object.value(kPhase).toInt(-1);
     state.phase = phase >= 0 && phase < kPhases ? phase : -1;
-    state.unusableBuild = object.value(kUnusable).toInteger();
     return state;
 }
 
 QByteArray UpdateState::json() const
 {
-    QJsonObject object{{kPhase, phase}, {kUnusable, unusableBuild}};
+    QJsonObject object{{kPhase, phase}};
     if (seen) {
         object.insert(kIssued, isoDateText(seen->issued));
         object.insert(kDigest, QString::fromLatin1(seen->digest.toHex()));

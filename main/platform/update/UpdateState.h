@@ -14,7 +14,6 @@ struct UpdateState
     std::optional<SeenFeed> seen;       // the newest feed that was believed
     std::optional<QDateTime> lastCheck; // when that was, UTC
     int phase = -1;                     // which part of all machines this is, 0 to 6; drawn once
-    qint64 unusableBuild = 0;           // one that does not run here; not tried again by itself
 
     bool operator==(const UpdateState &) const = default;
 

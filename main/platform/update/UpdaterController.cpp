@@ -85,7 +85,8 @@ void UpdaterController::start()
 
 void UpdaterController::confirmStart()
 {
-    m_worker.start([installation = m_installation] { installation.confirmStart(); });
+    m_installation.endTrial();
+    m_worker.start([installation = m_installation] { installation.clearUp(); });
     m_hourly.start(kBetweenLooks);
     check(Asked::daily);
 }
@@ -142,7 +143,8 @@ void UpdaterController::found(Asked asked, const UpdatePreparation::Finding &fin
     }
     m_preparation.reset();
     m_lastComplaint.clear();
-    if (!finding.item) {
+    const bool isKnownToFail = finding.item && finding.item->build == m_unusableBuild;
+    if (!finding.item || (isKnownToFail && asked != Asked::byHand)) {
         Q_EMIT upToDate();
     } else if (asked == Asked::byHand) {
         m_offer = finding.item;
@@ -188,6 +190,8 @@ void UpdaterController::prepare(const AppcastItem &item)
 
 void UpdaterController::prepared(const AppcastItem &item, const UpdatePreparation::Result &result)
 {
+    if (result.fault == UpdateFault::doesNotRun)
+        m_unusableBuild = item.build;
     if (result.fault != UpdateFault::none) {
         fail(result);
         return;

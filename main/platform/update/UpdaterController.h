@@ -109,7 +109,8 @@ private:
     std::optional<AppcastItem> m_offer;
     std::optional<Ready> m_ready;
     std::optional<QString> m_relaunch;
-    QString m_lastComplaint; // what the log has been told already
+    qint64 m_unusableBuild = 0; // does not run here; not downloaded again unless somebody asks
+    QString m_lastComplaint;    // what the log has been told already
 };
 
 } // namespace corvella

@@ -477,6 +477,53 @@ TEST_F(HttpSessionTest, CancelEndsTheRequestAtOnceAndAllLaterOnes)
     EXPECT_EQ(server.connections(), 1);
 }
 
+TEST_F(HttpSessionTest, GoesOnWhereADownloadBrokeOff)
+{
+    m_home.write(m_root + QStringLiteral("/file"), "0123456789");
+    const test::NginxServer server(m_identity, m_root);
+    HttpRequest rest = request(server.host());
+    rest.from = 4;
+    rest.largestBody = 10;
+    const Result result = get(rest);
+    EXPECT_EQ(result.answer.status, 206);
+    EXPECT_EQ(result.body, QByteArray("456789"));
+    rest.largestBody = 9; // of the whole, not of the rest
+    EXPECT_EQ(get(rest).reason(), "larger than 9 bytes");
+    rest.from = 10;
+    EXPECT_EQ(get(rest).answer.status, 416);
+}
+
+TEST_F(HttpSessionTest, PassesOverTheBeginWhereAServerSendsAll)
+{
+    const test::FaultServer server(m_identity, always(test::okAnswer("0123456789")));
+    HttpRequest rest = request(server.host());
+    rest.from = 4;
+    const Result result = get(rest);
+    EXPECT_EQ(result.answer.status, 200);
+    EXPECT_EQ(result.body, QByteArray("456789"));
+    rest.from = 100;
+    EXPECT_EQ(get(rest).body, QByteArray());
+}
+
+TEST_F(HttpSessionTest, TakesNoOtherPartThanTheOneItAskedFor)
+{
+    for (const char *range :
+         {"", "Content-Range: bytes 3-9/10\r\n", "Content-Range: bytes 40-46/50\r\n"}) {
+        const test::FaultServer server(m_identity,
+                                       always(QByteArray("HTTP/1.1 206 Partial Content\r\n") + range
+                                              + "Content-Length: 6\r\n\r\n456789"));
+        HttpRequest rest = request(server.host());
+        rest.from = 4;
+        const Result result = get(rest);
+        EXPECT_EQ(result.answer.status, 0) << range;
+        EXPECT_EQ(result.reason(), "another part than asked for");
+        EXPECT_EQ(result.body, QByteArray());
+        // Nobody asked for a part.
+        const Result whole = get(request(server.host()));
+        EXPECT_EQ(whole.body, QByteArray());
+    }
+}
+
 TEST_F(HttpSessionTest, LetsThreadsTakeTurns)
 {
     m_home.write(m_root + QStringLiteral("/file"), QByteArray(100'000, 'x'));

@@ -245,6 +245,11 @@ TEST(LoginItemPathTest, GoesByTheLinkThatMovesOnWithUpdates)
     EXPECT_EQ(LoginItem::stablePath(build),
               home.path(QStringLiteral("opt/corvella/current/bin/corvella")));
     EXPECT_EQ(LoginItem::stablePath(other), other) << "the link names another build";
+    const QString launcher = home.path(QStringLiteral("opt/corvella/bin/corvella"));
+    home.write(launcher, "");
+    ASSERT_TRUE(QFile::setPermissions(launcher, QFile::ReadOwner | QFile::ExeOwner));
+    EXPECT_EQ(LoginItem::stablePath(build), launcher);
+    EXPECT_EQ(LoginItem::stablePath(other), other);
     EXPECT_EQ(LoginItem::stablePath(QStringLiteral("/usr/bin/corvella")),
               QStringLiteral("/usr/bin/corvella"));
 }

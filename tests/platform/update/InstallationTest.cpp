@@ -41,6 +41,8 @@ TEST_F(InstallationTest, LeavesAloneWhatThePackageManagerOwns)
     EXPECT_EQ(Installation(u"/usr/bin/corvella"_s).kind(), Kind::packageManager);
     EXPECT_EQ(Installation(u"/usr/lib/corvella/1/bin/corvella"_s).kind(), Kind::packageManager);
     EXPECT_EQ(Installation(u"/app/bin/corvella"_s).kind(), Kind::packageManager);
+    EXPECT_EQ(Installation(u"/usr/local/bin/corvella"_s).kind(), Kind::loose);
+    EXPECT_EQ(Installation(u"/apple/bin/corvella"_s).kind(), Kind::loose);
 }
 
 TEST_F(InstallationTest, KnowsACopyThatSomebodyPutThere)
@@ -112,7 +114,15 @@ TEST_F(InstallationTest, AStartedBuildEndsItsTrialAndClearsUp)
     ASSERT_TRUE(m_copy.installation().switchTo(2).isOk());
     ASSERT_TRUE(m_copy.installation(2).switchTo(3).isOk());
     m_home.write(work(u"failed-4"_s), "xx"); // 5 lies ready to follow
-    m_copy.installation(3).confirmStart();
+    {
+        const auto another = m_copy.installation(3).lock();
+        ASSERT_TRUE(another);
+        const QStringList before = m_copy.names();
+        m_copy.installation(3).clearUp();
+        EXPECT_EQ(m_copy.names(), before); // it may need what lies there
+    }
+    m_copy.installation(3).endTrial();
+    m_copy.installation(3).clearUp();
     EXPECT_FALSE(QFile::exists(work(u"trial-3"_s)));
     EXPECT_THAT(m_copy.names(),
                 ElementsAre(u".update"_s, u"2"_s, u"3"_s, u"5"_s, u"bin"_s, u"current"_s,
@@ -122,7 +132,8 @@ TEST_F(InstallationTest, AStartedBuildEndsItsTrialAndClearsUp)
 TEST_F(InstallationTest, AStartedBuildBringsItsLauncher)
 {
     m_home.write(m_copy.path(u"1/share/corvella/launcher"_s), "newer");
-    m_copy.installation().confirmStart();
+    ASSERT_TRUE(m_copy.installation().makeWorkFolder().isOk());
+    m_copy.installation().clearUp();
     EXPECT_EQ(test::TemporaryHome::read(m_copy.path(u"bin/corvella"_s)), QByteArray("newer"));
     EXPECT_EQ(::access(QFile::encodeName(m_copy.path(u"bin/corvella"_s)).constData(), X_OK), 0);
 }

@@ -18,7 +18,6 @@ TEST(UpdateState, IsKeptInAFile)
     state.seen = {.issued = kNow.addMSecs(-1), .digest = QByteArray::fromHex("00ff")};
     state.lastCheck = kNow;
     state.phase = 6;
-    state.unusableBuild = 42;
     ASSERT_TRUE(state.write(home.path()).isOk());
     EXPECT_EQ(UpdateState::read(home.path()), state);
 }

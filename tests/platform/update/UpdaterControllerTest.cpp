@@ -391,8 +391,17 @@ TEST_F(UpdaterControllerTest, KeepsTheOldBuildWhereTheNewOneFailsItsOwnTest)
         entries[1].content = script;
         EXPECT_EQ(faultOfBundle(test::makeArchive(entries)), UpdateFault::doesNotRun) << script;
         m_issued = m_issued.addSecs(1);
-        m_home.write(m_copy.path(u".update/state.json"_s), "{}");
+        m_controller.reset(); // which would not try that build again
     }
+}
+
+TEST_F(UpdaterControllerTest, GivesTheNewBuildTimeForItsOwnTest)
+{
+    serve();
+    QList<test::ArchiveEntry> entries = test::buildEntries(u"1.2"_s, 2);
+    entries[1].content = "#!/bin/sh\nsleep 0.4\necho ok\n";
+    announce({addBundle(test::makeArchive(entries))});
+    EXPECT_TRUE(becomesReady());
 }
 
 TEST_F(UpdaterControllerTest, DoesNotTryABuildThatDoesNotRunAgainByItself)

@@ -1,0 +1,336 @@
+// The real program, installed from a bundle, updates itself to another real build from a real web
+// server; and what is left of it when that is interrupted.
+#include "support/AlteredMachine.h"
+#include "support/NginxServer.h"
+#include "support/ProgramUnderTest.h"
+#include "support/QtPrinting.h"
+#include "support/Repetitions.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+
+#include <csignal>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <random>
+#include <thread>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+
+const QString kUpdates = QStringLiteral(CORVELLA_UPDATES);
+const QString kPackaging = QStringLiteral(CORVELLA_PACKAGING);
+const QString kKey = kUpdates + u"/key.pem"_s;
+const QString kInstalling = u"update: installing 1.2.0 now and relaunching"_s;
+
+// A zone in which it is this hour now.
+QString zoneWhereItIs(int hour)
+{
+    const int behind = QDateTime::currentDateTimeUtc().time().hour() - hour;
+    return u"TEST%1%2"_s.arg(behind < 0 ? u"-"_s : u"+"_s).arg(std::abs(behind));
+}
+
+// All files below a folder with what they hold.
+QMap<QString, QByteArray> contentOf(const QString &folder)
+{
+    QMap<QString, QByteArray> content;
+    QDirIterator files(folder, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        QCryptographicHash hash(QCryptographicHash::Sha1);
+        hash.addData(&file);
+        content.insert(QDir(folder).relativeFilePath(file.fileName()), hash.result());
+    }
+    return content;
+}
+
+class Updates : public testing::Test
+{
+protected:
+    Updates()
+    {
+        EXPECT_TRUE(QDir().mkpath(m_www));
+        m_server = std::make_unique<test::NginxServer>(m_authority.issue({u"localhost"_s}), m_www);
+        m_program.setVariable(u"SSL_CERT_FILE"_s, m_authority.certificate());
+        m_program.showOnPlatform(u"offscreen"_s);
+        m_program.addClip(u"171"_s, 1, 1);
+        m_program.configure({{u"mode"_s, u"desktop"_s},
+                             {u"configured"_s, true},
+                             {u"imageryHost"_s, u"localhost:1"_s},
+                             {u"checkUpdatesNow"_s, true},
+                             {u"updateFeed"_s, u"https://%1/appcast.xml"_s.arg(m_server->host())}});
+        makeBundle(kUpdates + u"/1"_s, m_program.home() + u"/first"_s);
+        const QString bundle =
+            QDir(m_program.home() + u"/first"_s).entryList({u"*.tar.gz"_s}).value(0);
+        shell({kPackaging + u"/install-bundle"_s, m_program.home() + u"/first/"_s + bundle,
+               prefix()});
+        m_program.setExecutable(path(u"bin/corvella"_s));
+    }
+
+    void shell(const QStringList &words) const
+    {
+        test::run({words.first(), words.mid(1), m_program.environment(), m_program.home()});
+    }
+    void makeBundle(const QString &tree, const QString &folder) const
+    {
+        QFile notes(m_program.home() + u"/notes"_s);
+        EXPECT_TRUE(notes.open(QIODevice::WriteOnly));
+        notes.write("Sharper loops & <more>\n");
+        notes.close();
+        shell({kPackaging + u"/make-update"_s, u"--tree"_s, tree, u"--key"_s, kKey, u"--url"_s,
+               u"https://"_s + m_server->host(), u"--out"_s, folder, u"--notes"_s,
+               notes.fileName()});
+    }
+    void announce() const { makeBundle(kUpdates + u"/2"_s, m_www); }
+
+    [[nodiscard]] QString prefix() const { return m_program.home() + u"/opt/corvella"_s; }
+    [[nodiscard]] QString path(const QString &name) const { return prefix() + u'/' + name; }
+    [[nodiscard]] int current() const
+    {
+        return QFileInfo(QFile::symLinkTarget(path(u"current"_s))).fileName().toInt();
+    }
+
+    // The arguments of the process that runs this build of the copy; none when there is none.
+    [[nodiscard]] std::optional<QStringList> running(int build) const
+    {
+        const QString executable = path(QString::number(build) + u"/bin/corvella"_s);
+        for (const QString &id : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
+            const QString folder = u"/proc/"_s + id;
+            if (QFile::symLinkTarget(folder + u"/exe"_s) != executable)
+                continue;
+            QFile file(folder + u"/cmdline"_s);
+            if (!file.open(QIODevice::ReadOnly))
+                continue;
+            QStringList words = QString::fromLocal8Bit(file.readAll()).split(QChar(u'\0'));
+            words.removeLast();
+            return words.mid(1);
+        }
+        return std::nullopt;
+    }
+    bool starts(int build)
+    {
+        return becomes([&] { return running(build).has_value(); });
+    }
+    void end()
+    {
+        m_program.process().signal(SIGTERM);
+        EXPECT_TRUE(becomes([this] { return !m_program.process().isRunning(); }));
+        EXPECT_FALSE(running(1));
+        EXPECT_FALSE(running(2));
+    }
+    // What must hold whatever happened: the copy is one whole build, and it starts.
+    void expectOneWholeBuild(const std::string &when)
+    {
+        const QString build = QString::number(current());
+        QMap<QString, QByteArray> content = contentOf(path(build));
+        content.remove(u".signature"_s);
+        EXPECT_EQ(content, contentOf(kUpdates + u'/' + build)) << when;
+        EXPECT_GT(content.size(), 5) << when;
+        test::run({path(u"bin/corvella"_s), {u"--selftest"_s}, m_program.environment(), {}});
+    }
+
+    test::TestAuthority m_authority;
+    test::ProgramUnderTest m_program;
+    QString m_www = m_program.home() + u"/www"_s;
+    std::unique_ptr<test::NginxServer> m_server;
+};
+
+TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)
+{
+    announce();
+    m_program.configure({{u"installUpdatesNow"_s, true}});
+    const QStringList arguments{u"--seconds"_s, u"3600"_s, u"two words"_s};
+    m_program.start(arguments);
+    EXPECT_TRUE(m_program.logs(kInstalling));
+    ASSERT_TRUE(starts(2));
+    EXPECT_EQ(running(2), arguments);
+    EXPECT_FALSE(running(1));
+    EXPECT_EQ(current(), 2);
+    expectOneWholeBuild("updated");
+    // It is on trial until it has run for a while; then it is the one.
+    EXPECT_TRUE(QFile::exists(path(u".update/trial-2"_s)));
+    EXPECT_TRUE(becomes([this] { return !QFile::exists(path(u".update/trial-2"_s)); }));
+    end();
+    EXPECT_TRUE(QFile::exists(path(u"1/bin/corvella"_s))); // kept
+}
+
+TEST_F(Updates, AreInstalledByADesktopThatShowsNothing)
+{
+    announce();
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(kInstalling));
+    EXPECT_TRUE(starts(2));
+    end();
+}
+
+TEST_F(Updates, WaitForTheEndOfAWall)
+{
+    announce();
+    m_program.configure({{u"mode"_s, u"wall"_s}});
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"update: 1.2.0 downloaded; installs on quit"_s));
+    EXPECT_EQ(current(), 1);
+    EXPECT_TRUE(running(1));
+    end();
+    EXPECT_EQ(m_program.messages().last(), u"update: 1.2.0 installed; it starts next time"_s);
+    EXPECT_EQ(current(), 2);
+    EXPECT_FALSE(running(2)); // quit is quit
+    expectOneWholeBuild("updated");
+    m_program.start();
+    EXPECT_TRUE(starts(2));
+    end();
+}
+
+TEST_F(Updates, InterruptAKioskOnlyAtNight)
+{
+    announce();
+    m_program.configure({{u"mode"_s, u"kiosk"_s}});
+    m_program.setVariable(u"TZ"_s, zoneWhereItIs(12));
+    m_program.start();
+    ASSERT_TRUE(becomes([this] {
+        return !m_program.messages()
+                    .filter(u"update: 1.2.0 downloaded; this kiosk installs it at "_s)
+                    .isEmpty();
+    }));
+    EXPECT_FALSE(m_program.messages().contains(kInstalling));
+    EXPECT_EQ(current(), 1);
+    m_program.process().signal(SIGKILL); // so that it is not installed at the end
+    EXPECT_EQ(m_program.process().exitStatus(), std::nullopt);
+    EXPECT_EQ(current(), 1);
+
+    m_program.setVariable(u"TZ"_s, zoneWhereItIs(3));
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(kInstalling));
+    ASSERT_TRUE(starts(2));
+    EXPECT_EQ(m_server->takeRequests().filter(u"tar.gz"_s).size(), 1); // it lay ready
+    end();
+}
+
+TEST_F(Updates, AreLeftAloneOffline)
+{
+    announce();
+    m_program.configure({{u"offline"_s, true}, {u"installUpdatesNow"_s, true}});
+    m_program.start({u"--seconds"_s, u"2"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_EQ(m_server->connections(), 0);
+    EXPECT_EQ(current(), 1);
+}
+
+TEST_F(Updates, AreUndoneWhereTheNewBuildDoesNotStart)
+{
+    const QString broken = m_program.home() + u"/broken"_s;
+    shell({u"cp"_s, u"-R"_s, kUpdates + u"/2"_s, broken});
+    QFile program(broken + u"/bin/corvella"_s);
+    ASSERT_TRUE(program.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    program.write("#!/bin/sh\n[ \"$1\" = --selftest ] && exec echo ok\nexit 1\n");
+    program.close();
+    makeBundle(broken, m_www);
+    m_program.configure({{u"installUpdatesNow"_s, true}});
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"update: build 2 failed to start twice; putting back 1"_s));
+    EXPECT_TRUE(m_program.logs(u"update: build 2 did not start; 1.1.0 was put back"_s));
+    EXPECT_TRUE(starts(1));
+    EXPECT_EQ(current(), 1);
+    // It checks again, and leaves that one alone.
+    EXPECT_TRUE(
+        becomes([this] { return m_server->takeRequests().contains(u"GET /appcast.xml 200"_s); }));
+    end();
+    EXPECT_EQ(m_program.messages().count(kInstalling), 1);
+    expectOneWholeBuild("put back");
+}
+
+TEST_F(Updates, LeaveAFolderAloneThatCannotBeWrittenTo)
+{
+    announce();
+    test::AlteredMachine machine;
+    machine.makeReadOnly(prefix());
+    m_program.setMachine(machine);
+    m_program.start({u"--seconds"_s, u"2"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_EQ(m_program.messages().filter(u"update: "_s),
+              QStringList{u"update: Read-only file system"_s});
+    expectOneWholeBuild("read-only");
+}
+
+TEST_F(Updates, LeaveTheOldBuildWhereTheDiskIsFull)
+{
+    announce();
+    m_program.setVariable(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS));
+    m_program.setVariable(u"ASAN_OPTIONS"_s,
+                          qEnvironmentVariable("ASAN_OPTIONS") + u":verify_asan_link_order=0"_s);
+    m_program.setVariable(u"DISK_FAULTS_FOLDER"_s, prefix());
+    // The bundle has over 6 MB, packed and unpacked.
+    for (const int room : {0, 100, 3'000'000, 6'000'000, 8'000'000, 12'000'000}) {
+        m_program.setVariable(u"DISK_FAULTS_ROOM"_s, QString::number(room));
+        m_program.start();
+        EXPECT_TRUE(m_program.logs(u"update: No space left on device"_s)) << room;
+        end();
+        EXPECT_EQ(current(), 1) << room;
+        EXPECT_EQ(QDir(path(u".update"_s)).entryList({u"*.part"_s}), QStringList()) << room;
+        EXPECT_FALSE(QFile::exists(path(u".new-2"_s))) << room;
+    }
+    m_program.setVariable(u"LD_PRELOAD"_s, {});
+    expectOneWholeBuild("full");
+}
+
+// Kills the program, and with it all that it started, at any moment of an update.
+TEST_F(Updates, LeaveOneWholeBuildWheneverTheyAreKilled)
+{
+    announce();
+    m_program.configure({{u"installUpdatesNow"_s, true}});
+    const QString pristine = m_program.home() + u"/pristine"_s;
+    shell({u"cp"_s, u"-a"_s, prefix(), pristine});
+    const auto start = [this] {
+        return std::make_unique<test::ChildProcess>(test::Command{
+            u"setsid"_s, {path(u"bin/corvella"_s)}, m_program.environment(), m_program.home()});
+    };
+    const auto kill = [](test::ChildProcess &process) {
+        ::kill(-static_cast<pid_t>(process.id()), SIGKILL);
+        (void)process.exitStatus();
+    };
+    const auto goBack = [&] {
+        QDir(prefix()).removeRecursively();
+        shell({u"cp"_s, u"-al"_s, pristine, prefix()});
+    };
+    goBack();
+    const test::Stopwatch stopwatch;
+    {
+        const auto process = start();
+        ASSERT_TRUE(starts(2));
+        kill(*process);
+    }
+    const auto whole = std::chrono::duration_cast<std::chrono::microseconds>(stopwatch.elapsed());
+    std::mt19937 random(std::random_device{}());
+    std::uniform_int_distribution<int64_t> anyTime(0, whole.count());
+    std::map<int, int> leftAt;
+    const int times = test::repetitions("CORVELLA_UPDATE_KILLS", 8);
+    for (int i = 0; i < times && !HasFailure(); ++i) {
+        goBack();
+        const std::chrono::microseconds moment(anyTime(random));
+        const std::string when = "killed after " + std::to_string(moment.count()) + " us";
+        {
+            const auto process = start();
+            std::this_thread::sleep_for(moment);
+            kill(*process);
+        }
+        ++leftAt[current()];
+        expectOneWholeBuild(when);
+        // And the next start gets through.
+        const auto process = start();
+        EXPECT_TRUE(starts(2)) << when;
+        kill(*process);
+        expectOneWholeBuild("after " + when);
+    }
+    std::cout << whole.count() / 1000 << " ms each; the old build was left " << leftAt[1]
+              << " times, the new one " << leftAt[2] << " times" << std::endl;
+}
+
+} // namespace
+} // namespace corvella
