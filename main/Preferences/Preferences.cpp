@@ -67,7 +67,6 @@ void Preferences::show()
     if (m_controls)
         m_controls->disarm();
     if (!m_window) {
-        createControls();
         layout();
         connectControls();
         m_background = std::make_unique<BackgroundWork>();
