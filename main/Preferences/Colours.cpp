@@ -1,5 +1,8 @@
 #include "Preferences/Colours.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace corvella {
 
 namespace {
@@ -16,6 +19,23 @@ QColor faded(QColor colour, double opacity)
     return colour;
 }
 
+// How light a colour is to the eye, and how much two differ:
+// https://www.w3.org/TR/WCAG21/#dfn-contrast-ratio
+double luminance(const QColor &colour)
+{
+    const auto linear = [](double value) {
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF())
+        + 0.0722 * linear(colour.blueF());
+}
+
+double contrast(const QColor &one, const QColor &other)
+{
+    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
 } // namespace
 
 QColor textColour(const QPalette &palette, Tone tone)
@@ -30,6 +50,19 @@ QColor textColour(const QPalette &palette, Tone tone)
         return faded(text, kTertiaryOpacity);
     }
     return text;
+}
+
+QColor selectionColour(const QPalette &palette)
+{
+    constexpr double kReadable = 4.5;
+    constexpr int kMostSteps = 20; // enough to come from any colour near black or white
+    constexpr int kStep = 105;     // percent
+    const QColor text = palette.color(QPalette::HighlightedText);
+    QColor ground = palette.color(QPalette::Highlight);
+    const bool isDarkened = luminance(text) > luminance(ground);
+    for (int i = 0; i < kMostSteps && contrast(ground, text) < kReadable; ++i)
+        ground = isDarkened ? ground.darker(kStep) : ground.lighter(kStep);
+    return ground;
 }
 
 QColor separatorColour(const QPalette &palette)

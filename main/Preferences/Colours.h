@@ -10,6 +10,8 @@ namespace corvella {
 enum class Tone { primary, secondary, tertiary };
 
 [[nodiscard]] QColor textColour(const QPalette &palette, Tone tone);
+// The ground of what is selected: the palette's own, deepened where its text would be hard to read.
+[[nodiscard]] QColor selectionColour(const QPalette &palette);
 [[nodiscard]] QColor separatorColour(const QPalette &palette);
 
 } // namespace corvella

@@ -61,7 +61,6 @@ void Preferences::show()
     if (m_controls)
         m_controls->disarm();
     if (!m_window) {
-        createControls();
         layout();
         connectControls();
         if (m_makeMenu)

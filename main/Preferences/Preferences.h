@@ -13,10 +13,8 @@
 #include <optional>
 
 class QAbstractButton;
-class QButtonGroup;
 class QCheckBox;
 class QComboBox;
-class QLabel;
 class QMenuBar;
 class QPushButton;
 class QRadioButton;
@@ -63,13 +61,17 @@ private:
     Preferences();
 
     // How the window is built: PreferencesLayout.cpp.
-    void createControls();
     void layout();
-    void connectControls();
     [[nodiscard]] QWidget *modeCard();
-    [[nodiscard]] QWidget *leftColumn();
-    [[nodiscard]] QWidget *rightColumn();
+    [[nodiscard]] QWidget *screensCard();
+    [[nodiscard]] QWidget *playbackCard();
+    [[nodiscard]] QWidget *desktopCard();
+    [[nodiscard]] QWidget *generalCard();
+    [[nodiscard]] QWidget *startingCard();
+    [[nodiscard]] QWidget *imageryCard();
+    [[nodiscard]] QWidget *saverCard();
     [[nodiscard]] QWidget *bottomBar();
+    void connectControls();
 
     // Shows what the settings say.
     void load();
@@ -134,7 +136,6 @@ private:
     QCheckBox *m_lockBox = nullptr;
     Note *m_lockNote = nullptr;
     Note *m_armNote = nullptr;
-    QButtonGroup *m_network = nullptr;
     QRadioButton *m_onlineRadio = nullptr;
     QRadioButton *m_offlineRadio = nullptr;
     QComboBox *m_refreshPopup = nullptr;

@@ -267,6 +267,7 @@ void Preferences::deactivate()
                              Settings::openAtLogin(), bundledSaver().has_value()};
     auto *const alert = new QMessageBox(m_window.get());
     connect(alert, &QMessageBox::finished, alert, &QObject::deleteLater);
+    alert->setIcon(QMessageBox::Question);
     alert->setText(QStringLiteral("Turn Corvella off and quit?"));
     alert->setInformativeText(turnOffText(facts));
     QPushButton *const confirm =

@@ -25,6 +25,8 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <tuple>
+#include <utility>
 
 namespace corvella {
 
@@ -94,13 +96,6 @@ QLabel *caption(const QString &text, QWidget *control)
     return label;
 }
 
-Note *note(int lineWidth, const QString &text = {}, Note::Size size = Note::Size::ordinary)
-{
-    auto *note = new Note(Tone::secondary, lineWidth, size);
-    note->setText(text);
-    return note;
-}
-
 QStringList modeLabels()
 {
     QStringList labels;
@@ -109,112 +104,44 @@ QStringList modeLabels()
     return labels;
 }
 
-// Known by their names, to tests and to style sheets of the user's.
-void name(std::initializer_list<std::pair<QWidget *, const char *>> widgets)
+// Known by its name, to tests and to style sheets of the user's.
+template <typename Widget> Widget *named(const char *name, Widget *widget)
 {
-    for (const auto &[widget, name] : widgets)
-        widget->setObjectName(QLatin1String(name));
+    widget->setObjectName(QLatin1String(name));
+    return widget;
+}
+
+Note *note(const char *name, int lineWidth, const QString &text = {},
+           Note::Size size = Note::Size::ordinary)
+{
+    auto *note = named(name, new Note(Tone::secondary, lineWidth, size));
+    note->setText(text);
+    return note;
+}
+
+QCheckBox *checkBox(const char *name, const QString &text = {})
+{
+    return named(name, new QCheckBox(text));
+}
+
+QPushButton *button(const char *name, const QString &text)
+{
+    return named(name, new PushButton(text));
+}
+
+// A field and a stepper for one number.
+std::pair<NumberField *, Stepper *> numberControls(const char *fieldName, const char *stepperName,
+                                                   const QString &accessibleName, int first,
+                                                   int longestStep)
+{
+    auto *field = named(fieldName, new NumberField(QString::number(first)));
+    field->setAccessibleName(accessibleName);
+    auto *stepper = named(stepperName, new Stepper(1, longestStep));
+    stepper->setAccessibleName(accessibleName);
+    return {field, stepper};
 }
 
 } // namespace
-
-void Preferences::createControls()
-{
-    m_mode = new SegmentedControl(QStringLiteral("Mode"), modeLabels());
-    m_modeHelp = note(700);
-    m_screensGrid = new ScreensGrid;
-    m_screensHint =
-        note(lineOn(kLeftColumn, 400),
-             QStringLiteral("Tick the products each screen shows, in play order. Nothing ticked "
-                            "means all of them; Off leaves that screen alone."));
-
-    m_shuffleBox = new QCheckBox(QStringLiteral("Play products in random order"));
-    m_loopsField = new NumberField(QStringLiteral("1"));
-    m_loopsField->setAccessibleName(QStringLiteral("Loops per clip"));
-    m_loopsStepper = new Stepper(1, kMostLoopsStep);
-    m_loopsStepper->setAccessibleName(QStringLiteral("Loops per clip"));
-    m_transitionPopup = new QComboBox;
-    m_transitionPopup->setAccessibleDescription(QStringLiteral("Transition between clips"));
-    for (const Transition transition : kAllTransitions)
-        m_transitionPopup->addItem(label(transition), rawValue(transition));
-    m_desktopBox = new QCheckBox(QStringLiteral("Set the desktop picture to the latest still"));
-    m_desktopNow = new PushButton(QStringLiteral("Update now"));
-    m_desktopNote =
-        note(lineOn(kLeftColumn, 400),
-             QStringLiteral("Rotates through each screen's ticked products, one step per update. "
-                            "Your previous picture comes back when this is off."));
-
-    m_loginBox = new QCheckBox(QStringLiteral("Open Corvella at login"));
-    m_attributionBox = new QCheckBox;
-    m_presetNote = note(lineOn(kRightColumn, 300), {}, Note::Size::small);
-    m_idleField = new NumberField(QStringLiteral("5"));
-    m_idleField->setAccessibleName(QStringLiteral("Start after minutes without input"));
-    m_idleStepper = new Stepper(1, kLongestIdleStep);
-    m_idleStepper->setAccessibleName(QStringLiteral("Start after minutes without input"));
-    m_lockBox = new QCheckBox(QStringLiteral("Lock the Mac when dismissed"));
-    m_lockNote = note(0, {}, Note::Size::small);
-    m_armNote = note(lineOn(kRightColumn, 700), {}, Note::Size::small);
-    m_network = new QButtonGroup(m_window.get());
-    m_onlineRadio = new QRadioButton(QStringLiteral("Keep imagery updated"));
-    m_offlineRadio = new QRadioButton(QStringLiteral("Offline: never use the network"));
-    m_refreshPopup = new QComboBox;
-    m_refreshPopup->setAccessibleDescription(QStringLiteral("How often imagery is updated"));
-    m_refreshPopup->addItem(QStringLiteral("once a day"), kOnceADay);
-    m_refreshPopup->addItem(QStringLiteral("twice a day"), kTwiceADay);
-    m_primeButton = new PushButton(QStringLiteral("Download all imagery now"));
-    m_cacheStatus = note(lineOn(kRightColumn, 340));
-    m_saverSection = new QWidget;
-    m_installButton = new PushButton(QStringLiteral("Add to System Settings…"));
-    m_installNote = note(
-        lineOn(kRightColumn, 340),
-        QStringLiteral("Adds Corvella to the screen savers in System Settings. One screen only on "
-                       "recent macOS; Screen Saver mode here covers them all."));
-
-    m_quitButton = new PushButton(QStringLiteral("Turn Off and Quit"));
-    m_quitButton->setToolTip(
-        QStringLiteral("Put the desktop picture back, stop opening at login, and quit."));
-    m_versionLabel = new Note(Tone::tertiary, 0, Note::Size::small);
-    m_busy = new BusyIndicator;
-    m_busy->setAccessibleName(QStringLiteral("Working"));
-    m_armButton = new PushButton(QStringLiteral("Arm"));
-    m_startButton = new PushButton(QStringLiteral("Start"));
-
-    m_network->addButton(m_onlineRadio);
-    m_network->addButton(m_offlineRadio);
-    letTabReachTheChosen(*m_network);
-    name({{m_mode, "mode"},
-          {m_modeHelp, "modeHelp"},
-          {m_screensGrid, "screensGrid"},
-          {m_screensHint, "screensHint"},
-          {m_shuffleBox, "shuffleBox"},
-          {m_loopsField, "loopsField"},
-          {m_loopsStepper, "loopsStepper"},
-          {m_transitionPopup, "transitionPopup"},
-          {m_desktopBox, "desktopBox"},
-          {m_desktopNow, "desktopNow"},
-          {m_desktopNote, "desktopNote"},
-          {m_loginBox, "loginBox"},
-          {m_attributionBox, "attributionBox"},
-          {m_presetNote, "presetNote"},
-          {m_idleField, "idleField"},
-          {m_idleStepper, "idleStepper"},
-          {m_lockBox, "lockBox"},
-          {m_lockNote, "lockNote"},
-          {m_armNote, "armNote"},
-          {m_onlineRadio, "onlineRadio"},
-          {m_offlineRadio, "offlineRadio"},
-          {m_refreshPopup, "refreshPopup"},
-          {m_primeButton, "primeButton"},
-          {m_cacheStatus, "cacheStatus"},
-          {m_saverSection, "saverSection"},
-          {m_installButton, "installButton"},
-          {m_installNote, "installNote"},
-          {m_quitButton, "quitButton"},
-          {m_versionLabel, "versionLabel"},
-          {m_busy, "busy"},
-          {m_armButton, "armButton"},
-          {m_startButton, "startButton"}});
-}
 
 void Preferences::layout()
 {
@@ -224,8 +151,11 @@ void Preferences::layout()
     root->setContentsMargins(kRootInsets);
     root->addWidget(modeCard());
     QHBoxLayout *const columns = plainRow(nullptr, kColumnsSpacing);
-    columns->addWidget(leftColumn(), 0, Qt::AlignTop);
-    columns->addWidget(rightColumn(), 0, Qt::AlignTop);
+    columns->addWidget(column(kLeftColumn, {screensCard(), playbackCard(), desktopCard()}), 0,
+                       Qt::AlignTop);
+    columns->addWidget(
+        column(kRightColumn, {generalCard(), startingCard(), imageryCard(), saverCard()}), 0,
+        Qt::AlignTop);
     root->addLayout(columns);
     root->addWidget(bottomBar());
     m_window = std::make_unique<PreferencesWindow>(ground);
@@ -234,44 +164,120 @@ void Preferences::layout()
 
 QWidget *Preferences::modeCard()
 {
+    m_mode = named("mode", new SegmentedControl(QStringLiteral("Mode"), modeLabels()));
+    m_modeHelp = note("modeHelp", 700);
     return new CardView(QStringLiteral("Mode"), {m_mode, m_modeHelp});
 }
 
-QWidget *Preferences::leftColumn()
+QWidget *Preferences::screensCard()
 {
-    auto *screens = new CardView(QStringLiteral("Screens"), {m_screensGrid, m_screensHint});
-    auto *playback =
-        new CardView(QStringLiteral("Playback"),
-                     {m_shuffleBox,
-                      row({caption(QStringLiteral("Loops per clip"), m_loopsField), m_loopsField,
-                           m_loopsStepper}),
-                      row({caption(QStringLiteral("Transition between clips"), m_transitionPopup),
-                           m_transitionPopup})});
-    auto *desktop = new CardView(QStringLiteral("Desktop picture"),
-                                 {row({m_desktopBox, m_desktopNow}), m_desktopNote});
-    return column(kLeftColumn, {screens, playback, desktop});
+    m_screensGrid = named("screensGrid", new ScreensGrid);
+    m_screensHint =
+        note("screensHint", lineOn(kLeftColumn, 400),
+             QStringLiteral("Tick the products each screen shows, in play order. Nothing ticked "
+                            "means all of them; Off leaves that screen alone."));
+    return new CardView(QStringLiteral("Screens"), {m_screensGrid, m_screensHint});
 }
 
-QWidget *Preferences::rightColumn()
+QWidget *Preferences::playbackCard()
 {
+    const QString loops = QStringLiteral("Loops per clip");
+    const QString transition = QStringLiteral("Transition between clips");
+    m_shuffleBox = checkBox("shuffleBox", QStringLiteral("Play products in random order"));
+    std::tie(m_loopsField, m_loopsStepper) =
+        numberControls("loopsField", "loopsStepper", loops, 1, kMostLoopsStep);
+    m_transitionPopup = named("transitionPopup", new QComboBox);
+    m_transitionPopup->setAccessibleDescription(transition);
+    for (const Transition each : kAllTransitions)
+        m_transitionPopup->addItem(label(each), rawValue(each));
+    return new CardView(QStringLiteral("Playback"),
+                        {m_shuffleBox,
+                         row({caption(loops, m_loopsField), m_loopsField, m_loopsStepper}),
+                         row({caption(transition, m_transitionPopup), m_transitionPopup})});
+}
+
+QWidget *Preferences::desktopCard()
+{
+    m_desktopBox =
+        checkBox("desktopBox", QStringLiteral("Set the desktop picture to the latest still"));
+    m_desktopNow = button("desktopNow", QStringLiteral("Update now"));
+    m_desktopNote =
+        note("desktopNote", lineOn(kLeftColumn, 400),
+             QStringLiteral("Rotates through each screen's ticked products, one step per update. "
+                            "Your previous picture comes back when this is off."));
+    return new CardView(QStringLiteral("Desktop picture"),
+                        {row({m_desktopBox, m_desktopNow}), m_desktopNote});
+}
+
+QWidget *Preferences::generalCard()
+{
+    m_loginBox = checkBox("loginBox", QStringLiteral("Open Corvella at login"));
+    m_attributionBox = checkBox("attributionBox"); // load() knows the host that it speaks of
+    m_presetNote = note("presetNote", lineOn(kRightColumn, 300), {}, Note::Size::small);
+    return new CardView(QStringLiteral("General"), {m_loginBox, m_attributionBox, m_presetNote});
+}
+
+QWidget *Preferences::startingCard()
+{
+    std::tie(m_idleField, m_idleStepper) =
+        numberControls("idleField", "idleStepper",
+                       QStringLiteral("Start after minutes without input"), 5, kLongestIdleStep);
     m_idleRow = row({caption(QStringLiteral("Start after"), m_idleField), m_idleField,
                      m_idleStepper, caption(QStringLiteral("minutes without input"), nullptr)});
-    QWidgetList cards{
-        new CardView(QStringLiteral("General"), {m_loginBox, m_attributionBox, m_presetNote}),
-        new CardView(QStringLiteral("Starting"), {m_idleRow, m_lockBox, m_lockNote, m_armNote}),
-        new CardView(
-            QStringLiteral("Imagery"),
-            {row({m_onlineRadio, m_refreshPopup}), m_offlineRadio, m_primeButton, m_cacheStatus})};
+    m_lockBox = checkBox("lockBox", QStringLiteral("Lock the Mac when dismissed"));
+    m_lockNote = note("lockNote", 0, {}, Note::Size::small);
+    m_armNote = note("armNote", lineOn(kRightColumn, 700), {}, Note::Size::small);
+    return new CardView(QStringLiteral("Starting"), {m_idleRow, m_lockBox, m_lockNote, m_armNote});
+}
+
+QWidget *Preferences::imageryCard()
+{
+    m_onlineRadio = named("onlineRadio", new QRadioButton(QStringLiteral("Keep imagery updated")));
+    m_offlineRadio =
+        named("offlineRadio", new QRadioButton(QStringLiteral("Offline: never use the network")));
+    m_refreshPopup = named("refreshPopup", new QComboBox);
+    m_refreshPopup->setAccessibleDescription(QStringLiteral("How often imagery is updated"));
+    m_refreshPopup->addItem(QStringLiteral("once a day"), kOnceADay);
+    m_refreshPopup->addItem(QStringLiteral("twice a day"), kTwiceADay);
+    m_primeButton = button("primeButton", QStringLiteral("Download all imagery now"));
+    m_cacheStatus = note("cacheStatus", lineOn(kRightColumn, 340));
+    auto *card = new CardView(
+        QStringLiteral("Imagery"),
+        {row({m_onlineRadio, m_refreshPopup}), m_offlineRadio, m_primeButton, m_cacheStatus});
+    auto *network = new QButtonGroup(card);
+    network->addButton(m_onlineRadio);
+    network->addButton(m_offlineRadio);
+    letTabReachTheChosen(*network);
+    return card;
+}
+
+QWidget *Preferences::saverCard()
+{
+    m_installButton = button("installButton", QStringLiteral("Add to System Settings…"));
+    m_installNote = note(
+        "installNote", lineOn(kRightColumn, 340),
+        QStringLiteral("Adds Corvella to the screen savers in System Settings. One screen only on "
+                       "recent macOS; Screen Saver mode here covers them all."));
+    m_saverSection = named("saverSection", new QWidget);
     QVBoxLayout *const section = plainStack(m_saverSection, kRowSpacing);
     section->addWidget(m_installButton, 0, Qt::AlignLeading);
     section->addWidget(m_installNote, 0, Qt::AlignLeading);
-    auto *saver = new CardView(QStringLiteral("System screen saver"), {m_saverSection});
-    saver->setVisible(bundledSaver().has_value());
-    return column(kRightColumn, cards << saver);
+    auto *card = new CardView(QStringLiteral("System screen saver"), {m_saverSection});
+    card->setVisible(bundledSaver().has_value());
+    return card;
 }
 
 QWidget *Preferences::bottomBar()
 {
+    m_quitButton = button("quitButton", QStringLiteral("Turn Off and Quit"));
+    m_quitButton->setToolTip(
+        QStringLiteral("Put the desktop picture back, stop opening at login, and quit."));
+    m_versionLabel = named("versionLabel", new Note(Tone::tertiary, 0, Note::Size::small));
+    m_busy = named("busy", new BusyIndicator);
+    m_busy->setAccessibleName(QStringLiteral("Working"));
+    m_armButton = button("armButton", QStringLiteral("Arm"));
+    m_startButton = button("startButton", QStringLiteral("Start"));
+
     auto *bar = new QWidget;
     QHBoxLayout *const layout = plainRow(bar, kRowSpacing);
     layout->addWidget(m_quitButton);

@@ -171,7 +171,7 @@ void SegmentedControl::paintEvent(QPaintEvent * /*event*/)
     if (!selected)
         return;
     painter.setPen(Qt::NoPen);
-    painter.setBrush(palette().highlight());
+    painter.setBrush(selectionColour(palette()));
     painter.drawRoundedRect(QRectF(selected->geometry()), kCornerRadius, kCornerRadius);
 }
 

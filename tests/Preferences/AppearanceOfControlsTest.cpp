@@ -89,6 +89,19 @@ TEST(ColoursTest, SofterTextsStayReadable)
     EXPECT_EQ(textColour(light(), Tone::primary), QColor(Qt::black));
 }
 
+TEST(ColoursTest, TheSelectionIsReadableWhateverThePaletteChose)
+{
+    for (const auto &[ground, text] : {std::pair{QColor(0x30, 0x8c, 0xc6), QColor(Qt::white)},
+                                       std::pair{QColor(Qt::yellow), QColor(Qt::white)},
+                                       std::pair{QColor(0x30, 0x40, 0x60), QColor(Qt::black)}}) {
+        QPalette palette;
+        palette.setColor(QPalette::Highlight, ground);
+        palette.setColor(QPalette::HighlightedText, text);
+        EXPECT_GE(contrast(text, selectionColour(palette)), 4.5) << ground.name().toStdString();
+    }
+    EXPECT_EQ(selectionColour(light()), QColor(Qt::blue)) << "readable as it is";
+}
+
 TEST(GroundViewTest, HasTheWindowsColourOfTheMoment)
 {
     GroundView ground;

@@ -16,6 +16,11 @@ struct Row
     ModeRules expected;
 };
 
+void PrintTo(const Row &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
 class ModeRulesTest : public testing::TestWithParam<Row>
 {
 };
