@@ -54,6 +54,8 @@ bool StandInService::handleMessage(const QDBusMessage &message, const QDBusConne
     const Answer &answer = m_answers[message.member()];
     if (const auto *const values = std::get_if<QVariantList>(&answer))
         connection.send(message.createReply(*values));
+    else if (const auto *const reply = std::get_if<Reply>(&answer))
+        connection.send(message.createReply((*reply)(message.arguments())));
     else if (const auto *const error = std::get_if<Error>(&answer))
         connection.send(message.createErrorReply(error->name, error->text));
     else

@@ -10,6 +10,7 @@
 #include <QMap>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 #include <variant>
 
@@ -35,7 +36,9 @@ public:
     struct Silence
     {
     };
-    using Answer = std::variant<QVariantList, Error, Silence>;
+    // Works it out from the arguments.
+    using Reply = std::function<QVariantList(const QVariantList &)>;
+    using Answer = std::variant<QVariantList, Error, Silence, Reply>;
 
     // Takes the name on the bus with this address; fails the test when it cannot be had.
     StandInService(const QString &busAddress, const QString &name);

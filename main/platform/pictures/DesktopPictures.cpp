@@ -113,8 +113,7 @@ public:
 
     Reach reach() const override
     {
-        const auto chosen = m_desktops.find(m_chosen);
-        return chosen == m_desktops.end() ? Reach::nothing : chosen->second->reach();
+        return m_chosen ? m_desktops.at(*m_chosen)->reach() : Reach::nothing;
     }
 
     Present present(const QList<PictureScreen> &screens, const QStringList &known) override
@@ -166,7 +165,7 @@ private:
             facts = lookAround(m_session);
         const PictureDesktop chosen = chooseDesktop(facts);
         DesktopPictures &pictures = on(chosen);
-        if (std::exchange(m_chosen, chosen) != chosen || !std::exchange(m_hasChosen, true))
+        if (std::exchange(m_chosen, chosen) != chosen)
             log(sayingOf(chosen, pictures.reach()));
         return pictures;
     }
@@ -192,8 +191,7 @@ private:
     const Session m_session;
     const QString m_folder;
     std::map<PictureDesktop, std::unique_ptr<DesktopPictures>> m_desktops;
-    PictureDesktop m_chosen = PictureDesktop::nobody;
-    bool m_hasChosen = false;
+    std::optional<PictureDesktop> m_chosen;
     QSemaphore m_isHurried;
 };
 
