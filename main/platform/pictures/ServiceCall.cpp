@@ -19,6 +19,8 @@ QString failureOf(const QDBusMessage &call, const QDBusMessage &answer)
     case QDBusError::ServiceUnknown:
         return call.service() + QStringLiteral(" is not running");
     default:
+        if (answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+            return call.service() + QStringLiteral(" is not running");
         return answer.errorMessage().isEmpty() ? answer.errorName() : answer.errorMessage();
     }
 }

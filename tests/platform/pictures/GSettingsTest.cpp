@@ -37,7 +37,7 @@ protected:
     {
         const QString file = m_home.path(u"own.ini"_s);
         m_home.write(file, settings);
-        output(u"sh"_s, {u"-c"_s, u"dconf load / < '%1'"_s.arg(file)});
+        output(u"sh"_s, {u"-c"_s, u"dconf load / < \"$0\""_s, file});
     }
     QString value(const QString &key) const
     {
@@ -48,6 +48,7 @@ protected:
     QImage told() const
     {
         QString name = value(GetParam().pictureKeys.first()).mid(1).chopped(1);
+        name.remove(u'\\'); // in front of quotes
         return QImage(GetParam().isPath ? name : QUrl(name).toLocalFile());
     }
 

@@ -78,9 +78,12 @@ protected:
         }
         return environment;
     }
+    // What a program of it writes, whether it then fails or not.
     QByteArray output(const QString &program, const QStringList &arguments) const
     {
-        return run({program, arguments, environment(), {}});
+        ChildProcess process({program, arguments, environment(), {}});
+        EXPECT_NE(process.exitStatus(), std::nullopt);
+        return process.output();
     }
 
     TemporaryHome m_home;
