@@ -13,20 +13,19 @@ namespace {
 
 const QString kDesktop = idOf(PictureDesktop::lxqt);
 const QString kWallpaper = QStringLiteral("Wallpaper");
-const QString kMode = QStringLiteral("WallpaperMode");
 const QString kNoPicture = QStringLiteral("none"); // a mode
 
 Failure setWallpaper(const QString &file, const QString &mode)
 {
-    const QString service = QStringLiteral("org.pcmanfm.PCManFM");
-    return ask(serviceCall(service, QStringLiteral("/Application"),
+    return ask(serviceCall(QStringLiteral("org.pcmanfm.PCManFM"), QStringLiteral("/Application"),
                            QStringLiteral("org.pcmanfm.Application"),
                            QStringLiteral("setWallpaper"), {file, mode}))
         .failure;
 }
 
 // The file manager's desktop: one picture over all monitors. It tells nobody what it has, but
-// writes it down.
+// writes it down: the picture that it is told to show, but not how. So the user's way to show
+// pictures is left alone: one of the size of all screens looks the same in each.
 class DesktopPicturesLxqt final : public DesktopPictures
 {
 public:
@@ -41,7 +40,9 @@ public:
     {
         if (firstStateOf(kDesktop, known))
             return {QStringList(screens.size()), {}};
-        return {QStringList(screens.size(), stateText(kDesktop, written())), {}};
+        return {
+            QStringList(screens.size(), stateText(kDesktop, {{kWallpaper, written().wallpaper}})),
+            {}};
     }
 
     QList<Failure> show(const QList<PictureScreen> &screens,
@@ -51,45 +52,69 @@ public:
         QList<Failure> failures = picture.compose(screens, files, backdrop());
         if (picture.path().isEmpty())
             return failures;
-        if (const Failure failure = setWallpaper(picture.path(), QStringLiteral("stretch")))
+        const bool showsNone = written().mode == kNoPicture;
+        const QString mode = showsNone ? QStringLiteral("stretch") : QString();
+        if (const Failure failure = setWallpaper(picture.path(), mode))
             return QList<Failure>(screens.size(), failure);
         picture.removeOthers();
         return failures;
     }
 
-    void putBack(const QList<PictureScreen> & /*screens*/, const QStringList &texts) override
+    void putBack(const QList<PictureScreen> &screens, const QStringList &texts) override
     {
         if (const std::optional<QJsonObject> state = firstStateOf(kDesktop, texts)) {
-            (void)setWallpaper((*state)[kWallpaper].toString(), (*state)[kMode].toString());
+            if (written().mode == kNoPicture)
+                showNone(screens);
+            else
+                (void)setWallpaper((*state)[kWallpaper].toString(), QString());
             return;
         }
         for (const QString &text : texts) {
             if (const std::optional<QString> file = fileOfUrl(text)) {
-                (void)setWallpaper(*file, QStringLiteral("zoom"));
+                (void)setWallpaper(*file, QStringLiteral("fit"));
                 return;
             }
         }
     }
 
 private:
-    static QJsonObject written()
+    // There is no name for no picture. The bare colour looks like it, and is gone at its next
+    // start.
+    void showNone(const QList<PictureScreen> &screens) const
+    {
+        SpannedPicture picture(m_folder);
+        const QList<std::optional<QString>> nothing(screens.size());
+        (void)picture.compose(screens, nothing, {.file = {}, .colour = written().colour});
+        if (!picture.path().isEmpty() && !setWallpaper(picture.path(), QString()))
+            picture.removeOthers();
+    }
+
+    struct Written
+    {
+        QString wallpaper;
+        QString mode;
+        QColor colour;
+    };
+
+    static Written written()
     {
         QSettings settings(StandardFolders::config()
                                + QStringLiteral("/pcmanfm-qt/lxqt/settings.conf"),
                            QSettings::IniFormat);
         settings.beginGroup(QStringLiteral("Desktop"));
-        return {{kWallpaper, settings.value(kWallpaper).toString()},
-                {kMode, settings.value(kMode, kNoPicture).toString()}};
+        return {settings.value(kWallpaper).toString(),
+                settings.value(QStringLiteral("WallpaperMode"), kNoPicture).toString(),
+                QColor(settings.value(QStringLiteral("BgColor")).toString())};
     }
 
     static Backdrop backdrop()
     {
-        const QJsonObject settings = written();
+        const auto [wallpaper, mode, colour] = written();
         Backdrop backdrop;
-        const QString mode = settings[kMode].toString();
+        backdrop.colour = colour;
         if (mode == kNoPicture)
             return backdrop;
-        backdrop.file = settings[kWallpaper].toString();
+        backdrop.file = wallpaper;
         if (mode == u"stretch") // over all screens; ours is of their size
             backdrop.mode = Backdrop::Mode::spanned;
         else if (mode == u"fit")

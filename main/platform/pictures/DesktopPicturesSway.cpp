@@ -17,17 +17,18 @@ const QString kOutput = QStringLiteral("output");
 const QString kBackground = QStringLiteral("background");
 
 // What an output without any background shows.
-const SwayBackground kBare{QStringLiteral("#404040"), QStringLiteral("solid_color")};
+const SwayBackground kBare{QStringLiteral("#3f3f3f"), QStringLiteral("solid_color")};
 
-std::optional<QString> command(const QString &output, SwayBackground background)
+std::optional<QString> command(const QString &output, const SwayBackground &background)
 {
-    for (QString &word : background) {
-        const std::optional<QString> marked = swayWord(word);
-        if (!marked)
+    QStringList words = background;
+    if (words.value(1) != kBare.last()) {
+        const std::optional<QString> file = swayWord(words.value(0));
+        if (!file)
             return std::nullopt;
-        word = *marked;
+        words[0] = *file;
     }
-    return QStringLiteral("output %1 bg %2").arg(output, background.join(u' '));
+    return QStringLiteral("output %1 bg %2").arg(output, words.join(u' '));
 }
 
 // sway's own command, which lasts until its configuration is read again: then the user's is back.

@@ -68,7 +68,7 @@ QVariant untyped(const QJsonObject &typed)
         return value.toString();
     QVariantList elements;
     for (const auto &element : value.toArray())
-        elements << QVariant::fromValue(QDBusVariant(untyped(element.toObject())));
+        elements << untyped(element.toObject());
     return elements;
 }
 
@@ -89,11 +89,10 @@ QMap<QString, QVariant> valuesFor(const QString &file)
 {
     constexpr int kScaled = 4;
     constexpr int kSolidColour = 0;
-    const auto number = [](double value) { return QVariant::fromValue(QDBusVariant(value)); };
     return {{QStringLiteral("last-image"), file},
             {QStringLiteral("image-style"), kScaled},
             {QStringLiteral("color-style"), kSolidColour},
-            {QStringLiteral("rgba1"), QVariantList{number(0), number(0), number(0), number(1)}},
+            {QStringLiteral("rgba1"), QVariantList{0.0, 0.0, 0.0, 1.0}},
             {QStringLiteral("backdrop-cycle-enable"), false}};
 }
 

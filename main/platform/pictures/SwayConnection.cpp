@@ -94,7 +94,9 @@ QList<Failure> SwayConnection::run(const QStringList &commands)
     QList<Failure> failures;
     // After one that it does not understand it reads no further.
     for (qsizetype i = 0; i < commands.size(); ++i)
-        failures << failureOf(outcomes[std::min(i, outcomes.size() - 1)].toObject());
+        failures << failureOf(outcomes.isEmpty()
+                                  ? QJsonObject()
+                                  : outcomes[std::min(i, outcomes.size() - 1)].toObject());
     return failures;
 }
 

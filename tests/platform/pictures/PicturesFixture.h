@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QImage>
+#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,12 @@ namespace corvella::test {
 class PicturesFixture : public testing::Test
 {
 protected:
-    PicturesFixture() { qputenv("XDG_RUNTIME_DIR", m_home.path().toLocal8Bit()); }
+    PicturesFixture()
+    {
+        qputenv("XDG_RUNTIME_DIR", m_home.path().toLocal8Bit());
+        m_worker.setMaxThreadCount(1);
+        m_worker.setExpiryTimeout(-1);
+    }
 
     // A picture of one colour, which is as high as it is wide.
     QString picture(const QString &name, const QColor &colour) const
@@ -39,10 +45,13 @@ protected:
     // Where what is composed or kept lies.
     QString folder() const { return m_home.data(QStringLiteral("composed ü")); }
 
-    // Runs what waits for services, while those of this test are at work.
-    template <typename Work> static auto awaited(const Work &work)
+    // Runs what waits for services, while those of this test are at work. On one thread, as the
+    // program does.
+    template <typename Work> auto awaited(Work work)
     {
-        auto result = std::async(std::launch::async, work);
+        std::packaged_task<decltype(work())()> task(std::move(work));
+        auto result = task.get_future();
+        m_worker.start([&task] { task(); });
         EXPECT_TRUE(becomes(
             [&] { return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
         return result.get();
@@ -86,6 +95,7 @@ protected:
         return process.output();
     }
 
+    QThreadPool m_worker;
     TemporaryHome m_home;
     TestBuses m_buses;
     QList<PictureScreen> m_screens{{QStringLiteral("Left"), QRect(0, 0, 400, 200), 1},

@@ -55,8 +55,10 @@ protected:
     QString evaluate(const QString &script)
     {
         const QString file = m_home.path(u"script.js"_s);
+        // Old JavaScript ends a line where JSON does not.
+        QByteArray shell = QJsonDocument(m_shell).toJson().replace("\u2028", "\\u2028");
         m_home.write(file,
-                     "var shell = " + QJsonDocument(m_shell).toJson() + ";\n"
+                     "var shell = " + shell + ";\n"
                          + test::TemporaryHome::read(QStringLiteral(CORVELLA_PLASMA_SHELL))
                          + script.toUtf8()
                          + "\nshell.output = output; console.log(JSON.stringify(shell));");
