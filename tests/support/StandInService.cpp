@@ -28,6 +28,14 @@ void StandInService::answerNow(const QVariantList &values)
         m_bus.send(message.createReply(values));
 }
 
+void StandInService::tell(const QString &path, const QString &interface, const QString &signal,
+                          const QVariantList &values)
+{
+    QDBusMessage message = QDBusMessage::createSignal(path, interface, signal);
+    message.setArguments(values);
+    m_bus.send(message);
+}
+
 QList<StandInService::Call> StandInService::calls(const QString &method) const
 {
     QList<Call> some = m_calls;

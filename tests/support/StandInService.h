@@ -49,6 +49,10 @@ public:
     // Answers what it was silent to so far.
     void answerNow(const QVariantList &values);
 
+    // Sends a signal to whoever listens.
+    void tell(const QString &path, const QString &interface, const QString &signal,
+              const QVariantList &values);
+
     [[nodiscard]] const QList<Call> &calls() const { return m_calls; }
     // Those of one method.
     [[nodiscard]] QList<Call> calls(const QString &method) const;

@@ -24,10 +24,10 @@ enum class PictureDesktop {
 
 struct DesktopFacts
 {
-    QStringList services;      // that run on the session's bus
-    QStringList calledDesktop; // what the session calls itself: XDG_CURRENT_DESKTOP
-    bool isSway = false;       // answers, and can show pictures
-    bool hasLayers = false;    // and there is a program to show pictures on them
+    QStringList services = {};      // that run on the session's bus
+    QStringList calledDesktop = {}; // what the session calls itself: XDG_CURRENT_DESKTOP
+    bool isSway = false;            // answers, and can show pictures
+    bool hasLayers = false;         // and there is a program to show pictures on them
     bool isRootVisible = false;
     bool hasPortal = false; // that sets pictures
 };

@@ -1,5 +1,6 @@
 // The desktops that keep their pictures in GSettings: their real schemas, in dconf's real store.
 #include "platform/pictures/PicturesFixture.h"
+#include "support/Repetitions.h"
 
 #include <QUrl>
 
@@ -111,7 +112,7 @@ TEST_P(GSettings, OwnPictureModeAndColoursComeBackHoweverOften)
     const QByteArray before = store();
     ASSERT_NE(before, "");
     const QStringList own = present(*m_pictures);
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < test::repetitions("CORVELLA_ON_AND_OFF", 3); ++i) {
         ASSERT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}), m_noFailures);
         ASSERT_NE(store(), before);
         putBack(*m_pictures, own);

@@ -1,5 +1,6 @@
 // Xfce's backdrops in its real settings daemon, and what happens when that is not at its best.
 #include "platform/pictures/PicturesFixture.h"
+#include "support/Repetitions.h"
 #include "support/StandInService.h"
 #include "support/VirtualDisplay.h"
 
@@ -92,7 +93,7 @@ TEST_F(Xfce, OwnBackdropsComeBackHoweverOftenAndAbsentOnesStayAbsent)
     set(u"/desktop-icons/style"_s, u"int"_s, {u"1"_s});
     const QByteArray before = store();
     const QStringList own = present(*m_pictures);
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < test::repetitions("CORVELLA_ON_AND_OFF", 20); ++i) {
         ASSERT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}), m_noFailures);
         ASSERT_NE(store(), before);
         EXPECT_TRUE(value(property(u"Left"_s, 3, u"last-image"_s)).endsWith(u"a.png"_s))
