@@ -172,7 +172,7 @@ void ProgramUnderTest::addStill(const QColor &colour)
     EXPECT_TRUE(still.save(QDir(cacheFolder()).filePath(name)));
     entry[u"still"] = name;
     entry[u"stillUpdated"] = QStringLiteral("2025-03-01T09:00:00Z");
-    m_manifest.last() = entry;
+    m_manifest.replace(m_manifest.size() - 1, entry);
     writeManifest();
 }
 
