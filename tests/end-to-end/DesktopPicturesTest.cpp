@@ -157,7 +157,10 @@ TEST_F(DesktopPicturesOnSway, AreSetBySway)
     const QDir folder(m_sway.folder());
     m_program.setVariable(
         u"SWAYSOCK"_s, folder.filePath(folder.entryList({u"sway-ipc.*"_s}, QDir::System).value(0)));
-    QFile::setPermissions(m_program.home(), QFile::Permissions(0x7755));
+    // Root's own folders are closed to the user that sway may have to run as.
+    const QString data = m_sway.folder() + u"/data"_s;
+    ASSERT_TRUE(QDir().mkpath(data + u"/Corvella/desktop"_s));
+    m_program.setVariable(u"XDG_DATA_HOME"_s, data);
     m_program.start();
     EXPECT_TRUE(m_program.logs(u"desktop: pictures are shown by sway, one on each screen"_s));
     EXPECT_TRUE(shows(0, {400, 200}, kRed));
