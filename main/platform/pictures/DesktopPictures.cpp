@@ -54,7 +54,8 @@ DesktopFacts lookAround(const Session &session)
     facts.isSway = hasSwaybg && SwayConnection().isOpen();
     facts.hasLayers = hasSwaybg;
     facts.isRootVisible = session.isX11 && x11::isRootVisible();
-    facts.hasPortal = portalSetsPictures();
+    // It is asked only where there is nobody else.
+    facts.hasPortal = chooseDesktop(facts) == PictureDesktop::nobody && portalSetsPictures();
     return facts;
 }
 

@@ -2,6 +2,8 @@
 #include "platform/pictures/PicturesFixture.h"
 #include "support/Repetitions.h"
 
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -51,6 +53,16 @@ protected:
         QString name = value(GetParam().pictureKeys.first()).mid(1).chopped(1);
         name.remove(u'\\'); // in front of quotes
         return QImage(GetParam().isPath ? name : QUrl(name).toLocalFile());
+    }
+
+    void SetUp() override
+    {
+        ASSERT_TRUE(test::becomes([] {
+            return QDBusConnection::sessionBus()
+                .interface()
+                ->isServiceRegistered(u"ca.desrt.dconf"_s)
+                .value();
+        }));
     }
 
     std::unique_ptr<test::ChildProcess> m_dconf = std::make_unique<test::ChildProcess>(
@@ -151,6 +163,14 @@ TEST_P(GSettings, SaysThatTheServiceHangs)
     EXPECT_EQ(show(*m_pictures, {picture(u"b"_s, kBlue), std::nullopt}).first(),
               u"corvella-gsettings does not answer"_s);
     m_dconf->signal(SIGCONT);
+}
+
+TEST_P(GSettings, SaysThatTheServiceIsGone)
+{
+    m_dconf.reset();
+    const Failure failure = show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}).first();
+    EXPECT_TRUE(failure.value_or(QString()).endsWith(u" does not stay as it is set"_s))
+        << qPrintable(failure.value_or(QString()));
 }
 
 TEST_P(GSettings, SaysThatAFullDiskTakesNone)

@@ -81,6 +81,19 @@ QString set(GSettings *settings, const QByteArray &key, const QJsonValue &value)
     return {};
 }
 
+// Whether it is there to stay: where the daemon is missing, GLib says so to nobody but the
+// terminal.
+bool isSet(GSettings *settings, const QByteArray &key, const QJsonValue &value)
+{
+    const Variant now(g_settings_get_user_value(settings, key.constData()));
+    if (!now || value.isNull())
+        return !now && value.isNull();
+    const QByteArray text = value.toString().toUtf8();
+    const Variant wanted(g_variant_parse(g_variant_get_type(now.get()), text.constData(), nullptr,
+                                         nullptr, nullptr));
+    return wanted && g_variant_equal(now.get(), wanted.get());
+}
+
 int write(GSettings *settings, GSettingsSchema *schema, const QJsonObject &values)
 {
     g_settings_delay(settings);
@@ -93,6 +106,11 @@ int write(GSettings *settings, GSettingsSchema *schema, const QJsonObject &value
     }
     g_settings_apply(settings);
     g_settings_sync();
+    for (auto each = values.begin(); each != values.end(); ++each) {
+        const QByteArray key = each.key().toUtf8();
+        if (hasKey(schema, key) && !isSet(settings, key, each.value()))
+            return fail(QStringLiteral("%1 does not stay as it is set").arg(each.key()));
+    }
     return EXIT_SUCCESS;
 }
 
