@@ -162,7 +162,7 @@ private:
     static QJsonObject desktopOn(const PictureScreen &screen, const QJsonArray &desktops)
     {
         for (const auto &each : desktops) {
-            const QJsonObject desktop = each.toObject();
+            QJsonObject desktop = each.toObject();
             if (QPoint(desktop[u"x"].toInt(), desktop[u"y"].toInt()) == screen.place.topLeft())
                 return desktop;
         }

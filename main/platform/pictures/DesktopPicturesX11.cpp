@@ -113,9 +113,10 @@ private:
         x11::RootPixmap root;
         if (!root.isUsable())
             return;
-        const QImage picture(state[kPicture].toString());
-        if (!picture.isNull())
-            (void)root.setPicture(picture);
+        Failure unreadable;
+        const QImage picture = readPicture(state[kPicture].toString(), unreadable);
+        if (!unreadable)
+            (void)root.setPicture(picture.copy(QRect(QPoint(0, 0), root.size())));
         else
             root.setColour(QColor(state[kColour].toString(QStringLiteral("#000000"))));
         QFile::remove(keptFile());

@@ -13,14 +13,25 @@ QRect fittedRect(QSize picture, const QRect &place)
     return fitted;
 }
 
+QImage readPicture(const QString &file, Failure &failure)
+{
+    // Several large screens in one picture are more than Qt allows by itself.
+    constexpr int kMegabytes = 1024;
+    QImageReader::setAllocationLimit(kMegabytes);
+    QImageReader reader(file);
+    reader.setDecideFormatFromContent(true);
+    QImage picture = reader.read();
+    if (picture.isNull())
+        failure = reader.errorString();
+    return picture;
+}
+
 Failure drawFitted(QPainter &painter, const QString &file, const QRect &place)
 {
-    QImageReader reader(file);
-    // A name may lie about what the file is.
-    reader.setDecideFormatFromContent(true);
-    const QImage picture = reader.read();
-    if (picture.isNull())
-        return reader.errorString();
+    Failure failure;
+    const QImage picture = readPicture(file, failure);
+    if (failure)
+        return failure;
     painter.fillRect(place, Qt::black);
     const QRect fitted = fittedRect(picture.size(), place);
     // Qt's painter alone takes too few of a large picture's pixels into account.

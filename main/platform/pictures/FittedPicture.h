@@ -13,6 +13,10 @@ namespace corvella {
 // Where the picture comes to lie, in whole pixels. Neither may be empty.
 [[nodiscard]] QRect fittedRect(QSize picture, const QRect &place);
 
+// Reads a picture, whatever its name says that it is. Null when it cannot be read, which `failure`
+// then tells why.
+[[nodiscard]] QImage readPicture(const QString &file, Failure &failure);
+
 // Fills the place with black and draws the file into it. Draws nothing when the file cannot be
 // read.
 [[nodiscard]] Failure drawFitted(QPainter &painter, const QString &file, const QRect &place);

@@ -8,7 +8,6 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QImage>
-#include <QImageReader>
 #include <QPainter>
 
 #include <algorithm>
@@ -66,8 +65,9 @@ void drawBackdrop(QPainter &painter, const QRect &place, const Canvas &canvas,
     painter.fillRect(place, backdrop.colour);
     if (backdrop.file.isEmpty())
         return;
-    const QImage picture = QImageReader(backdrop.file).read();
-    if (picture.isNull())
+    Failure unreadable;
+    const QImage picture = readPicture(backdrop.file, unreadable);
+    if (unreadable)
         return;
     const QRect area =
         backdrop.mode == Backdrop::Mode::spanned ? QRect(QPoint(0, 0), canvas.size) : place;
