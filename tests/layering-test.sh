@@ -14,6 +14,7 @@ declare -A allowed=(
     [platform/layers]="log platform/time platform/video"
     [platform/session]="log platform/storage"
     [platform/pictures]="log platform/storage platform/session"
+    [platform/pictures/gsettings]=""
     [platform/symbols]=""
     [platform/update]="log platform/net platform/storage"
     [settings]="log platform"

@@ -5,16 +5,20 @@
 build_packages="g++ cmake ninja-build pkg-config ccache qt6-base-dev qt6-base-private-dev qt6-wayland
     libqt6opengl6-dev libgl-dev libegl-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
     libcurl4-openssl-dev ca-certificates libsystemd-dev libxcb1-dev libxcb-dpms0-dev libxcb-screensaver0-dev
-    libxcb-shape0-dev libxcb-xfixes0-dev libqrcodegencpp-dev libsodium-dev libarchive-dev libwayland-dev libwayland-bin wayland-protocols
-    plasma-wayland-protocols libgl1-mesa-dri fonts-dejavu-core"
+    libxcb-shape0-dev libxcb-xfixes0-dev libqrcodegencpp-dev libsodium-dev libarchive-dev libwayland-dev libwayland-bin
+    wayland-protocols plasma-wayland-protocols libglib2.0-dev libgl1-mesa-dri fonts-dejavu-core"
 # A display where there is none, and a picture of it.
 virtual_display_packages="xvfb imagemagick"
 # The real servers, managers and tools that the tests run the program against.
 test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-core
     xserver-xorg-video-dummy x11-xserver-utils xdotool libxcb-xtest0-dev openbox sway swayidle grim wtype dbus-daemon at-spi2-core
-    libssl-dev openssl libzbar-dev nginx
-    desktop-file-utils appstream groff-base util-linux procps
-    xscreensaver"
+    libssl-dev openssl libzbar-dev nginx xscreensaver
+    swaybg dconf-service dconf-gsettings-backend dconf-cli gsettings-desktop-schemas mate-desktop-common
+    cinnamon-desktop-data xfconf pcmanfm-qt duktape x11-utils
+    desktop-file-utils appstream groff-base util-linux procps"
+
+# Whole desktops, for tests that ./test --all runs besides.
+desktop_packages="xfdesktop4 xfwm4"
 
 say() { printf '== %s\n' "$*"; }
 

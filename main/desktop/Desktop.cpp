@@ -13,8 +13,7 @@ DesktopUpdater *theUpdater = nullptr;
 
 QString dir()
 {
-    const QString folder =
-        StandardFolders::applicationSupport() + QStringLiteral("/Corvella/desktop");
+    QString folder = StandardFolders::applicationSupport() + QStringLiteral("/Corvella/desktop");
     // A failure shows itself when a picture is laid there.
     (void)StandardFolders::make(folder);
     return folder;

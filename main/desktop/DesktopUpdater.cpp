@@ -20,19 +20,26 @@ namespace {
 using ScreenList = QList<PictureScreen>;
 using Files = QList<std::optional<QString>>; // one per screen
 
-// Pictures are changed only when what they replace is safe: this may be all that knows of it.
+// What the user has is kept once: later on it is ours that is shown. Only what no earlier text
+// tells of, a new screen or another desktop, is added. Pictures are changed only when what they
+// replace is safe, since this may be all that knows of it.
 Failure rememberOnce(DesktopPictures &pictures, const ScreenList &screens)
 {
-    if (Settings::previousDesktop())
-        return {};
-    const DesktopPictures::Present present = pictures.present(screens);
+    const std::optional<QStringList> stored = Settings::previousDesktop();
+    const QStringList known = stored.value_or(QStringList());
+    const DesktopPictures::Present present = pictures.present(screens, known);
     if (present.failure)
         return present.failure;
-    Settings::setPreviousDesktop(present.texts);
-    if (Settings::previousDesktop() != present.texts)
+    QStringList texts = present.texts;
+    if (stored)
+        texts.removeAll(QString());
+    if (stored && texts.isEmpty())
+        return {};
+    Settings::setPreviousDesktop(known + texts);
+    if (Settings::previousDesktop() != known + texts)
         return QStringLiteral("the previous picture cannot be stored");
     log(QStringLiteral("desktop: remembered the previous picture on %1 screen(s)")
-            .arg(screens.size()));
+            .arg(texts.size()));
     return {};
 }
 
@@ -133,6 +140,7 @@ DesktopUpdater::DesktopUpdater(Screens screens, std::unique_ptr<DesktopPictures>
 
 DesktopUpdater::~DesktopUpdater()
 {
+    m_pictures->hurry();
     m_worker.clear();
     m_worker.start([this] { m_pictures.reset(); });
     m_worker.waitForDone();

@@ -1,6 +1,8 @@
 #include "shell/AppFixture.h"
 
 #include "cache/Cache.h"
+#include "desktop/Desktop.h"
+#include "desktop/DesktopUpdater.h"
 #include "support/Repetitions.h"
 #include "support/Waiting.h"
 
@@ -79,6 +81,52 @@ TEST_F(AppTest, RefreshesTheImageryAtLaunchAndEveryHour)
     m_app.reset(); // awaits what is under way
     EXPECT_EQ(refreshes(), 3);
     Cache::setReadOnly(false);
+}
+
+// An App and a desktop that shows pictures to nobody; without stills it says so at each update.
+class AppWithDesktop : public AppTest
+{
+protected:
+    AppWithDesktop() { Desktop::setUpdater(&m_desktop); }
+    ~AppWithDesktop() override { Desktop::setUpdater(nullptr); }
+
+    int updates()
+    {
+        EXPECT_TRUE(m_desktop.finish(10s));
+        return static_cast<int>(logged(QStringLiteral("desktop: no stills cached yet")).size());
+    }
+
+    DesktopUpdater m_desktop{[] { return QList<PictureScreen>(); },
+                             DesktopPictures::create(m_home.path())};
+};
+
+TEST_F(AppWithDesktop, OfflineThePicturesAreSetAtLaunch)
+{
+    configure(Mode::desktop);
+    launch();
+    EXPECT_EQ(updates(), 1);
+}
+
+TEST_F(AppWithDesktop, ThePicturesFollowEveryRefresh)
+{
+    configure(Mode::desktop);
+    Settings::setOffline(false);
+    Cache::setReadOnly(true);
+    launch();
+    EXPECT_EQ(updates(), 0);
+    EXPECT_TRUE(test::becomes([&] { return updates() == 1; }));
+    m_clock.advance(3600s);
+    m_app->workQueue().advance();
+    EXPECT_TRUE(test::becomes([&] { return updates() == 2; }));
+    m_app.reset();
+    Cache::setReadOnly(false);
+}
+
+TEST_F(AppWithDesktop, NoPicturesAreSetWhereNoneAreWanted)
+{
+    configure(Mode::saver);
+    launch();
+    EXPECT_EQ(updates(), 0);
 }
 
 TEST_F(AppTest, StartShowsWallsEvenWhenNeverConfigured)

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QImage>
 #include <QJsonDocument>
 
 #include <gtest/gtest.h>
@@ -153,8 +154,26 @@ void ProgramUnderTest::enterIntoManifest(const QString &id)
                               {QStringLiteral("label"), QStringLiteral("Product %1").arg(id)},
                               {QStringLiteral("video"), QFileInfo(clipPath(id)).fileName()},
                               {QStringLiteral("updated"), QStringLiteral("2025-03-01T09:05:00Z")}};
+    writeManifest();
+}
+
+void ProgramUnderTest::writeManifest() const
+{
     writeFile(QDir(cacheFolder()).filePath(QStringLiteral("manifest.json")),
               QJsonDocument(m_manifest).toJson());
+}
+
+void ProgramUnderTest::addStill(const QColor &colour)
+{
+    QJsonObject entry = m_manifest.last().toObject();
+    const QString name = entry[u"id"].toString() + QStringLiteral(".png");
+    QImage still(100, 100, QImage::Format_RGB32);
+    still.fill(colour);
+    EXPECT_TRUE(still.save(QDir(cacheFolder()).filePath(name)));
+    entry[u"still"] = name;
+    entry[u"stillUpdated"] = QStringLiteral("2025-03-01T09:00:00Z");
+    m_manifest.replace(m_manifest.size() - 1, entry);
+    writeManifest();
 }
 
 QString ProgramUnderTest::clipPath(const QString &id) const

@@ -5,6 +5,7 @@
 
 #include "support/ChildProcess.h"
 
+#include <QColor>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -59,6 +60,8 @@ public:
     // Lays a clip into the cache, under its product's id, at the end of the manifest. The number is
     // for seenPattern() to find.
     void addClip(const QString &id, int number, int frames = 150);
+    // Gives the latest product a still of one colour, as high as it is wide.
+    void addStill(const QColor &colour);
     // Lays any bytes there under that name. The product's file either way.
     QString addFile(const QString &id, const QByteArray &bytes);
     [[nodiscard]] QString clipPath(const QString &id) const;
@@ -81,6 +84,7 @@ public:
 private:
     void addOption(const QString &variable, const QString &option);
     void enterIntoManifest(const QString &id);
+    void writeManifest() const;
 
     QTemporaryDir m_home;
     QProcessEnvironment m_environment;

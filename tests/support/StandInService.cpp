@@ -58,6 +58,14 @@ void StandInService::answerNow(const QVariantList &values)
         m_bus.send(message.createReply(values));
 }
 
+void StandInService::tell(const QString &path, const QString &interface, const QString &signal,
+                          const QVariantList &values)
+{
+    QDBusMessage message = QDBusMessage::createSignal(path, interface, signal);
+    message.setArguments(values);
+    m_bus.send(message);
+}
+
 QList<StandInService::Call> StandInService::calls(const QString &method) const
 {
     QList<Call> some = m_calls;
@@ -89,6 +97,8 @@ bool StandInService::handleMessage(const QDBusMessage &message, const QDBusConne
     const Answer &answer = m_answers[message.member()];
     if (const auto *const values = std::get_if<QVariantList>(&answer))
         connection.send(message.createReply(*values));
+    else if (const auto *const reply = std::get_if<Reply>(&answer))
+        connection.send(message.createReply((*reply)(message.arguments())));
     else if (const auto *const error = std::get_if<Error>(&answer))
         connection.send(message.createErrorReply(error->name, error->text));
     else

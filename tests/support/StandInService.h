@@ -10,6 +10,7 @@
 #include <QMap>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 #include <variant>
 
@@ -55,7 +56,9 @@ public:
     struct Silence
     {
     };
-    using Answer = std::variant<QVariantList, Error, Silence>;
+    // Works it out from the arguments.
+    using Reply = std::function<QVariantList(const QVariantList &)>;
+    using Answer = std::variant<QVariantList, Error, Silence, Reply>;
 
     // Takes the name on this bus; fails the test when it cannot be had.
     StandInService(const PrivateBus &bus, const QString &name);
@@ -65,6 +68,10 @@ public:
     void setAnswer(const QString &method, const Answer &answer) { m_answers[method] = answer; }
     // Answers what it was silent to so far.
     void answerNow(const QVariantList &values);
+
+    // Sends a signal to whoever listens.
+    void tell(const QString &path, const QString &interface, const QString &signal,
+              const QVariantList &values);
 
     [[nodiscard]] const QList<Call> &calls() const { return m_calls; }
     // Those of one method.

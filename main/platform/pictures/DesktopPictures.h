@@ -29,7 +29,7 @@ public:
     };
 
     // What the user has now, one text per screen: all that putBack() needs. Empty for a screen that
-    // has no picture, or whose picture cannot be known.
+    // has no picture, whose picture cannot be known, or is known already.
     struct Present
     {
         QStringList texts;
@@ -46,17 +46,23 @@ public:
     [[nodiscard]] static std::unique_ptr<DesktopPictures> create(const QString &folder);
 
     [[nodiscard]] virtual Reach reach() const = 0;
-    [[nodiscard]] virtual Present present(const QList<PictureScreen> &screens) = 0;
+    // `known` are texts from earlier: what they tell of has been replaced since, and is not asked
+    // for again.
+    [[nodiscard]] virtual Present present(const QList<PictureScreen> &screens,
+                                          const QStringList &known) = 0;
 
     // Shows a file on each screen: the whole of it as large as fits, the margins black. A screen
     // without a file keeps what it has. One answer per screen.
     [[nodiscard]] virtual QList<Failure> show(const QList<PictureScreen> &screens,
                                               const QList<std::optional<QString>> &files) = 0;
 
-    // Puts back what present() gave, or the file of a plain file URL; does nothing for an empty
-    // text and for one that it does not understand. A text beyond the last screen belongs to one
-    // that went.
+    // Puts back what present() gave, whatever screens there are now; or, on the screen of the same
+    // number, the file of a plain file URL. Does nothing for an empty text and for one that it does
+    // not understand.
     virtual void putBack(const QList<PictureScreen> &screens, const QStringList &texts) = 0;
+
+    // The program ends: from now on nothing waits for a desktop that is yet to come up. Any thread.
+    virtual void hurry() {}
 };
 
 } // namespace corvella

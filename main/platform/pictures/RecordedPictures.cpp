@@ -12,7 +12,7 @@ class RecordedPictures final : public DesktopPictures
 public:
     Reach reach() const override { return Reach::nothing; }
 
-    Present present(const QList<PictureScreen> &screens) override
+    Present present(const QList<PictureScreen> &screens, const QStringList & /*known*/) override
     {
         Present present;
         for (const PictureScreen &screen : screens)

@@ -1,5 +1,5 @@
 #include "platform/storage/DurableFile.h"
-#include "platform/storage/FileSizeLimit.h"
+#include "support/FileSizeLimit.h"
 #include "platform/storage/OrdinaryUser.h"
 #include "support/TemporaryHome.h"
 

@@ -1,5 +1,5 @@
 #include "platform/storage/UserDefaults.h"
-#include "platform/storage/FileSizeLimit.h"
+#include "support/FileSizeLimit.h"
 #include "support/CapturedLog.h"
 #include "support/TemporaryHome.h"
 

@@ -1,0 +1,225 @@
+#include "platform/pictures/DesktopChoice.h"
+#include "platform/pictures/PictureBackEnds.h"
+#include "platform/pictures/RememberedState.h"
+#include "platform/pictures/ServiceCall.h"
+#include "platform/pictures/WindowProperty.h"
+
+#include <QDBusArgument>
+#include <QDBusVariant>
+#include <QJsonArray>
+#include <QMap>
+
+#include <algorithm>
+
+namespace corvella {
+
+namespace {
+
+const QString kDesktop = idOf(PictureDesktop::xfce);
+const QString kService = QStringLiteral("org.xfce.Xfconf");
+const QString kChannel = QStringLiteral("xfce4-desktop");
+
+QVariant unwrapped(const QVariant &value)
+{
+    return value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value;
+}
+
+// With its type, so that the same comes back: {"i": 3}, {"a": [{"d": 0.5}]}. Null for a kind that
+// no backdrop has.
+QJsonValue typed(const QVariant &wrapped)
+{
+    const QVariant value = unwrapped(wrapped);
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        return QJsonObject{{QStringLiteral("b"), value.toBool()}};
+    case QMetaType::Int:
+        return QJsonObject{{QStringLiteral("i"), value.toInt()}};
+    case QMetaType::UInt:
+        return QJsonObject{{QStringLiteral("u"), static_cast<qint64>(value.toUInt())}};
+    case QMetaType::Double:
+        return QJsonObject{{QStringLiteral("d"), value.toDouble()}};
+    case QMetaType::QString:
+        return QJsonObject{{QStringLiteral("s"), value.toString()}};
+    default:
+        break;
+    }
+    if (!value.canConvert<QDBusArgument>()
+        || value.value<QDBusArgument>().currentSignature() != QLatin1String("av"))
+        return QJsonValue::Null;
+    QJsonArray elements;
+    for (const QVariant &element : qdbus_cast<QVariantList>(value))
+        elements << typed(element);
+    return QJsonObject{{QStringLiteral("a"), elements}};
+}
+
+QVariant untyped(const QJsonObject &typed)
+{
+    const QString type = typed.keys().value(0);
+    const QJsonValue value = typed[type];
+    if (type == u"b")
+        return value.toBool();
+    if (type == u"i")
+        return value.toInt();
+    if (type == u"u")
+        return static_cast<uint>(value.toInteger());
+    if (type == u"d")
+        return value.toDouble();
+    if (type != u"a")
+        return value.toString();
+    QVariantList elements;
+    for (const auto &element : value.toArray())
+        elements << untyped(element.toObject());
+    return elements;
+}
+
+ServiceAnswer call(const char *method, const QVariantList &arguments)
+{
+    return ask(serviceCall(kService, QStringLiteral("/org/xfce/Xfconf"), kService,
+                           QString::fromLatin1(method), arguments));
+}
+
+Failure setProperty(const QString &property, const QVariant &value)
+{
+    return call("SetProperty", {kChannel, property, QVariant::fromValue(QDBusVariant(value))})
+        .failure;
+}
+
+// What a backdrop shows instead of a file: the whole of it, and black beside it.
+QMap<QString, QVariant> valuesFor(const QString &file)
+{
+    constexpr int kScaled = 4;
+    constexpr int kSolidColour = 0;
+    return {{QStringLiteral("last-image"), file},
+            {QStringLiteral("image-style"), kScaled},
+            {QStringLiteral("color-style"), kSolidColour},
+            {QStringLiteral("rgba1"), QVariantList{0.0, 0.0, 0.0, 1.0}},
+            {QStringLiteral("backdrop-cycle-enable"), false}};
+}
+
+int workspaces()
+{
+    const x11::Connection server = x11::connectToServer();
+    if (!server)
+        return 1;
+    constexpr uint32_t kAtMost = 64;
+    const uint32_t count = x11::numbersOf(server.get(), x11::rootWindow(server.get()),
+                                          "_NET_NUMBER_OF_DESKTOPS", XCB_ATOM_CARDINAL)
+                               .value(0);
+    return static_cast<int>(std::clamp(count, 1U, kAtMost));
+}
+
+// A backdrop for each monitor and workspace, in settings that xfdesktop watches.
+class DesktopPicturesXfce final : public DesktopPictures
+{
+public:
+    Reach reach() const override { return Reach::eachScreen; }
+
+    Present present(const QList<PictureScreen> &screens, const QStringList &known) override
+    {
+        Backdrops backdrops;
+        if (const Failure failure = read(backdrops))
+            return {{}, failure};
+        Present present;
+        for (const PictureScreen &screen : screens) {
+            QJsonObject state; // by property
+            for (const QString &backdrop : backdropsOf(screen, backdrops)) {
+                for (const QString &key : valuesFor({}).keys())
+                    state[backdrop + key] = typed(backdrops.value(backdrop + key));
+            }
+            // A workspace can be new where the monitor is not.
+            for (const QString &text : known) {
+                const QJsonObject before = stateOf(kDesktop, text).value_or(QJsonObject());
+                for (const QString &property : before.keys())
+                    state.remove(property);
+            }
+            present.texts << (state.isEmpty() ? QString() : stateText(kDesktop, state));
+        }
+        return present;
+    }
+
+    QList<Failure> show(const QList<PictureScreen> &screens,
+                        const QList<std::optional<QString>> &files) override
+    {
+        Backdrops backdrops;
+        if (const Failure failure = read(backdrops))
+            return QList<Failure>(screens.size(), failure);
+        QList<Failure> failures;
+        for (qsizetype i = 0; i < screens.size(); ++i)
+            failures << (files[i] ? show(backdropsOf(screens[i], backdrops), *files[i])
+                                  : Failure());
+        return failures;
+    }
+
+    void putBack(const QList<PictureScreen> &screens, const QStringList &texts) override
+    {
+        Backdrops backdrops;
+        if (read(backdrops))
+            return;
+        for (qsizetype i = 0; i < texts.size(); ++i) {
+            if (const std::optional<QJsonObject> state = stateOf(kDesktop, texts[i]))
+                putBack(*state);
+            else if (const auto file = fileOfUrl(texts[i]); file && i < screens.size())
+                (void)show(backdropsOf(screens[i], backdrops), *file);
+        }
+    }
+
+private:
+    using Backdrops = QVariantMap; // all properties of all of them
+
+    static Failure read(Backdrops &backdrops)
+    {
+        const ServiceAnswer answer = call("GetAllProperties", {kChannel, QStringLiteral("/")});
+        backdrops = qdbus_cast<QVariantMap>(answer.values.value(0));
+        return answer.failure;
+    }
+
+    // The properties' common beginnings: of all workspaces that there are, or have been.
+    static QStringList backdropsOf(const PictureScreen &screen, const Backdrops &backdrops)
+    {
+        const QString monitor = QStringLiteral("/backdrop/screen0/monitor") + screen.name + u'/';
+        QStringList found;
+        for (int i = 0; i < workspaces(); ++i)
+            found << monitor + QStringLiteral("workspace%1/").arg(i);
+        for (const QString &property : backdrops.keys()) {
+            const QString backdrop = property.left(property.lastIndexOf(u'/') + 1);
+            if (backdrop.startsWith(monitor) && !found.contains(backdrop))
+                found << backdrop;
+        }
+        return found;
+    }
+
+    static Failure show(const QStringList &backdrops, const QString &file)
+    {
+        const QMap<QString, QVariant> values = valuesFor(file);
+        for (const QString &backdrop : backdrops) {
+            for (auto value = values.begin(); value != values.end(); ++value) {
+                if (Failure failure = setProperty(backdrop + value.key(), value.value()))
+                    return failure;
+            }
+        }
+        return {};
+    }
+
+    static void putBack(const QJsonObject &state)
+    {
+        constexpr bool kWithThoseBelow = false;
+        for (auto each = state.begin(); each != state.end(); ++each) {
+            const ServiceAnswer answer = each.value().isNull()
+                ? call("ResetProperty", {kChannel, each.key(), kWithThoseBelow})
+                : call("SetProperty",
+                       {kChannel, each.key(),
+                        QVariant::fromValue(QDBusVariant(untyped(each.value().toObject())))});
+            if (answer.failure && answer.failure->endsWith(QStringLiteral("does not answer")))
+                return; // nor will it for the others
+        }
+    }
+};
+
+} // namespace
+
+std::unique_ptr<DesktopPictures> createDesktopPicturesXfce()
+{
+    return std::make_unique<DesktopPicturesXfce>();
+}
+
+} // namespace corvella

@@ -1,0 +1,49 @@
+#include "platform/pictures/RememberedState.h"
+
+#include <QJsonDocument>
+#include <QUrl>
+
+namespace corvella {
+
+namespace {
+
+const QString kDesktop = QStringLiteral("desktop");
+
+} // namespace
+
+QString stateText(const QString &desktop, QJsonObject state)
+{
+    state[kDesktop] = desktop;
+    return QString::fromUtf8(QJsonDocument(state).toJson(QJsonDocument::Compact));
+}
+
+std::optional<QJsonObject> stateOf(const QString &desktop, const QString &text)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
+    if (!document.isObject() || document[kDesktop] != desktop)
+        return std::nullopt;
+    QJsonObject state = document.object();
+    state.remove(kDesktop);
+    return state;
+}
+
+QStringList statesOf(const QString &desktop, const QStringList &texts)
+{
+    QStringList states = texts;
+    states.removeIf([&desktop](const QString &text) { return !stateOf(desktop, text); });
+    return states;
+}
+
+std::optional<QJsonObject> firstStateOf(const QString &desktop, const QStringList &texts)
+{
+    const QStringList states = statesOf(desktop, texts);
+    return states.isEmpty() ? std::nullopt : stateOf(desktop, states.first());
+}
+
+std::optional<QString> fileOfUrl(const QString &text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    return url.isLocalFile() ? std::optional(url.toLocalFile()) : std::nullopt;
+}
+
+} // namespace corvella
