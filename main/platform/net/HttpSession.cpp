@@ -199,7 +199,7 @@ struct HttpSession::Pool
 QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Transfer &transfer,
                                    const std::atomic_bool &cancelled) const
 {
-    const QString silence = QStringLiteral("silent for ") + seconds(request.idle);
+    QString silence = QStringLiteral("silent for ") + seconds(request.idle);
     const Clock::time_point start = Clock::now();
     while (true) {
         int running = 0;
@@ -226,7 +226,7 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
     int left = 0;
     const CURLMsg *message = curl_multi_info_read(multi.get(), &left);
     const CURLcode result = message ? message->data.result : CURLE_OK;
-    const QString text = QString::fromUtf8(curl_easy_strerror(result));
+    QString text = QString::fromUtf8(curl_easy_strerror(result));
     // Its detail would name the milliseconds it took, and no two lines of a log would be the same.
     if (result == CURLE_COULDNT_CONNECT)
         transfer.complaint = text;

@@ -18,6 +18,7 @@ void relaunch(const QString &program, const QStringList &arguments)
     for (const QString &argument : arguments)
         words.push_back(argument.toLocal8Bit());
     std::vector<char *> pointers;
+    pointers.reserve(words.size() + 1);
     for (QByteArray &word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
