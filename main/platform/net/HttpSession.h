@@ -43,8 +43,8 @@ struct HttpAnswer
 class HttpSession
 {
 public:
-    // Takes a part of the body of a 200 or, where one was asked for, a 206 answer; false ends the request as a failure. Called on the
-    // thread of the request, between its begin and its end.
+    // Takes a part of the body of a 200 or, where one was asked for, a 206 answer; false ends the
+    // request as a failure. Called on the thread of the request, between its begin and its end.
     using Sink = std::function<bool(const char *bytes, size_t count)>;
 
     HttpSession(); // opens no connection
