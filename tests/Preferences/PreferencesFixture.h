@@ -54,9 +54,12 @@ public:
     {
     }
     [[nodiscard]] Reach reach() const override { return Reach::eachScreen; }
-    [[nodiscard]] Present present(const QList<PictureScreen> &screens) override
+    [[nodiscard]] Present present(const QList<PictureScreen> &screens,
+                                  const QStringList &known) override
     {
-        return {QStringList(screens.size(), QStringLiteral("file:///home/user/picture.png")), {}};
+        const QString text =
+            known.isEmpty() ? QStringLiteral("file:///home/user/picture.png") : QString();
+        return {QStringList(screens.size(), text), {}};
     }
     [[nodiscard]] QList<Failure> show(const QList<PictureScreen> &screens,
                                       const QList<std::optional<QString>> & /*files*/) override

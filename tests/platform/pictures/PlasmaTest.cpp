@@ -73,7 +73,7 @@ protected:
         return QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
     }
 
-    test::StandInService m_service{m_buses.session.address(), u"org.kde.plasmashell"_s};
+    test::StandInService m_service{m_buses.session, u"org.kde.plasmashell"_s};
     QJsonObject m_shell;
     std::unique_ptr<DesktopPictures> m_pictures = createDesktopPicturesPlasma();
 };

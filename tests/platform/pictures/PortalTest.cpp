@@ -49,7 +49,7 @@ protected:
             + u'/' + token;
     }
 
-    test::StandInService m_portal{m_buses.session.address(), u"org.freedesktop.portal.Desktop"_s};
+    test::StandInService m_portal{m_buses.session, u"org.freedesktop.portal.Desktop"_s};
     std::unique_ptr<DesktopPictures> m_pictures = createDesktopPicturesPortal(folder());
     QImage m_taken;
     QVariantMap m_options;

@@ -26,7 +26,7 @@ protected:
     std::unique_ptr<test::StandInService> startXfce()
     {
         auto daemon =
-            std::make_unique<test::StandInService>(m_buses.session.address(), u"org.xfce.Xfconf"_s);
+            std::make_unique<test::StandInService>(m_buses.session, u"org.xfce.Xfconf"_s);
         daemon->setAnswer(u"GetAllProperties"_s, QVariantList{QVariantMap()});
         daemon->setAnswer(u"SetProperty"_s, QVariantList());
         daemon->setAnswer(u"ResetProperty"_s, QVariantList());
@@ -62,7 +62,7 @@ TEST_F(SessionPictures, FollowsADesktopThatStartsLater)
 {
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
     const auto daemon = startXfce();
-    const test::StandInService desktop(m_buses.session.address(), u"org.xfce.xfdesktop"_s);
+    const test::StandInService desktop(m_buses.session, u"org.xfce.xfdesktop"_s);
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
     EXPECT_FALSE(daemon->calls(u"SetProperty"_s).isEmpty());
     EXPECT_EQ(m_log.messages().last(),
@@ -77,7 +77,7 @@ TEST_F(SessionPictures, WaitsForTheDesktopThatTheSessionIsCalled)
     const test::Stopwatch stopwatch;
     QTimer::singleShot(700ms, [&] {
         EXPECT_TRUE(daemon->calls().isEmpty()) << "nothing is touched before";
-        desktop = std::make_unique<test::StandInService>(m_buses.session.address(),
+        desktop = std::make_unique<test::StandInService>(m_buses.session,
                                                          u"org.xfce.xfdesktop"_s);
     });
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);

@@ -165,7 +165,7 @@ TEST_F(Xfce, SaysThatTheDaemonHangs)
 
 TEST_F(Xfce, SaysWhatTheDaemonSaysAndDoesTheOthers)
 {
-    test::StandInService daemon(m_buses.session.address(), u"org.xfce.Xfconf"_s);
+    test::StandInService daemon(m_buses.session, u"org.xfce.Xfconf"_s);
     daemon.setAnswer(u"GetAllProperties"_s, QVariantList{QVariantMap()});
     daemon.setAnswer(u"SetProperty"_s,
                      test::StandInService::Error{u"org.xfce.Xfconf.Error"_s, u"it is locked"_s});
