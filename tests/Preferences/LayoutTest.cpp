@@ -112,7 +112,8 @@ TEST_F(LayoutTest, ColumnsInsetsAndGapsAreAsDrawn)
     EXPECT_EQ(inWindow("quitButton").left(), 24);
     EXPECT_EQ(inWindow("versionLabel").left(), inWindow("quitButton").right() + 1 + 6);
     // The lowest card's end to the bar.
-    EXPECT_EQ(inWindow("startButton").top(), inWindow(card(u"Imagery"_s)).bottom() + 1 + 18);
+    EXPECT_EQ(inWindow("startButton").top(),
+              inWindow(card(u"System screen saver"_s)).bottom() + 1 + 18);
 }
 
 TEST_F(LayoutTest, CardsHoldTheirControlsInsideTheirInsets)
@@ -153,11 +154,11 @@ TEST_F(LayoutTest, CardsStandInTheirOrder)
         names << card->accessibleName();
     EXPECT_EQ(names,
               (QStringList{u"Mode"_s, u"Screens"_s, u"Playback"_s, u"Desktop picture"_s,
-                           u"General"_s, u"Starting"_s, u"Imagery"_s}))
-        << "without a screen saver of ours, no card for it";
+                           u"General"_s, u"Starting"_s, u"Imagery"_s, u"System screen saver"_s}));
     EXPECT_LT(inWindow(card(u"Playback"_s)).top(), inWindow(card(u"Desktop picture"_s)).top());
     EXPECT_LT(inWindow(card(u"General"_s)).top(), inWindow(card(u"Starting"_s)).top());
     EXPECT_LT(inWindow(card(u"Starting"_s)).top(), inWindow(card(u"Imagery"_s)).top());
+    EXPECT_LT(inWindow(card(u"Imagery"_s)).top(), inWindow(card(u"System screen saver"_s)).top());
 }
 
 TEST_F(LayoutTest, NotesSayWhatTheySay)
@@ -248,7 +249,7 @@ TEST_F(LayoutTest, TheWindowIsTitledClosableAndMinimisableAndKeepsItsSize)
     EXPECT_EQ(window().minimumSize(), window().maximumSize());
     const QPoint middle = window().geometry().center();
     EXPECT_NEAR(middle.x(), 640, 2);
-    EXPECT_NEAR(middle.y(), 400, 2);
+    EXPECT_NEAR(middle.y(), 500, 2);
 }
 
 TEST_F(LayoutTest, TabGoesAsTheEyeReads)
@@ -289,6 +290,7 @@ TEST_F(LayoutTest, TabGoesAsTheEyeReads)
                            u"refreshPopup"_s,
                            u"offlineRadio"_s,
                            u"primeButton"_s,
+                           u"installButton"_s,
                            u"quitButton"_s,
                            u"armButton"_s,
                            u"startButton"_s}));
@@ -309,7 +311,7 @@ TEST_F(LayoutTest, EveryControlHasANameAndARole)
         EXPECT_NE(told->role(), QAccessible::Client) << widget->metaObject()->className();
         EXPECT_NE(told->role(), QAccessible::NoRole) << widget->metaObject()->className();
     }
-    EXPECT_EQ(controls, 26); // as many as there are in a window of two screens
+    EXPECT_EQ(controls, 27); // as many as there are in a window of two screens
     const auto roleOf = [](const char *name) {
         return QAccessible::queryAccessibleInterface(&control(name))->role();
     };

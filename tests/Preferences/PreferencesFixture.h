@@ -76,8 +76,8 @@ private:
     QStringList &m_calls;
 };
 
-inline const OffscreenScreen kLeft{QStringLiteral("Left"), {0, 0, 1280, 800}};
-inline const OffscreenScreen kRight{QStringLiteral("Right"), {1280, 0, 1000, 800}};
+inline const OffscreenScreen kLeft{QStringLiteral("Left"), {0, 0, 1280, 1000}};
+inline const OffscreenScreen kRight{QStringLiteral("Right"), {1280, 0, 1000, 1000}};
 
 class PreferencesFixture : public testing::Test
 {

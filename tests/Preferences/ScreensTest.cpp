@@ -178,17 +178,17 @@ TEST_F(ScreensTest, RandomizingManyKeepsTheTicksAndChangesTheirOrder)
 TEST_F(ScreensTest, ScreensThatComeAndGoHaveTheirRows)
 {
     open();
-    const int two = window().height();
+    const int two = grid().height();
     test::setOffscreenScreens({test::kLeft, test::kRight, {u"Third"_s, {2280, 0, 800, 700}}});
     EXPECT_TRUE(test::becomes([] { return names().size() == 3; }));
     EXPECT_EQ(names()[2], u"Third = Screen 3"_s);
     EXPECT_EQ(title(2), u"All products (cycle)"_s) << "the lists wrap round";
-    const int three = window().height();
+    const int three = grid().height();
     EXPECT_GT(three, two);
     test::setOffscreenScreens({test::kRight});
     EXPECT_TRUE(test::becomes([] { return names().size() == 1; }));
     EXPECT_EQ(names()[0], u"Right = Screen 1"_s);
-    EXPECT_LT(window().height(), three);
+    EXPECT_LT(grid().height(), three);
     pick(0, u"AIA 193 Å"_s);
     EXPECT_EQ(Settings::products(), QStringList{u"193"_s});
 }

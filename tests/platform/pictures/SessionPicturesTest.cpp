@@ -25,8 +25,7 @@ protected:
     // Takes backdrops as Xfce does.
     std::unique_ptr<test::StandInService> startXfce()
     {
-        auto daemon =
-            std::make_unique<test::StandInService>(m_buses.session, u"org.xfce.Xfconf"_s);
+        auto daemon = std::make_unique<test::StandInService>(m_buses.session, u"org.xfce.Xfconf"_s);
         daemon->setAnswer(u"GetAllProperties"_s, QVariantList{QVariantMap()});
         daemon->setAnswer(u"SetProperty"_s, QVariantList());
         daemon->setAnswer(u"ResetProperty"_s, QVariantList());
@@ -77,8 +76,7 @@ TEST_F(SessionPictures, WaitsForTheDesktopThatTheSessionIsCalled)
     const test::Stopwatch stopwatch;
     QTimer::singleShot(700ms, [&] {
         EXPECT_TRUE(daemon->calls().isEmpty()) << "nothing is touched before";
-        desktop = std::make_unique<test::StandInService>(m_buses.session,
-                                                         u"org.xfce.xfdesktop"_s);
+        desktop = std::make_unique<test::StandInService>(m_buses.session, u"org.xfce.xfdesktop"_s);
     });
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
     EXPECT_FALSE(daemon->calls(u"SetProperty"_s).isEmpty());

@@ -1,6 +1,6 @@
 #include "platform/storage/DurableFile.h"
-#include "support/FileSizeLimit.h"
 #include "platform/storage/OrdinaryUser.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "platform/storage/UserDefaults.h"
-#include "support/FileSizeLimit.h"
 #include "support/CapturedLog.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>

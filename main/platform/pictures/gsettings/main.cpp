@@ -130,6 +130,10 @@ int main(int argc, char **argv)
     const std::span arguments(argv, static_cast<size_t>(argc));
     if (argc < 3)
         return fail(QStringLiteral("usage: corvella-gsettings read|write SCHEMA [KEY...]"));
+    // Our last line says what went wrong; GLib's threads would put theirs behind it.
+    g_log_set_writer_func(
+        [](GLogLevelFlags, const GLogField *, gsize, gpointer) { return G_LOG_WRITER_HANDLED; },
+        nullptr, nullptr);
     const char *const name = arguments[2];
     GSettingsSchemaSource *const source = g_settings_schema_source_get_default();
     const Schema schema(source ? g_settings_schema_source_lookup(source, name, TRUE) : nullptr);
