@@ -155,6 +155,10 @@ TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)
     EXPECT_FALSE(running(1));
     EXPECT_EQ(current(), 2);
     expectOneWholeBuild("updated");
+    for (const QString &program :
+         {u"lib/corvella/corvella-gsettings"_s,
+          u"share/corvella/PlugIns/Corvella.saver/Contents/bin/corvella-saver"_s})
+        EXPECT_TRUE(QFileInfo(path(u"2/"_s + program)).isExecutable()) << qPrintable(program);
     // It is on trial until it has run for a while; then it is the one.
     EXPECT_TRUE(QFile::exists(path(u".update/trial-2"_s)));
     EXPECT_TRUE(becomes([this] { return !QFile::exists(path(u".update/trial-2"_s)); }));

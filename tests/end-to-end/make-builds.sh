@@ -11,12 +11,12 @@ for build in 1 2; do
     sed -i -E "s/(\"version\": )\"[^\"]*\"/\\1\"1.$build.0\"/; s/(\"build\": )[0-9]+/\\1$build/" \
         "$folder/share/corvella/build.json"
     echo "build $build" >"$folder/which"
-    for file in "$program:bin/corvella" "$tree/bin/corvella-defaults:bin/corvella-defaults" \
-        "$tree"/lib/corvella/*.so; do
-        target=${file#*:}
-        [ "$target" != "$file" ] || target=lib/corvella/$(basename "$file")
-        strip --strip-unneeded -o "$folder/$target" "${file%%:*}"
-        objcopy --add-section .build="$folder/which" "$folder/$target"
+    cp "$program" "$folder/bin/corvella"
+    cp "$tree/bin/corvella-defaults" "$folder/bin/"
+    cp "$tree"/lib/corvella/* "$folder/lib/corvella/"
+    find "$folder" -type f -exec sh -c 'head -c 4 "$1" | grep -q ELF' _ {} \; -print | while read -r file; do
+        strip --strip-unneeded "$file"
+        objcopy --add-section .build="$folder/which" "$file"
     done
     rm "$folder/which"
 done
