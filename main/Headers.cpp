@@ -1,0 +1,1 @@
+// Stands for all modules when the headers that they share are compiled; see CMakeLists.txt.
