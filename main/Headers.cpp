@@ -1,1 +1,0 @@
-// Stands for all modules when the headers that they share are compiled; see CMakeLists.txt.

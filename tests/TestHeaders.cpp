@@ -1,1 +1,0 @@
-// Stands for all tests when the headers that they share are compiled; see CMakeLists.txt.
