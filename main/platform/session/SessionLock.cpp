@@ -168,8 +168,8 @@ void SessionLock::ask(const QDBusConnection &bus, QDBusMessage question,
                       std::function<void(const QDBusMessage &)> take)
 {
     question.setAutoStartService(false);
-    auto *const call = new QDBusPendingCallWatcher(
-        bus.asyncCall(question, static_cast<int>(kPatience.count())), this);
+    // Its own time limit lies far beyond our patience, which alone ends the wait.
+    auto *const call = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
             [this, call, attempt = m_attempt, take = std::move(take)] {
                 call->deleteLater();
