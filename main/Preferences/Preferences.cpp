@@ -29,10 +29,6 @@ namespace corvella {
 
 namespace {
 
-constexpr int kOnceADayItem = 0;
-constexpr int kTwiceADayItem = 1;
-constexpr double kTwiceADay = 720; // minutes
-
 // A note without words takes no room either.
 void setNote(Note &note, const QString &text)
 {
@@ -117,8 +113,9 @@ void Preferences::load()
     // One of the two unticks the other, and it is this one that tells.
     const QSignalBlocker quiet(m_offlineRadio);
     (Settings::offline() ? m_offlineRadio : m_onlineRadio)->setChecked(true);
-    m_refreshPopup->setCurrentIndex(Settings::refreshMinutes() == kTwiceADay ? kTwiceADayItem
-                                                                             : kOnceADayItem);
+    // Any other interval than those on offer shows as the first of them.
+    m_refreshPopup->setCurrentIndex(
+        std::max(0, m_refreshPopup->findData(Settings::refreshMinutes())));
     setTicked(*m_shuffleBox, Settings::shuffle());
     m_transitionPopup->setCurrentIndex(
         m_transitionPopup->findData(rawValue(Settings::transition())));

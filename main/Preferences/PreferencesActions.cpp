@@ -30,8 +30,6 @@ namespace corvella {
 
 namespace {
 
-constexpr double kOnceADay = 1440; // minutes
-
 // What the network setting was before the kiosk turned it off.
 const QString kOfflineBeforeKiosk = QStringLiteral("offlineBeforeKiosk");
 
@@ -218,8 +216,7 @@ void Preferences::save()
     Settings::setIdleMinutes(idleMinutesFrom(m_idleField->text()));
     Settings::setLockOnDismiss(m_lockBox->isChecked());
     Settings::setAttribution(m_attributionBox->isChecked());
-    const QVariant refreshMinutes = m_refreshPopup->currentData();
-    Settings::setRefreshMinutes(refreshMinutes.isValid() ? refreshMinutes.toDouble() : kOnceADay);
+    Settings::setRefreshMinutes(m_refreshPopup->currentData().toDouble());
     Settings::setShuffle(m_shuffleBox->isChecked());
     if (const auto transition = transitionFromRawValue(m_transitionPopup->currentData().toString()))
         Settings::setTransition(*transition);

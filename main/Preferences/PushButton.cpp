@@ -6,7 +6,7 @@ namespace corvella {
 
 namespace {
 
-constexpr int kTextMargin = 12; // points, on either side
+constexpr int kSideMargin = 12; // points, on either side
 
 } // namespace
 
@@ -20,7 +20,7 @@ QSize PushButton::sizeHint() const
 {
     const QSize hint = QPushButton::sizeHint();
     const int text = fontMetrics().size(Qt::TextShowMnemonic, this->text()).width();
-    return {std::max(hint.width(), text + 2 * kTextMargin), hint.height()};
+    return {std::max(hint.width(), text + 2 * kSideMargin), hint.height()};
 }
 
 } // namespace corvella

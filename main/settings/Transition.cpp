@@ -6,14 +6,14 @@ namespace corvella {
 
 namespace {
 
-struct Row
+struct TransitionRow
 {
     QStringView rawValue;
     QStringView label;
 };
 
 // In the order of the enumeration.
-constexpr std::array<Row, kAllTransitions.size()> kRows{{
+constexpr std::array<TransitionRow, kAllTransitions.size()> kTransitionRows{{
     {u"blink", u"Blink"},
     {u"crossfade", u"Crossfade"},
     {u"black", u"Fade through black"},
@@ -25,21 +25,22 @@ constexpr std::array<Row, kAllTransitions.size()> kRows{{
 
 QString rawValue(Transition transition)
 {
-    return kRows[size_t(transition)].rawValue.toString();
+    return kTransitionRows[size_t(transition)].rawValue.toString();
 }
 
 std::optional<Transition> transitionFromRawValue(QStringView text)
 {
-    const auto found = std::find_if(kRows.begin(), kRows.end(),
-                                    [text](const Row &row) { return row.rawValue == text; });
-    if (found == kRows.end())
+    const auto found =
+        std::find_if(kTransitionRows.begin(), kTransitionRows.end(),
+                     [text](const TransitionRow &row) { return row.rawValue == text; });
+    if (found == kTransitionRows.end())
         return std::nullopt;
-    return Transition(found - kRows.begin());
+    return Transition(found - kTransitionRows.begin());
 }
 
 QString label(Transition transition)
 {
-    return kRows[size_t(transition)].label.toString();
+    return kTransitionRows[size_t(transition)].label.toString();
 }
 
 } // namespace corvella

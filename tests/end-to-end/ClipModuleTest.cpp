@@ -16,7 +16,7 @@ namespace {
 using namespace Qt::StringLiterals;
 using test::becomes;
 
-constexpr QRect kScreen(0, 0, 640, 480);
+constexpr QRect kOnlyScreen(0, 0, 640, 480);
 
 class ClipModule : public testing::Test
 {
@@ -30,7 +30,7 @@ protected:
 
     [[nodiscard]] bool isShown()
     {
-        return test::seenPattern(m_display.client().picture(), kScreen).has_value();
+        return test::seenPattern(m_display.client().picture(), kOnlyScreen).has_value();
     }
 
     // Whether the running program has FFmpeg in its memory.
@@ -43,7 +43,7 @@ protected:
         return all.contains("libavcodec");
     }
 
-    test::VirtualDisplay m_display{kScreen.size()};
+    test::VirtualDisplay m_display{kOnlyScreen.size()};
     test::ProgramUnderTest m_program;
 };
 

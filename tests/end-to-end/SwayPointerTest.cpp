@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 
-constexpr QRect kLeft(0, 0, 640, 480);
-constexpr QRect kRight(640, 0, 640, 480);
+constexpr QRect kLeftScreen(0, 0, 640, 480);
+constexpr QRect kRightScreen(640, 0, 640, 480);
 constexpr QSize kBoth(1280, 480);
 
 class SwayPointer : public testing::Test
@@ -43,7 +43,7 @@ protected:
     [[nodiscard]] bool isButtonThere() { return qGray(m_sway.picture(0).pixel(580, 60)) > 250; }
     [[nodiscard]] bool isWallUp(int output = 0)
     {
-        return test::seenPattern(m_sway.picture(output), QRect(QPoint(0, 0), kLeft.size()))
+        return test::seenPattern(m_sway.picture(output), QRect(QPoint(0, 0), kLeftScreen.size()))
             .has_value();
     }
     [[nodiscard]] bool areSettingsOpen()
@@ -51,7 +51,7 @@ protected:
         return m_sway.tell({u"-r"_s, u"-t"_s, u"get_tree"_s}).contains("\"name\": \"Corvella\"");
     }
 
-    test::HeadlessSway m_sway{{kLeft, kRight}};
+    test::HeadlessSway m_sway{{kLeftScreen, kRightScreen}};
     test::WaylandPointer m_pointer{m_sway, kBoth};
     test::ProgramUnderTest m_program;
 };

@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 
-constexpr QSize kLeft(800, 450);
-constexpr QSize kRight(480, 600);
+constexpr QSize kLeftSize(800, 450);
+constexpr QSize kRightSize(480, 600);
 // The clips are four wide by three high.
 constexpr QRect kLeftPicture(100, 0, 600, 450);
 constexpr QRect kRightPicture(0, 120, 480, 360);
@@ -39,7 +39,7 @@ protected:
             && test::isBlackBeside(grab, QRect(QPoint(0, 0), size), picture);
     }
 
-    test::HeadlessSway m_sway{{QRect(QPoint(0, 0), kLeft), QRect(QPoint(800, 0), kRight)}};
+    test::HeadlessSway m_sway{{QRect(QPoint(0, 0), kLeftSize), QRect(QPoint(800, 0), kRightSize)}};
     test::ProgramUnderTest m_program;
 };
 
@@ -47,8 +47,8 @@ TEST_F(Sway, HasAWallOnEachOutput)
 {
     m_program.start();
     EXPECT_TRUE(m_program.logs(u"showing on 2 of 2 display(s), mode wall"_s));
-    EXPECT_TRUE(becomes([this] { return showsWall(0, kLeft, kLeftPicture); }));
-    EXPECT_TRUE(becomes([this] { return showsWall(1, kRight, kRightPicture); }));
+    EXPECT_TRUE(becomes([this] { return showsWall(0, kLeftSize, kLeftPicture); }));
+    EXPECT_TRUE(becomes([this] { return showsWall(1, kRightSize, kRightPicture); }));
 }
 
 TEST_F(Sway, OutputThatIsOffIsLeftAlone)
@@ -57,7 +57,7 @@ TEST_F(Sway, OutputThatIsOffIsLeftAlone)
     const QImage before = m_sway.picture(0);
     m_program.start();
     EXPECT_TRUE(m_program.logs(u"showing on 1 of 2 display(s), mode wall"_s));
-    EXPECT_TRUE(becomes([this] { return showsWall(1, kRight, kRightPicture); }));
+    EXPECT_TRUE(becomes([this] { return showsWall(1, kRightSize, kRightPicture); }));
     EXPECT_EQ(m_sway.picture(0), before);
 }
 
@@ -66,11 +66,11 @@ TEST_F(Sway, OutputThatIsOffIsLeftAlone)
 TEST_F(Sway, WallUsesThePixelsThatANewScaleGives)
 {
     m_program.start();
-    ASSERT_TRUE(becomes([this] { return showsWall(0, kLeft, kLeftPicture); }));
-    m_sway.change(0, kLeft * 2, 2);
+    ASSERT_TRUE(becomes([this] { return showsWall(0, kLeftSize, kLeftPicture); }));
+    m_sway.change(0, kLeftSize * 2, 2);
     EXPECT_TRUE(m_program.logs(u"display layout changed (2 -> 2)"_s));
     const QRect picture(kLeftPicture.topLeft() * 2, kLeftPicture.size() * 2);
-    EXPECT_TRUE(becomes([&] { return showsWall(0, kLeft * 2, picture); }));
+    EXPECT_TRUE(becomes([&] { return showsWall(0, kLeftSize * 2, picture); }));
 }
 
 // Counted from before the compositor is told to add it until the wall's black is there, where the
@@ -81,18 +81,18 @@ TEST_F(Sway, NewOutputIsCoveredWithinASecond)
     constexpr auto kAllowed = 1s;
     constexpr int kAdded = 5;
     for (int output = 2; output < 2 + kAdded; ++output)
-        m_sway.change(output, kRight, 1);
+        m_sway.change(output, kRightSize, 1);
     m_program.start();
-    ASSERT_TRUE(becomes([this] { return showsWall(1, kRight, kRightPicture); }));
+    ASSERT_TRUE(becomes([this] { return showsWall(1, kRightSize, kRightPicture); }));
     std::chrono::nanoseconds quickest = std::chrono::nanoseconds::max();
     for (int output = 2; output < 2 + kAdded && quickest > kAllowed; ++output) {
         const test::Stopwatch sinceBefore;
         m_sway.tell({u"create_output"_s});
         ASSERT_TRUE(becomes([&] {
-            return test::isBlackBeside(m_sway.picture(output), {{0, 0}, kRight}, kRightPicture);
+            return test::isBlackBeside(m_sway.picture(output), {{0, 0}, kRightSize}, kRightPicture);
         }));
         quickest = std::min(quickest, sinceBefore.elapsed());
-        ASSERT_TRUE(becomes([&] { return showsWall(output, kRight, kRightPicture); }));
+        ASSERT_TRUE(becomes([&] { return showsWall(output, kRightSize, kRightPicture); }));
     }
     EXPECT_LE(quickest, kAllowed);
     RecordProperty("milliseconds", std::to_string(quickest / 1ms));
@@ -101,7 +101,7 @@ TEST_F(Sway, NewOutputIsCoveredWithinASecond)
 TEST_F(Sway, WallEndsInOrder)
 {
     m_program.start();
-    ASSERT_TRUE(becomes([this] { return showsWall(0, kLeft, kLeftPicture); }));
+    ASSERT_TRUE(becomes([this] { return showsWall(0, kLeftSize, kLeftPicture); }));
     m_program.process().signal(SIGTERM);
     EXPECT_EQ(m_program.process().exitStatus(), 0);
 }

@@ -1,7 +1,5 @@
 // The module in the windows of a host.
-#include "support/ProgramUnderTest.h"
-#include "support/TestPattern.h"
-#include "support/VirtualDisplay.h"
+#include "saver/TwoMonitors.h"
 
 #include <gtest/gtest.h>
 
@@ -14,20 +12,9 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 
-constexpr QRect kLeft(0, 0, 400, 300);
-constexpr QRect kRight(400, 0, 400, 300);
-
-class SaverModule : public testing::Test
+class SaverModule : public TwoMonitors
 {
 protected:
-    SaverModule()
-    {
-        m_program.showOn(m_display);
-        m_program.configureWall();
-        m_program.addClip(u"171"_s, 1);
-        m_program.addClip(u"193"_s, 2);
-    }
-
     std::unique_ptr<test::ChildProcess> start(const QStringList &arguments,
                                               const QString &variable = {})
     {
@@ -38,33 +25,22 @@ protected:
             test::Command{QStringLiteral(CORVELLA_SAVER), arguments, environment, {}});
     }
 
-    [[nodiscard]] std::optional<test::SeenPattern> seen(const QRect &picture)
-    {
-        return test::seenPattern(m_display.client().picture(), picture);
-    }
-    // The clip that is seen there sooner or later, 0 for none.
-    [[nodiscard]] int clipOn(const QRect &picture)
+    // Which clip is seen there sooner or later, 0 for none.
+    [[nodiscard]] int clipSeenOn(const QRect &part)
     {
         int clip = 0;
-        (void)becomes([&] {
-            const std::optional<test::SeenPattern> pattern = seen(picture);
-            clip = pattern && pattern->isWhole ? pattern->clip : 0;
-            return clip > 0;
-        });
+        (void)becomes([&] { return (clip = clipOn(part)) > 0; });
         return clip;
     }
 
     static QString hexadecimal(quint32 window) { return u"0x"_s + QString::number(window, 16); }
-
-    test::VirtualDisplay m_display{QSize(800, 300)};
-    test::ProgramUnderTest m_program;
 };
 
 TEST_F(SaverModule, PlaysInTheWindowOfTheVariableAndBlackBesideIt)
 {
     const quint32 host = m_display.client().openWindow({0, 0, 800, 300});
     const auto saver = start({u"--root"_s}, hexadecimal(host));
-    EXPECT_EQ(clipOn({200, 0, 400, 300}), 1);
+    EXPECT_EQ(clipSeenOn({200, 0, 400, 300}), 1);
     EXPECT_TRUE(
         test::isBlackBeside(m_display.client().picture(), {0, 0, 800, 300}, {200, 0, 400, 300}));
 }
@@ -73,14 +49,14 @@ TEST_F(SaverModule, PlaysInTheWindowOfAPreview)
 {
     const quint32 host = m_display.client().openWindow(kLeft);
     const auto saver = start({u"--window-id"_s, hexadecimal(host)});
-    EXPECT_EQ(clipOn(kLeft), 1);
+    EXPECT_EQ(clipSeenOn(kLeft), 1);
 }
 
 TEST_F(SaverModule, PlaysOnTheBackgroundWhereNobodySaysMore)
 {
     const quint32 above = m_display.client().openWindow({0, 0, 50, 50});
     const auto saver = start({u"-root"_s});
-    EXPECT_EQ(clipOn({200, 0, 400, 300}), 1);
+    EXPECT_EQ(clipSeenOn({200, 0, 400, 300}), 1);
     m_display.client().closeWindow(above);
 }
 
@@ -88,9 +64,9 @@ TEST_F(SaverModule, FollowsItsWindowsSize)
 {
     const quint32 host = m_display.client().openWindow(kLeft);
     const auto saver = start({u"--root"_s}, hexadecimal(host));
-    ASSERT_EQ(clipOn(kLeft), 1);
+    ASSERT_EQ(clipSeenOn(kLeft), 1);
     m_display.client().resizeWindow(host, {800, 300});
-    EXPECT_EQ(clipOn({200, 0, 400, 300}), 1);
+    EXPECT_EQ(clipSeenOn({200, 0, 400, 300}), 1);
 }
 
 TEST_F(SaverModule, LeavesWithSuccessWhenItIsTold)
@@ -98,7 +74,7 @@ TEST_F(SaverModule, LeavesWithSuccessWhenItIsTold)
     const quint32 host = m_display.client().openWindow(kLeft);
     for (const int request : {SIGTERM, SIGINT, SIGHUP}) {
         const auto saver = start({u"--root"_s}, hexadecimal(host));
-        ASSERT_EQ(clipOn(kLeft), 1);
+        ASSERT_EQ(clipSeenOn(kLeft), 1);
         saver->signal(request);
         EXPECT_EQ(saver->exitStatus(1s), 0) << request;
         ASSERT_TRUE(becomes([&] { return !seen(kLeft); }));
@@ -109,7 +85,7 @@ TEST_F(SaverModule, LeavesWithItsWindow)
 {
     const quint32 host = m_display.client().openWindow(kLeft);
     const auto saver = start({u"--root"_s}, hexadecimal(host));
-    ASSERT_EQ(clipOn(kLeft), 1);
+    ASSERT_EQ(clipSeenOn(kLeft), 1);
     m_display.client().closeWindow(host);
     EXPECT_EQ(saver->exitStatus(1s), 0);
 }
@@ -127,7 +103,7 @@ TEST_F(SaverModule, ShowsAnotherProductInEachOfItsProcesses)
     const quint32 right = m_display.client().openWindow(kRight);
     const auto one = start({u"--root"_s}, hexadecimal(left));
     const auto other = start({u"--root"_s}, hexadecimal(right));
-    EXPECT_EQ(clipOn(kLeft) + clipOn(kRight), 1 + 2);
+    EXPECT_EQ(clipSeenOn(kLeft) + clipSeenOn(kRight), 1 + 2);
 }
 
 TEST_F(SaverModule, ShowsThatScreensOwnProducts)
@@ -137,7 +113,7 @@ TEST_F(SaverModule, ShowsThatScreensOwnProducts)
     m_display.plugIn(u"R"_s, kRight);
     const quint32 right = m_display.client().openWindow(kRight);
     const auto saver = start({u"--root"_s}, hexadecimal(right));
-    EXPECT_EQ(clipOn(kRight), 1);
+    EXPECT_EQ(clipSeenOn(kRight), 1);
 }
 
 TEST_F(SaverModule, KeepsAScreenBlackThatIsOff)
@@ -155,7 +131,7 @@ TEST_F(SaverModule, ChangesNothingOfTheUsers)
     const quint32 host = m_display.client().openWindow(kLeft);
     const QStringList before = m_program.content();
     const auto saver = start({u"--root"_s}, hexadecimal(host));
-    ASSERT_EQ(clipOn(kLeft), 1);
+    ASSERT_EQ(clipSeenOn(kLeft), 1);
     QStringList after = m_program.content();
     after.removeIf([](const QString &path) { return path.startsWith(u"run/"); });
     EXPECT_EQ(after, before);

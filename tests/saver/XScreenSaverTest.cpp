@@ -1,9 +1,7 @@
 // The module as XScreenSaver's daemon shows it, in the settings of a user who added it.
 #include "Preferences/SaverInstall.h"
+#include "saver/TwoMonitors.h"
 #include "support/OrdinaryUserCommand.h"
-#include "support/ProgramUnderTest.h"
-#include "support/TestPattern.h"
-#include "support/VirtualDisplay.h"
 
 #include <QFile>
 
@@ -14,9 +12,6 @@ namespace {
 
 using namespace Qt::StringLiterals;
 using test::becomes;
-
-constexpr QRect kLeft(0, 0, 400, 300);
-constexpr QRect kRight(400, 0, 400, 300);
 
 const QByteArray kBefore = "# What I like\n"
                            "mode: one\n"
@@ -30,7 +25,7 @@ const QByteArray kBefore = "# What I like\n"
                            "\n"
                            "splash: False\n";
 
-class XScreenSaver : public testing::Test
+class XScreenSaver : public TwoMonitors
 {
 protected:
     XScreenSaver()
@@ -38,10 +33,6 @@ protected:
         m_display.plugIn(u"L"_s, kLeft);
         m_display.plugIn(u"R"_s, kRight);
         m_display.client().paintRoot(Qt::blue);
-        m_program.showOn(m_display);
-        m_program.configureWall();
-        m_program.addClip(u"171"_s, 1);
-        m_program.addClip(u"193"_s, 2);
         write(m_settings, kBefore);
         install();
         test::handOverToOrdinaryUser(m_program.home());
@@ -78,15 +69,6 @@ protected:
     }
     void tell(const QString &what) const { test::run(command(u"xscreensaver-command"_s, {what})); }
 
-    [[nodiscard]] int clipOn(const QRect &monitor)
-    {
-        const std::optional<test::SeenPattern> pattern =
-            test::seenPattern(m_display.client().picture(), monitor);
-        return pattern && pattern->isWhole ? pattern->clip : 0;
-    }
-
-    test::VirtualDisplay m_display{QSize(800, 300)};
-    test::ProgramUnderTest m_program;
     const QString m_settings = m_program.home() + u"/.xscreensaver"_s;
 };
 

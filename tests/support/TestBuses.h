@@ -6,6 +6,8 @@
 
 namespace corvella::test {
 
+inline const QString kLogind = QStringLiteral("org.freedesktop.login1"); // on the system's bus
+
 struct TestBuses
 {
     TestBuses()

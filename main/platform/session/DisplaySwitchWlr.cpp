@@ -13,8 +13,9 @@ namespace corvella {
 
 namespace {
 
-using Manager = wayland::Owned<zwlr_output_power_manager_v1, zwlr_output_power_manager_v1_destroy>;
-using Control = wayland::Owned<zwlr_output_power_v1, zwlr_output_power_v1_destroy>;
+using PowerManager =
+    wayland::Owned<zwlr_output_power_manager_v1, zwlr_output_power_manager_v1_destroy>;
+using OutputPower = wayland::Owned<zwlr_output_power_v1, zwlr_output_power_v1_destroy>;
 
 constexpr std::chrono::milliseconds kRest{1000};
 constexpr std::chrono::seconds kPatience{10};
@@ -24,7 +25,7 @@ constexpr std::chrono::seconds kPatience{10};
 class DisplaySwitchWlr final : public QObject, public DisplaySwitch
 {
 public:
-    explicit DisplaySwitchWlr(Manager manager)
+    explicit DisplaySwitchWlr(PowerManager manager)
         : m_manager(std::move(manager))
     {
         m_patience.setSingleShot(true);
@@ -83,13 +84,13 @@ private:
             wl_output *const output = wayland::outputOf(*screen);
             if (!output)
                 continue;
-            const Control control(
+            const OutputPower control(
                 zwlr_output_power_manager_v1_get_output_power(m_manager.get(), output));
             zwlr_output_power_v1_set_mode(control.get(), mode);
         }
     }
 
-    const Manager m_manager;
+    const PowerManager m_manager;
     std::unique_ptr<wayland::IdleNotification> m_notification; // from off() to the next input
     QTimer m_patience;
     bool m_areOff = false;
@@ -99,7 +100,7 @@ private:
 
 std::unique_ptr<DisplaySwitch> createDisplaySwitchWlr()
 {
-    Manager manager(
+    PowerManager manager(
         wayland::bind<zwlr_output_power_manager_v1>(zwlr_output_power_manager_v1_interface));
     return manager ? std::make_unique<DisplaySwitchWlr>(std::move(manager)) : nullptr;
 }

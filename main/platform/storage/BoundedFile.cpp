@@ -17,7 +17,7 @@ namespace {
 // milliseconds.
 constexpr qint64 kCoarsestGranularityNs = 2'000'000'000;
 
-qint64 nanoseconds(const timespec &time)
+qint64 sinceEpochNs(const timespec &time)
 {
     return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
@@ -27,8 +27,8 @@ FileStamp stampFrom(const struct stat &status)
     return {.device = status.st_dev,
             .inode = status.st_ino,
             .sizeBytes = status.st_size,
-            .modifiedNs = nanoseconds(status.st_mtim),
-            .changedNs = nanoseconds(status.st_ctim)};
+            .modifiedNs = sinceEpochNs(status.st_mtim),
+            .changedNs = sinceEpochNs(status.st_ctim)};
 }
 
 BoundedRead failure(int error)

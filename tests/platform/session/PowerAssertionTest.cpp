@@ -97,7 +97,7 @@ TEST_F(PowerAssertionTest, InhibitsThePowerManager)
 
 TEST_F(PowerAssertionTest, HoldsLogindsInhibitorOpenUntilItGoes)
 {
-    test::StandInService logind(m_buses.system, u"org.freedesktop.login1"_s);
+    test::StandInService logind(m_buses.system, test::kLogind);
     test::LentDescriptor inhibitor;
     logind.setAnswer(kInhibit, inhibitor.answer());
     hold();

@@ -12,6 +12,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 using test::becomes;
+using test::kLogind;
 using Call = test::StandInService::Call;
 using Error = test::StandInService::Error;
 using Silence = test::StandInService::Silence;
@@ -19,7 +20,6 @@ using State = Presentation::State;
 
 const QString kReason = u"A kiosk shows the Sun"_s;
 const QString kProgram = u"space.tarrow.corvella"_s;
-const QString kLogind = u"org.freedesktop.login1"_s;
 const QString kSessionManager = u"org.gnome.SessionManager"_s;
 const QString kNotifications = u"org.freedesktop.Notifications"_s;
 const QString kInhibit = u"Inhibit"_s;

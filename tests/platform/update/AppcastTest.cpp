@@ -9,7 +9,7 @@ namespace {
 
 using test::FeedEntry;
 
-const QDateTime kIssued(QDate(2026, 9, 1), QTime(12, 0), Qt::UTC);
+const QDateTime kFeedIssued(QDate(2026, 9, 1), QTime(12, 0), Qt::UTC);
 const QDateTime kExpires(QDate(2026, 10, 1), QTime(12, 0), Qt::UTC);
 const QByteArray kSignature = QByteArray(64, 's').toBase64();
 
@@ -24,7 +24,7 @@ FeedEntry entry()
 
 std::optional<Appcast> parse(const QList<FeedEntry> &entries)
 {
-    return Appcast::parse(test::makeFeed(entries, kIssued, kExpires));
+    return Appcast::parse(test::makeFeed(entries, kFeedIssued, kExpires));
 }
 
 qsizetype itemsOf(const FeedEntry &entry)
@@ -44,7 +44,7 @@ TEST(Appcast, ReadsWhatAnItemSays)
         "<unknown><deeper/></unknown>";
     const auto feed = parse({written});
     ASSERT_TRUE(feed);
-    EXPECT_EQ(feed->issued, kIssued);
+    EXPECT_EQ(feed->issued, kFeedIssued);
     EXPECT_EQ(feed->expires, kExpires);
     ASSERT_EQ(feed->items.size(), 1);
     Signature signature = {};
@@ -92,8 +92,8 @@ TEST(Appcast, LeavesOutItemsThatAreNotWhole)
 TEST(Appcast, IsNoneWithoutDatesOrWithWrongOnes)
 {
     EXPECT_TRUE(parse({}));
-    const QByteArray whole = test::makeFeed({entry()}, kIssued, kExpires);
-    EXPECT_FALSE(Appcast::parse(test::makeFeed({entry()}, kExpires, kIssued)));
+    const QByteArray whole = test::makeFeed({entry()}, kFeedIssued, kExpires);
+    EXPECT_FALSE(Appcast::parse(test::makeFeed({entry()}, kExpires, kFeedIssued)));
     EXPECT_FALSE(Appcast::parse(QByteArray(whole).replace("c:issued", "c:other")));
     EXPECT_FALSE(Appcast::parse(QByteArray(whole).replace("c:expires", "c:other")));
     EXPECT_FALSE(Appcast::parse(QByteArray(whole).replace("2026-10-01T12", "not a date")));
@@ -101,7 +101,7 @@ TEST(Appcast, IsNoneWithoutDatesOrWithWrongOnes)
 
 TEST(Appcast, GoesByTheNameSpaceAndNotByItsAbbreviation)
 {
-    const QByteArray whole = test::makeFeed({entry()}, kIssued, kExpires);
+    const QByteArray whole = test::makeFeed({entry()}, kFeedIssued, kExpires);
     ASSERT_EQ(Appcast::parse(whole)->items.size(), 1);
     const QByteArray renamed = QByteArray(whole)
                                    .replace("<s:", "<sparkle:")
@@ -116,7 +116,7 @@ TEST(Appcast, GoesByTheNameSpaceAndNotByItsAbbreviation)
 
 TEST(Appcast, RefusesDocumentTypesEntitiesAndWhatIsNotXml)
 {
-    const QByteArray whole = test::makeFeed({entry()}, kIssued, kExpires);
+    const QByteArray whole = test::makeFeed({entry()}, kFeedIssued, kExpires);
     EXPECT_FALSE(Appcast::parse({}));
     EXPECT_FALSE(Appcast::parse("<html></html>"));
     EXPECT_FALSE(Appcast::parse("<rss><channel/></rss>"));

@@ -18,7 +18,7 @@ namespace corvella {
 namespace {
 
 using test::ArchiveEntry;
-using Kind = ArchiveEntry::Kind;
+using EntryKind = ArchiveEntry::Kind;
 using Status = Unpacking::Status;
 
 class BundleTest : public testing::Test
@@ -76,8 +76,8 @@ TEST_F(BundleTest, UnpacksFilesAndFolders)
 {
     const QByteArray large(3'000'000, 'l');
     const Unpacking result = unpack(test::makeArchive({
-        {.name = "./", .mode = 0755, .kind = Kind::folder},
-        {.name = "bin/", .mode = 0700, .kind = Kind::folder},
+        {.name = "./", .mode = 0755, .kind = EntryKind::folder},
+        {.name = "bin/", .mode = 0700, .kind = EntryKind::folder},
         {.name = "./bin/corvella", .content = "program", .mode = 0777},
         {.name = "share/corvella/deeper/seed.mp4", .content = large, .mode = 0600},
         {.name = "empty", .mode = 0},
@@ -107,17 +107,18 @@ TEST_F(BundleTest, RefusesNamesThatLeadElsewhere)
 TEST_F(BundleTest, RefusesLinksAndWhatIsNoFile)
 {
     for (const char *target : {"../../outside", "/etc/passwd", "bin/corvella"}) {
-        EXPECT_TRUE(isRefused({.name = "link", .content = target, .kind = Kind::symbolicLink}));
-        EXPECT_TRUE(isRefused({.name = "link", .content = target, .kind = Kind::hardLink}));
+        EXPECT_TRUE(
+            isRefused({.name = "link", .content = target, .kind = EntryKind::symbolicLink}));
+        EXPECT_TRUE(isRefused({.name = "link", .content = target, .kind = EntryKind::hardLink}));
     }
-    EXPECT_TRUE(isRefused({.name = "pipe", .kind = Kind::pipe}));
+    EXPECT_TRUE(isRefused({.name = "pipe", .kind = EntryKind::pipe}));
 }
 
 TEST_F(BundleTest, RefusesRightsOfOthers)
 {
     for (const int mode : {04755, 02755, 01755, 06755})
         EXPECT_TRUE(isRefused({.name = "tool", .content = "x", .mode = mode})) << mode;
-    EXPECT_TRUE(isRefused({.name = "folder/", .mode = 02755, .kind = Kind::folder}));
+    EXPECT_TRUE(isRefused({.name = "folder/", .mode = 02755, .kind = EntryKind::folder}));
 }
 
 TEST_F(BundleTest, RefusesOneNameTwice)
@@ -125,7 +126,7 @@ TEST_F(BundleTest, RefusesOneNameTwice)
     EXPECT_TRUE(isRefused({.name = "bin/corvella", .content = "other"}));
     EXPECT_TRUE(isRefused({.name = "bin/corvella/inner", .content = "x"}));
     EXPECT_TRUE(isRefused({.name = "bin", .content = "x"}));
-    EXPECT_FALSE(isRefused({.name = "bin/", .mode = 0755, .kind = Kind::folder}));
+    EXPECT_FALSE(isRefused({.name = "bin/", .mode = 0755, .kind = EntryKind::folder}));
 }
 
 TEST_F(BundleTest, RefusesASparseFileOfAHundredGigabytes)
@@ -145,7 +146,8 @@ TEST_F(BundleTest, RefusesMoreFilesThanABuildHas)
 {
     QList<ArchiveEntry> entries;
     for (int i = 0; i < 2'001; ++i)
-        entries << ArchiveEntry{.name = "empty/" + QByteArray::number(i), .kind = Kind::folder};
+        entries << ArchiveEntry{.name = "empty/" + QByteArray::number(i),
+                                .kind = EntryKind::folder};
     EXPECT_EQ(unpack(test::makeArchive(entries)).status, Status::refused);
 }
 

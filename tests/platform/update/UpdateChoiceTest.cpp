@@ -1,4 +1,5 @@
 #include "platform/update/UpdateChoice.h"
+#include "platform/update/Now.h"
 #include "support/QtPrinting.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@ namespace corvella {
 namespace {
 
 const QString kMachine = QStringLiteral("linux-x86_64");
-const QDateTime kNow(QDate(2026, 9, 10), QTime(12, 0), Qt::UTC);
 
 AppcastItem item(qint64 build)
 {

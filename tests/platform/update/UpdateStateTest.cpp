@@ -1,4 +1,5 @@
 #include "platform/update/UpdateState.h"
+#include "platform/update/Now.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>
@@ -7,8 +8,6 @@
 
 namespace corvella {
 namespace {
-
-const QDateTime kNow(QDate(2026, 9, 10), QTime(12, 0), Qt::UTC);
 
 TEST(UpdateState, IsKeptInAFile)
 {

@@ -1,6 +1,7 @@
 // Updates from a real web server, and from one that misbehaves, to a small copy of the program.
 #include "platform/update/UpdaterController.h"
 #include "InstalledCopy.h"
+#include "platform/update/Now.h"
 #include "support/CapturedLog.h"
 #include "support/FaultServer.h"
 #include "support/NginxServer.h"
@@ -18,8 +19,6 @@ using test::becomes;
 using test::FeedEntry;
 using testing::ElementsAre;
 using Connection = test::FaultServer::Connection;
-
-const QDateTime kNow(QDate(2026, 9, 10), QTime(12, 0), Qt::UTC);
 
 // What a signal said, each time.
 template <typename... Arguments> class Heard

@@ -93,10 +93,10 @@ TEST_P(PlaneEnlargement, IsLinearBetweenNeighboursAndStaysAtTheBorder)
     TestPlane plane = noise(GetParam().from);
     TestPlane result = enlarged(plane, GetParam().to);
     // Two roundings of half a level each, and weights in 256ths of at most 255 levels, both ways.
-    constexpr double kTolerance = 3;
+    constexpr double kRounding = 3;
     for (int y = 0; y < result.size.height(); ++y) {
         for (int x = 0; x < result.size.width(); ++x)
-            ASSERT_NEAR(result.at(x, y), linear(plane, x, y, result.size), kTolerance)
+            ASSERT_NEAR(result.at(x, y), linear(plane, x, y, result.size), kRounding)
                 << "at " << x << ", " << y;
     }
 }
