@@ -12,11 +12,15 @@
 #include <QFileInfo>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace corvella::Cache {
 
 namespace {
 
 constexpr qint64 kLargestSideFile = 4096; // bytes; an entity tag or a remote path
+// A journal takes the flushes of several files at once for little more than that of one.
+constexpr size_t kMostFilings = 4;
 constexpr int kOk = 200;
 constexpr int kNotModified = 304;
 
@@ -138,7 +142,8 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
     const QString target = file(name);
     const QString source = target + kSourceSuffix;
     const QString tag = target + kTagSuffix;
-    if (m_filing && m_filing->name == name)
+    if (std::any_of(m_filings.begin(), m_filings.end(),
+                    [&name](const Filing &filing) { return filing.name == name; }))
         finish(); // asked for twice: what is known of it is being written
     if (!isNewer(path, readSideFile(source)))
         return Fetched::unchanged;
@@ -177,10 +182,11 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
 
     if (!download)
         download = std::make_unique<PendingFile>(target); // an empty body
-    finish();
-    m_filing = Filing{name, address,
-                      std::async(std::launch::async, putInPlace, std::move(download), target, path,
-                                 answer.etag, note)};
+    if (m_filings.size() == kMostFilings)
+        finishOldest();
+    m_filings.push_back({name, address,
+                         std::async(std::launch::async, putInPlace, std::move(download), target,
+                                    path, answer.etag, note)});
     if (isDocument(path))
         finish();
     return Fetched::changed;
@@ -188,9 +194,14 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
 
 void RemoteImagery::finish()
 {
-    if (!m_filing)
-        return;
-    Filing filing = *std::exchange(m_filing, std::nullopt);
+    while (!m_filings.empty())
+        finishOldest();
+}
+
+void RemoteImagery::finishOldest()
+{
+    Filing filing = std::move(m_filings.front());
+    m_filings.pop_front();
     if (const FileResult result = filing.result.get(); !result.isOk())
         complain(filing.address, QStringLiteral("not stored: ") + result.reason);
 }

@@ -8,6 +8,7 @@
 #include "platform/net/HttpSession.h"
 #include "platform/storage/DurableFile.h"
 
+#include <deque>
 #include <functional>
 #include <future>
 
@@ -64,7 +65,8 @@ public:
     // leaves a file of which nothing is known. When it fails, the old file stays, with a log line.
     //
     // A changed file other than a document takes its place on another thread, where `note` is
-    // called, too: while the disk is waited for the network is not idle. finish() waits for it.
+    // called, too, a few at once: while the disk is waited for the network is not idle. finish()
+    // waits for them.
     Fetched fetch(
         const QString &path, const QString &name,
         const std::function<FileResult()> &note = [] { return FileResult(); });
@@ -106,7 +108,8 @@ private:
         QString address; // it came from
         std::future<FileResult> result;
     };
-    std::optional<Filing> m_filing; // one at a time
+    void finishOldest();
+    std::deque<Filing> m_filings; // the oldest in front
 };
 
 // Reads a side file: a line of text. None when it is missing or no such thing.

@@ -2,11 +2,11 @@
 // program and the C library; only files below a folder count. All by environment variables:
 //   DISK_FAULTS_FOLDER   the folder
 //   DISK_FAULTS_KILL_AT  the call that changes the disk (from 1) at which the power goes: a write
-//   gets
-//                        half of its bytes out first, files that were not flushed lose their
+//                        gets half of its bytes out first, files that were not flushed lose their
 //                        content, and the program is killed
 //   DISK_FAULTS_ROOM     bytes that may be written before the disk is full
 //   DISK_FAULTS_REPORT   a file to leave the number of calls and of bytes in at the end
+// One call at a time, whichever thread it comes from.
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -15,6 +15,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <mutex>
 #include <set>
 #include <string>
 #include <sys/types.h>
@@ -53,6 +54,7 @@ bool isBelow(int descriptor)
     return isBelow(pathOf(descriptor).c_str());
 }
 
+std::mutex oneAtATime;
 long calls = 0;
 long bytesWritten = 0;
 
@@ -99,6 +101,7 @@ template <typename Next> ssize_t writeFaultily(int descriptor, size_t count, con
     static const long room = number("DISK_FAULTS_ROOM", LONG_MAX);
     if (!isBelow(descriptor))
         return next(count);
+    const std::lock_guard lock(oneAtATime);
     unflushed().insert(pathOf(descriptor));
     if (powerFails()) {
         next(count / 2);
@@ -137,6 +140,7 @@ extern "C" int fsync(int descriptor)
     static const auto next = original<int (*)(int)>("fsync");
     if (!isBelow(descriptor))
         return next(descriptor);
+    const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
     unflushed().erase(pathOf(descriptor));
@@ -148,6 +152,7 @@ extern "C" int rename(const char *from, const char *to)
     static const auto next = original<int (*)(const char *, const char *)>("rename");
     if (!isBelow(to))
         return next(from, to);
+    const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
     if (unflushed().erase(from) > 0)
@@ -162,6 +167,7 @@ extern "C" int unlink(const char *path)
     static const auto next = original<int (*)(const char *)>("unlink");
     if (!isBelow(path))
         return next(path);
+    const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
     unflushed().erase(path);
