@@ -85,9 +85,9 @@ TEST_F(XScreenSaver, ShowsTheInstalledModuleOnEveryScreenAndLetsItGoOnInput)
     test::ChildProcess daemon(command(u"xscreensaver"_s, {u"--no-splash"_s, u"--verbose"_s}));
     ASSERT_TRUE(becomes([&] { return daemon.errors().contains("running in process"); }));
     tell(u"-activate"_s);
-    ASSERT_TRUE(becomes([&] { return clipOn(kLeft) && clipOn(kRight); }))
+    // Never the same on both.
+    ASSERT_TRUE(becomes([&] { return clipOn(kLeft) + clipOn(kRight) == 1 + 2; }))
         << daemon.errors().toStdString();
-    EXPECT_EQ(clipOn(kLeft) + clipOn(kRight), 1 + 2) << "the same on both";
 
     // Right after it was told to show, the daemon takes no notice of input.
     EXPECT_TRUE(becomes(
