@@ -67,7 +67,14 @@ protected:
     {
         return test::asOrdinaryUser({program, arguments, m_program.environment(), {}});
     }
-    void tell(const QString &what) const { test::run(command(u"xscreensaver-command"_s, {what})); }
+    // The window by which the daemon is told comes a little after it is there.
+    [[nodiscard]] bool isTold(const QString &what) const
+    {
+        return becomes([&] {
+            test::ChildProcess teller(command(u"xscreensaver-command"_s, {what}));
+            return teller.exitStatus() == 0;
+        });
+    }
 
     const QString m_settings = m_program.home() + u"/.xscreensaver"_s;
 };
@@ -84,7 +91,7 @@ TEST_F(XScreenSaver, ShowsTheInstalledModuleOnEveryScreenAndLetsItGoOnInput)
     write(m_settings, chosen);
     test::ChildProcess daemon(command(u"xscreensaver"_s, {u"--no-splash"_s, u"--verbose"_s}));
     ASSERT_TRUE(becomes([&] { return daemon.errors().contains("running in process"); }));
-    tell(u"-activate"_s);
+    ASSERT_TRUE(isTold(u"-activate"_s)) << daemon.errors().toStdString();
     // Never the same on both.
     ASSERT_TRUE(becomes([&] { return clipOn(kLeft) + clipOn(kRight) == 1 + 2; }))
         << daemon.errors().toStdString();
