@@ -232,7 +232,11 @@ bool ClipWriter::add(const QImage &image)
         return fail("cannot reuse a frame", code);
 
     const QImage rgb = image.convertToFormat(QImage::Format_RGB888);
-    const std::array<const std::uint8_t *, 1> source{rgb.constBits()};
+    // swscale reads some bytes beyond the last pixel.
+    QByteArray padded(rgb.sizeInBytes() + AV_INPUT_BUFFER_PADDING_SIZE, 0);
+    std::copy_n(rgb.constBits(), rgb.sizeInBytes(), padded.data());
+    const std::array<const std::uint8_t *, 1> source{
+        reinterpret_cast<const std::uint8_t *>(padded.constData())};
     const std::array<int, 1> stride{static_cast<int>(rgb.bytesPerLine())};
     sws_scale(m_encoder->scaler.get(), source.data(), stride.data(), 0, rgb.height(), frame->data,
               frame->linesize);
