@@ -14,6 +14,7 @@
 #include "platform/session/Screens.h"
 #include "platform/session/SingleInstance.h"
 #include "platform/session/TerminationSignals.h"
+#include "platform/storage/BuildIdentity.h"
 #include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
 #include "shell/App.h"
@@ -96,6 +97,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QGuiApplication::setDesktopFileName(QStringLiteral("space.tarrow.corvella"));
     QApplication::setQuitOnLastWindowClosed(false);
 
+    (void)BuildIdentity::running(); // while the files are this build's
     SingleInstance instance;
     const SingleInstance::Outcome outcome = instance.claim(commandLine.wordForTheOther());
     if (outcome != SingleInstance::Outcome::first)
