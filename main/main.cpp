@@ -141,6 +141,8 @@ int main(int argc, char **argv)
     if (commandLine.refreshOnly || commandLine.primeOnly)
         return refresh(argc, argv, !commandLine.refreshOnly);
     const int status = runApplication(argc, argv, commandLine);
-    Updater::shared().relaunchIfInstalled(commandLine.allArgs);
+    // A session that ends meanwhile wants no program back.
+    if (!TerminationSignals::wereReceived())
+        Updater::shared().relaunchIfInstalled(commandLine.allArgs);
     return status;
 }

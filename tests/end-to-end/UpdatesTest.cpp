@@ -166,6 +166,16 @@ TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)
     EXPECT_TRUE(QFile::exists(path(u"1/bin/corvella"_s))); // kept
 }
 
+TEST_F(Updates, DoNotBringAProgramBackIntoASessionThatEnds)
+{
+    announce();
+    m_program.configure({{u"installUpdatesNow"_s, true}});
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(kInstalling));
+    end();
+    EXPECT_EQ(current(), 2);
+}
+
 TEST_F(Updates, AreInstalledByADesktopThatShowsNothing)
 {
     announce();

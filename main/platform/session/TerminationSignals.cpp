@@ -12,10 +12,12 @@ namespace corvella {
 namespace {
 
 int pipeEnds[2] = {-1, -1};
+volatile std::sig_atomic_t isAnyReceived = 0;
 
 // Signal context: write() is all that may be done.
 void forward(int signal)
 {
+    isAnyReceived = 1;
     const char number = static_cast<char>(signal);
     [[maybe_unused]] const ssize_t written = ::write(pipeEnds[1], &number, 1);
 }
@@ -41,6 +43,11 @@ TerminationSignals::TerminationSignals(QObject *parent)
         action.sa_flags = SA_RESTART;
         sigaction(signal, &action, nullptr);
     }
+}
+
+bool TerminationSignals::wereReceived()
+{
+    return isAnyReceived != 0;
 }
 
 } // namespace corvella

@@ -17,6 +17,9 @@ public:
     // One per process, on the main thread, while the event loop runs.
     explicit TerminationSignals(QObject *parent = nullptr);
 
+    // Whether one came at any time, also after the event loop ended. Any thread.
+    [[nodiscard]] static bool wereReceived();
+
 Q_SIGNALS:
     void received();
 
