@@ -12,6 +12,7 @@ namespace corvella {
 namespace {
 
 int pipeEnds[2] = {-1, -1};
+constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP};
 volatile std::sig_atomic_t isAnyReceived = 0;
 
 // Signal context: write() is all that may be done.
@@ -37,12 +38,18 @@ TerminationSignals::TerminationSignals(QObject *parent)
         while (::read(pipeEnds[0], &number, 1) == 1) {}
         Q_EMIT received();
     });
-    for (const int signal : std::array{SIGTERM, SIGINT, SIGHUP}) {
+    for (const int signal : kSignals) {
         struct sigaction action = {};
         action.sa_handler = forward;
         action.sa_flags = SA_RESTART;
         sigaction(signal, &action, nullptr);
     }
+}
+
+TerminationSignals::~TerminationSignals()
+{
+    for (const int signal : kSignals)
+        std::signal(signal, SIG_DFL);
 }
 
 bool TerminationSignals::wereReceived()
