@@ -4,7 +4,7 @@ if(CORVELLA_SANITIZE)
     add_compile_options(-fsanitize=${CORVELLA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${CORVELLA_SANITIZE})
     # GCC's manual: what the sanitizers put in makes it see uninitialised values that there are none of.
-    add_compile_options(-Wno-maybe-uninitialized)
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     # A check of virtual calls holds an interface in the program and in the module that it loads for two, unless the
     # program's is known to the module.
     set(CMAKE_ENABLE_EXPORTS ON)

@@ -1,7 +1,7 @@
 // Update feeds of any content: whatever one says, each item that is left has all that a download
 // and its verification need, and nothing is larger than its bound.
+#include "platform/storage/BuildIdentity.h"
 #include "platform/update/Appcast.h"
-#include "platform/update/BuildIdentity.h"
 
 #include <QUrl>
 

@@ -14,6 +14,7 @@
 #include "platform/session/Screens.h"
 #include "platform/session/SingleInstance.h"
 #include "platform/session/TerminationSignals.h"
+#include "platform/storage/BuildIdentity.h"
 #include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
 #include "shell/App.h"
@@ -96,6 +97,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QGuiApplication::setDesktopFileName(QStringLiteral("space.tarrow.corvella"));
     QApplication::setQuitOnLastWindowClosed(false);
 
+    (void)BuildIdentity::running(); // while the files are this build's
     SingleInstance instance;
     const SingleInstance::Outcome outcome = instance.claim(commandLine.wordForTheOther());
     if (outcome != SingleInstance::Outcome::first)
@@ -139,6 +141,8 @@ int main(int argc, char **argv)
     if (commandLine.refreshOnly || commandLine.primeOnly)
         return refresh(argc, argv, !commandLine.refreshOnly);
     const int status = runApplication(argc, argv, commandLine);
-    Updater::shared().relaunchIfInstalled(commandLine.allArgs);
+    // A session that ends meanwhile wants no program back.
+    if (!TerminationSignals::wereReceived())
+        Updater::shared().relaunchIfInstalled(commandLine.allArgs);
     return status;
 }

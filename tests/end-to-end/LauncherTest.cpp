@@ -48,8 +48,7 @@ protected:
     }
     [[nodiscard]] test::Command command() const
     {
-        return {
-            path(u"bin/corvella"_s), {u"--start"_s, u"two words"_s}, test::bareEnvironment(), {}};
+        return {path(u"bin/corvella"_s), {u"--start"_s, u"two words"_s}, m_environment, {}};
     }
     struct Ending
     {
@@ -69,6 +68,7 @@ protected:
     [[nodiscard]] bool has(const QString &name) const { return QFile::exists(path(name)); }
 
     test::TemporaryHome m_home;
+    QProcessEnvironment m_environment = test::bareEnvironment();
 };
 
 const QByteArray kStarted = "rm \"$(dirname \"$0\")/../../.update/trial-2\"";
@@ -108,6 +108,16 @@ TEST_F(Launcher, PutsItBackWhereTheNewOneCannotBeLoadedAtAll)
 {
     install("");
     m_home.write(path(u"2/bin/corvella"_s), "#!/no/such/interpreter\n");
+    EXPECT_EQ(start().output, QByteArray("one --start two words\n"));
+    EXPECT_EQ(current(), 1);
+}
+
+TEST_F(Launcher, PutsItBackOnAFullDisk)
+{
+    install("exit 1");
+    m_environment.insert(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS));
+    m_environment.insert(u"DISK_FAULTS_FOLDER"_s, m_home.path(u"opt"_s));
+    m_environment.insert(u"DISK_FAULTS_ROOM"_s, u"0"_s);
     EXPECT_EQ(start().output, QByteArray("one --start two words\n"));
     EXPECT_EQ(current(), 1);
 }
@@ -169,6 +179,24 @@ TEST_F(Launcher, TakesAnEndThatSomebodyAskedForForNoVerdict)
         EXPECT_EQ(process.exitStatus(), 128 + SIGTERM);
     }
     EXPECT_EQ(current(), 2);
+}
+
+TEST_F(Launcher, PutsBackTheOldBuildWhenTheNewOneHangsTwice)
+{
+    install("trap 'echo told' TERM; echo $$; while :; do sleep 0.05; done");
+    for (int i = 0; i < 2; ++i) {
+        test::ChildProcess process(command());
+        ASSERT_TRUE(test::becomes([&] { return process.output().endsWith('\n'); }));
+        const int build = process.output().trimmed().toInt();
+        ASSERT_GT(build, 0);
+        process.signal(SIGTERM);
+        ASSERT_TRUE(test::becomes([&] { return process.output().endsWith("told\n"); }));
+        ::kill(build, SIGKILL);
+        EXPECT_EQ(process.exitStatus(), 128 + SIGKILL); // and is not started a second time
+    }
+    EXPECT_EQ(current(), 2);
+    EXPECT_EQ(start().output, QByteArray("one --start two words\n"));
+    EXPECT_EQ(current(), 1);
 }
 
 TEST_F(Launcher, StartsTheNewBuildWhereThereIsNoOther)

@@ -70,7 +70,9 @@ protected:
         makeBundle(kUpdates + u"/1"_s, m_program.home() + u"/first"_s);
         const QString bundle =
             QDir(m_program.home() + u"/first"_s).entryList({u"*.tar.gz"_s}).value(0);
-        shell({kPackaging + u"/install-bundle"_s, m_program.home() + u"/first/"_s + bundle,
+        // As for a user who shares files with a group.
+        shell({u"sh"_s, u"-c"_s, u"umask 002; exec \"$@\""_s, u"sh"_s,
+               kPackaging + u"/install-bundle"_s, m_program.home() + u"/first/"_s + bundle,
                prefix()});
         m_program.setExecutable(path(u"bin/corvella"_s));
     }
@@ -115,6 +117,20 @@ protected:
         }
         return std::nullopt;
     }
+    // What anybody but its owner could exchange in the copy.
+    [[nodiscard]] QStringList exposed() const
+    {
+        constexpr auto kOthers = QFile::WriteGroup | QFile::WriteOther;
+        QStringList paths;
+        QDirIterator entries(prefix(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                             QDirIterator::Subdirectories);
+        while (entries.hasNext()) {
+            const QFileInfo entry(entries.next());
+            if (!entry.isSymLink() && (entry.permissions() & kOthers))
+                paths << entry.filePath();
+        }
+        return paths;
+    }
     bool starts(int build)
     {
         return becomes([&] { return running(build).has_value(); });
@@ -155,6 +171,7 @@ TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)
     EXPECT_FALSE(running(1));
     EXPECT_EQ(current(), 2);
     expectOneWholeBuild("updated");
+    EXPECT_EQ(exposed(), QStringList());
     for (const QString &program :
          {u"lib/corvella/corvella-gsettings"_s,
           u"share/corvella/PlugIns/Corvella.saver/Contents/bin/corvella-saver"_s})
@@ -164,6 +181,16 @@ TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)
     EXPECT_TRUE(becomes([this] { return !QFile::exists(path(u".update/trial-2"_s)); }));
     end();
     EXPECT_TRUE(QFile::exists(path(u"1/bin/corvella"_s))); // kept
+}
+
+TEST_F(Updates, DoNotBringAProgramBackIntoASessionThatEnds)
+{
+    announce();
+    m_program.configure({{u"installUpdatesNow"_s, true}});
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(kInstalling));
+    end();
+    EXPECT_EQ(current(), 2);
 }
 
 TEST_F(Updates, AreInstalledByADesktopThatShowsNothing)

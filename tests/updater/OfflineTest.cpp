@@ -125,6 +125,29 @@ TEST_F(MenuCheck, LeadsToANewVersion)
     EXPECT_EQ(QFileInfo(m_home.path(u"opt/current"_s)).symLinkTarget(), m_home.path(u"opt/2"_s));
 }
 
+TEST_F(MenuCheck, SaysThatAKioskWaitsForTheNight)
+{
+    m_updater.when = [] { return Updater::When::overnight; };
+    m_updater.checkNow();
+    ASSERT_TRUE(titleBecomes(u"Corvella 1.1 is available"_s));
+    m_updater.window()->actionButton()->click();
+    ASSERT_TRUE(titleBecomes(u"Corvella 1.1 is ready"_s));
+    EXPECT_EQ(m_updater.window()->text(), u"It is installed at night, between 3 and 5 o'clock."_s);
+}
+
+TEST_F(MenuCheck, LeavesACopyOfThePackageManagerAlone)
+{
+    m_updater.applicationWillTerminate();
+    m_home.write(m_home.path(u"opt/1/share/corvella/package-manager"_s), "");
+    m_updater.start();
+    m_updater.checkNow();
+    EXPECT_EQ(m_updater.window()->title(), u"Corvella was not updated"_s);
+    EXPECT_EQ(m_updater.window()->text(),
+              u"This copy of Corvella belongs to the system's package "
+              "manager, which keeps it current."_s);
+    EXPECT_EQ(socketsMade, 0);
+}
+
 TEST_F(MenuCheck, SaysWhatIsWrong)
 {
     m_home.write(m_home.path(u"www/appcast.xml"_s), "nonsense");

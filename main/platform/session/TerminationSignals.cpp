@@ -12,10 +12,13 @@ namespace corvella {
 namespace {
 
 int pipeEnds[2] = {-1, -1};
+constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP};
+volatile std::sig_atomic_t isAnyReceived = 0;
 
 // Signal context: write() is all that may be done.
 void forward(int signal)
 {
+    isAnyReceived = 1;
     const char number = static_cast<char>(signal);
     [[maybe_unused]] const ssize_t written = ::write(pipeEnds[1], &number, 1);
 }
@@ -35,12 +38,23 @@ TerminationSignals::TerminationSignals(QObject *parent)
         while (::read(pipeEnds[0], &number, 1) == 1) {}
         Q_EMIT received();
     });
-    for (const int signal : std::array{SIGTERM, SIGINT, SIGHUP}) {
+    for (const int signal : kSignals) {
         struct sigaction action = {};
         action.sa_handler = forward;
         action.sa_flags = SA_RESTART;
         sigaction(signal, &action, nullptr);
     }
+}
+
+TerminationSignals::~TerminationSignals()
+{
+    for (const int signal : kSignals)
+        std::signal(signal, SIG_DFL);
+}
+
+bool TerminationSignals::wereReceived()
+{
+    return isAnyReceived != 0;
 }
 
 } // namespace corvella

@@ -16,6 +16,11 @@ class TerminationSignals : public QObject
 public:
     // One per process, on the main thread, while the event loop runs.
     explicit TerminationSignals(QObject *parent = nullptr);
+    // From then on a signal ends the program at once.
+    ~TerminationSignals() override;
+
+    // Whether one came, also after the event loop ended. Any thread.
+    [[nodiscard]] static bool wereReceived();
 
 Q_SIGNALS:
     void received();

@@ -1,7 +1,7 @@
 #include "platform/update/Appcast.h"
 
+#include "platform/storage/BuildIdentity.h"
 #include "platform/storage/IsoDate.h"
-#include "platform/update/BuildIdentity.h"
 
 #include <QUrl>
 #include <QXmlStreamReader>

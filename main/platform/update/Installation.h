@@ -13,9 +13,9 @@
 // Calls wait for the disk; any thread, one at a time. Log nothing.
 #pragma once
 
+#include "platform/storage/BuildIdentity.h"
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/FileLock.h"
-#include "platform/update/BuildIdentity.h"
 
 namespace corvella {
 

@@ -27,6 +27,7 @@ constexpr auto kLongestFeedTime = 60s;
 constexpr auto kLongestDownload = 12h; // a slow line has the night
 constexpr auto kLongestSelfTest = 60s; // it takes less than one
 constexpr auto kCancelCheck = 100ms;
+constexpr int kRangeNotSatisfiable = 416; // a status of HTTP
 const QString kPartSuffix = QStringLiteral(".part");
 
 Result fault(UpdateFault kind, const QString &reason)
@@ -212,7 +213,9 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
     const QString folder = m_setup.installation.workFolder();
     UpdateState state = UpdateState::read(folder);
     const QDateTime now = m_setup.now();
-    if (kind == CheckKind::automatic && !atOnce && !isCheckDue(state.lastCheck, now))
+    // A download that broke off does not wait for tomorrow.
+    if (kind == CheckKind::automatic && !atOnce && !isCheckDue(state.lastCheck, now)
+        && parts().isEmpty())
         return {.result =
                     fault(UpdateFault::notDue, QStringLiteral("checked less than a day ago"))};
     QByteArray bytes;
@@ -237,6 +240,10 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
                             .channels = m_setup.channels,
                             .phase = state.phase,
                             .now = now};
+    QStringList offered;
+    for (const AppcastItem &item : reading.feed.items)
+        offered << partOf(item);
+    dropPartsBut(offered);
     return {.item = chooseUpdate(reading.feed.items, facts, kind)};
 }
 
@@ -247,8 +254,8 @@ Result UpdatePreparation::prepare(const AppcastItem &item, const Progress &progr
         return taken;
     if (isPublished(item))
         return {};
-    dropOtherParts(item);
     const QString path = partOf(item);
+    dropPartsBut({path});
     const FileDescriptor part(::open(QFile::encodeName(path).constData(),
                                      O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     if (!part.isOpen())
@@ -271,12 +278,20 @@ bool UpdatePreparation::isPublished(const AppcastItem &item) const
     return readBounded(file, signature.size()).bytes == signature;
 }
 
-void UpdatePreparation::dropOtherParts(const AppcastItem &item) const
+QStringList UpdatePreparation::parts() const
 {
-    const QDir folder(m_setup.installation.workFolder());
-    for (const QString &name : folder.entryList({u'*' + kPartSuffix}, QDir::Files)) {
-        if (folder.filePath(name) != partOf(item))
-            QFile::remove(folder.filePath(name));
+    const QString folder = m_setup.installation.workFolder();
+    QStringList paths;
+    for (const QString &name : QDir(folder).entryList({u'*' + kPartSuffix}, QDir::Files))
+        paths << folder + u'/' + name;
+    return paths;
+}
+
+void UpdatePreparation::dropPartsBut(const QStringList &kept) const
+{
+    for (const QString &part : parts()) {
+        if (!kept.contains(part))
+            QFile::remove(part);
     }
 }
 
@@ -292,22 +307,29 @@ Result UpdatePreparation::download(const AppcastItem &item, const FileDescriptor
         progress(size, item.length);
         return {};
     }
-    Result disk;
+    Result taken;
     const HttpAnswer answer = m_session.get(
-        {.url = item.url, .total = kLongestDownload, .largestBody = item.length, .from = size},
+        {.url = item.url, .total = kLongestDownload, .largestBody = kLargestBundle, .from = size},
         [&](const char *bytes, size_t count) {
-            if (!writeAll(part, bytes, count)) {
-                disk = lastError();
+            if (qint64(count) > item.length - size)
+                taken = fault(UpdateFault::bundleNotTrusted,
+                              item.url + QStringLiteral(": longer than the feed says"));
+            else if (!writeAll(part, bytes, count))
+                taken = lastError();
+            if (!isOk(taken))
                 return false;
-            }
             size += qint64(count);
             progress(size, item.length);
             return true;
         });
     if (m_cancelled)
         return fault(UpdateFault::cancelled, QStringLiteral("cancelled"));
-    if (!isOk(disk))
-        return disk;
+    if (!isOk(taken))
+        return taken;
+    // What is there of it is more than the server has: it is of another file.
+    if (answer.status == kRangeNotSatisfiable)
+        return fault(UpdateFault::bundleNotTrusted,
+                     item.url + QStringLiteral(": shorter than what is there of it"));
     if (answer.status != 200 && answer.status != 206) {
         const QString reason = answer.status == 0 ? answer.reason : QString::number(answer.status);
         return fault(UpdateFault::unreachable, item.url + QStringLiteral(": ") + reason);

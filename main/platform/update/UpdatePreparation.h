@@ -62,7 +62,8 @@ public:
 
     explicit UpdatePreparation(UpdateSetup setup);
 
-    // Fetches the feed and chooses. An automatic check only when one is due, unless `atOnce`.
+    // Fetches the feed and chooses. An automatic check only when one is due, or a download is to go
+    // on, unless `atOnce`.
     [[nodiscard]] Finding find(CheckKind kind, bool atOnce);
     // Has that update lie beside the running build, whole and tried, for Installation::switchTo().
     [[nodiscard]] Result prepare(const AppcastItem &item, const Progress &progress);
@@ -78,7 +79,9 @@ private:
     Result unpackVerified(const AppcastItem &item, const FileDescriptor &part);
     Result prove(const AppcastItem &item) const;
     Result unpackAndProve(const AppcastItem &item, const FileDescriptor &part);
-    void dropOtherParts(const AppcastItem &item) const;
+    // What is there of downloads that broke off.
+    [[nodiscard]] QStringList parts() const;
+    void dropPartsBut(const QStringList &kept) const;
 
     const UpdateSetup m_setup;
     HttpSession m_session;

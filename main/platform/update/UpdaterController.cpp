@@ -124,8 +124,11 @@ void UpdaterController::check(Asked asked)
         return;
     }
     Q_EMIT checking();
-    if (m_preparation) // whose signals tell the one who asks now, too
+    if (m_preparation) { // whose signals tell the one who asks now, too
+        m_isAskedMeanwhile = m_isAskedMeanwhile || asked == Asked::byHand;
         return;
+    }
+    m_isAskedMeanwhile = false;
     m_preparation = newPreparation();
     const CheckKind kind = asked == Asked::byHand ? CheckKind::byHand : CheckKind::automatic;
     inBackground(
@@ -137,11 +140,16 @@ void UpdaterController::check(Asked asked)
 
 void UpdaterController::found(Asked asked, const UpdatePreparation::Finding &finding)
 {
+    m_preparation.reset();
+    // An automatic check passes over in silence what somebody who asks is to be told.
+    if (m_isAskedMeanwhile && asked != Asked::byHand) {
+        check(Asked::byHand);
+        return;
+    }
     if (finding.result.fault != UpdateFault::none) {
         fail(finding.result);
         return;
     }
-    m_preparation.reset();
     m_lastComplaint.clear();
     const bool isKnownToFail = finding.item && finding.item->build == m_unusableBuild;
     if (!finding.item || (isKnownToFail && asked != Asked::byHand)) {
@@ -158,16 +166,16 @@ void UpdaterController::accept()
 {
     if (!m_offer || m_preparation)
         return;
-    const AppcastItem item = *std::exchange(m_offer, std::nullopt);
-    if (const std::optional<QString> refusal = m_delegate.refusal()) {
-        Q_EMIT refused(*refusal);
-        return;
-    }
-    prepare(item);
+    prepare(*std::exchange(m_offer, std::nullopt));
 }
 
 void UpdaterController::prepare(const AppcastItem &item)
 {
+    // It may have been given since the check began.
+    if (const std::optional<QString> refusal = m_delegate.refusal()) {
+        Q_EMIT refused(*refusal);
+        return;
+    }
     m_preparation = newPreparation();
     // On the worker.
     const auto progress = [this, told = QElapsedTimer()](qint64 done, qint64 total) mutable {
@@ -175,28 +183,37 @@ void UpdaterController::prepare(const AppcastItem &item)
             return;
         told.start();
         QMetaObject::invokeMethod(
-            this,
-            [this, done, total] {
-                Q_EMIT downloading(done, total);
-                if (done == total)
-                    Q_EMIT preparing();
-            },
-            Qt::QueuedConnection);
+            this, [this, done, total] { downloaded(done, total); }, Qt::QueuedConnection);
     };
     inBackground([preparation = m_preparation, item,
                   progress] { return preparation->prepare(item, progress); },
                  [this, item](const UpdatePreparation::Result &result) { prepared(item, result); });
 }
 
+void UpdaterController::downloaded(qint64 done, qint64 total)
+{
+    if (!m_preparation)
+        return;
+    if (done == total) {
+        Q_EMIT downloading(done, total);
+        Q_EMIT preparing();
+    } else if (const std::optional<QString> refusal = m_delegate.refusal()) {
+        m_preparation->cancel(); // what is there of it is kept
+        Q_EMIT refused(*refusal);
+    } else {
+        Q_EMIT downloading(done, total);
+    }
+}
+
 void UpdaterController::prepared(const AppcastItem &item, const UpdatePreparation::Result &result)
 {
+    m_preparation.reset();
     if (result.fault == UpdateFault::doesNotRun)
         m_unusableBuild = item.build;
     if (result.fault != UpdateFault::none) {
         fail(result);
         return;
     }
-    m_preparation.reset();
     m_ready = {.version = item.version, .build = item.build};
     Q_EMIT ready(item.version);
     m_delegate.willInstallUpdateOnQuit(item.version, [self = QPointer(this)] {
@@ -207,7 +224,6 @@ void UpdaterController::prepared(const AppcastItem &item, const UpdatePreparatio
 
 void UpdaterController::fail(const UpdatePreparation::Result &result)
 {
-    m_preparation.reset();
     if (result.fault == UpdateFault::notDue || result.fault == UpdateFault::cancelled)
         return;
     if (std::exchange(m_lastComplaint, result.reason) != result.reason)
@@ -221,7 +237,10 @@ void UpdaterController::installNow()
         return;
     const FileResult switched = m_installation.switchTo(m_ready->build);
     if (!switched.isOk()) {
-        fail({.fault = UpdateFault::cannotWrite, .reason = switched.reason});
+        fail({.fault = !m_installation.isCurrent()         ? UpdateFault::superseded
+                  : switched.status == FileStatus::noSpace ? UpdateFault::noSpace
+                                                           : UpdateFault::cannotWrite,
+              .reason = switched.reason});
         return;
     }
     m_relaunch = m_installation.launcher();

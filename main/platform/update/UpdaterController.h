@@ -90,6 +90,7 @@ private:
     void check(Asked asked);
     void found(Asked asked, const UpdatePreparation::Finding &finding);
     void prepare(const AppcastItem &item);
+    void downloaded(qint64 done, qint64 total);
     void prepared(const AppcastItem &item, const UpdatePreparation::Result &result);
     void fail(const UpdatePreparation::Result &result);
     void confirmStart();
@@ -106,6 +107,7 @@ private:
     QTimer m_hourly;
     QThreadPool m_worker;                             // one thread
     std::shared_ptr<UpdatePreparation> m_preparation; // what is under way
+    bool m_isAskedMeanwhile = false; // somebody asks while an automatic check is under way
     std::optional<AppcastItem> m_offer;
     std::optional<Ready> m_ready;
     std::optional<QString> m_relaunch;

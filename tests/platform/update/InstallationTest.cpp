@@ -148,17 +148,5 @@ TEST_F(InstallationTest, RemembersTheHighestBuildThatFailed)
     EXPECT_EQ(m_copy.installation().failedBuild(), 10);
 }
 
-TEST(BuildIdentity, ReadsAnyBytes)
-{
-    const auto parse = [](const char *text) { return BuildIdentity::parse(text); };
-    EXPECT_TRUE(parse(R"({"version": "1.0.0", "build": 1, "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(""));
-    EXPECT_FALSE(parse(R"({"version": "1.0.0", "build": 0, "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(R"({"version": "1.0.0", "build": "1", "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(R"({"version": "1 0", "build": 1, "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(R"({"version": "1.0.0", "build": 1})"));
-    EXPECT_FALSE(BuildIdentity::read(u"/nonexistent"_s));
-}
-
 } // namespace
 } // namespace corvella

@@ -7,9 +7,11 @@
 #include "support/NginxServer.h"
 #include "support/QtPrinting.h"
 
+#include <atomic>
 #include <gmock/gmock.h>
 #include <random>
 #include <sys/stat.h>
+#include <thread>
 
 namespace corvella {
 namespace {
@@ -209,6 +211,23 @@ TEST_F(UpdaterControllerTest, ChecksOnceADayByItself)
     EXPECT_EQ(m_server->takeRequests().size(), 1);
     EXPECT_EQ(preparation.find(CheckKind::byHand, false).result.fault, UpdateFault::none);
     EXPECT_EQ(m_server->takeRequests().size(), 1);
+    // A download that broke off is gone on with, and is dropped when it is offered no more.
+    m_home.write(m_copy.path(u".update/0.part"_s), "half");
+    EXPECT_EQ(preparation.find(CheckKind::automatic, false).result.fault, UpdateFault::none);
+    EXPECT_EQ(preparation.find(CheckKind::automatic, false).result.fault, UpdateFault::notDue);
+    EXPECT_EQ(m_server->takeRequests().size(), 1);
+    EXPECT_TRUE(parts().isEmpty());
+}
+
+TEST_F(UpdaterControllerTest, OffersItToWhoAsksWhileItChecksByItself)
+{
+    serve();
+    announce({addBuild()});
+    const Heard offered(&controller(), &UpdaterController::offered);
+    controller().checkInBackground();
+    controller().checkForUpdates();
+    EXPECT_TRUE(becomes([&] { return !offered.isEmpty(); }));
+    EXPECT_TRUE(m_server->takeRequests().filter(u"tar.gz"_s).isEmpty());
 }
 
 TEST_F(UpdaterControllerTest, OffersWhatSomebodyAskedForBeforeItDownloads)
@@ -279,6 +298,79 @@ TEST_F(UpdaterControllerTest, StartsAnewWhereWhatWasKeptIsSpoilt)
     EXPECT_TRUE(parts().isEmpty());
     m_home.write(m_www + u"/corvella-2.tar.gz"_s, bytes);
     EXPECT_TRUE(becomesReady());
+}
+
+TEST_F(UpdaterControllerTest, StartsAnewWhereWhatWasKeptIsOfNoUse)
+{
+    QByteArray noise(300'000, '\0'); // is not packed away
+    std::generate(noise.begin(), noise.end(), std::minstd_rand());
+    const QByteArray bytes = test::makeArchive(
+        test::buildEntries(u"1.2"_s, 2)
+        + QList<test::ArchiveEntry>{{.name = "share/corvella/noise", .content = noise}});
+    const qsizetype half = bytes.size() / 2;
+    const QByteArray size = QByteArray::number(bytes.size());
+    const QByteArray whole = "HTTP/1.1 200 OK\r\nContent-Length: " + size + "\r\n\r\n";
+    QByteArray feed;
+    QList<QByteArray> ranges;
+    const test::FaultServer server(m_identity, [&](Connection &connection) {
+        for (QByteArray head = connection.readRequest(); !head.isEmpty();
+             head = connection.readRequest()) {
+            if (head.startsWith("GET /appcast")) {
+                connection.send(test::okAnswer(feed));
+                continue;
+            }
+            const qsizetype range = head.indexOf("Range: bytes=");
+            ranges << (range < 0 ? QByteArray()
+                                 : head.mid(range + 13, head.indexOf('-', range) - range - 13));
+            switch (ranges.size()) {
+            case 1: // the wrong half
+                connection.send(whole + QByteArray(half, 'x'));
+                return;
+            case 2: // the right rest
+                connection.send("HTTP/1.1 206 Partial Content\r\nContent-Range: bytes "
+                                + QByteArray::number(half) + '-'
+                                + QByteArray::number(bytes.size() - 1) + '/' + size
+                                + "\r\nContent-Length: " + QByteArray::number(bytes.size() - half)
+                                + "\r\n\r\n");
+                connection.send(bytes.mid(half));
+                break;
+            case 3:
+            case 5:
+                connection.send(whole + bytes.left(half));
+                return;
+            case 4:
+                connection.send("HTTP/1.1 416 Range Not Satisfiable\r\nContent-Length: 0\r\n\r\n");
+                break;
+            default:
+                connection.send(whole + bytes);
+            }
+        }
+    });
+    m_host = server.host();
+    feed = test::signedFeed(test::makeFeed({addBundle(bytes)}, m_issued, m_issued.addDays(30)),
+                            m_signer);
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+    EXPECT_EQ(fault(), UpdateFault::bundleNotTrusted); // halves that do not fit
+    EXPECT_TRUE(parts().isEmpty());
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+    EXPECT_EQ(fault(), UpdateFault::bundleNotTrusted); // the server has less than that
+    EXPECT_TRUE(parts().isEmpty());
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+    ASSERT_EQ(parts().size(), 1);
+    m_home.write(m_copy.path(u".update/"_s + parts().first()), bytes + "more");
+    EXPECT_TRUE(becomesReady());
+    const QByteArray from = QByteArray::number(half);
+    EXPECT_THAT(ranges, ElementsAre("", from, "", from, "", ""));
+}
+
+TEST_F(UpdaterControllerTest, ThrowsAwayABundleThatIsLongerThanTheFeedSays)
+{
+    serve();
+    const QByteArray bytes = test::makeArchive(test::buildEntries(u"1.2"_s, 2));
+    announce({addBundle(bytes)});
+    m_home.write(m_www + u"/corvella-2.tar.gz"_s, bytes + 'x');
+    EXPECT_EQ(fault(), UpdateFault::bundleNotTrusted);
+    EXPECT_TRUE(parts().isEmpty());
 }
 
 TEST_F(UpdaterControllerTest, RefusesABundleWithOneBitChanged)
@@ -509,6 +601,46 @@ TEST_F(UpdaterControllerTest, AsksNobodyWhereItsOwnerDoesNotWantThat)
     EXPECT_EQ(m_server->connections(), 0);
 }
 
+TEST_F(UpdaterControllerTest, DownloadsNothingWhereItsOwnerNoLongerWantsThat)
+{
+    serve();
+    announce({addBuild()});
+    const Heard refused(&controller(), &UpdaterController::refused);
+    controller().checkInBackground();
+    m_refusal = u"not now"_s; // before the feed is there
+    ASSERT_TRUE(becomes([&] { return !refused.isEmpty(); }));
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+}
+
+TEST_F(UpdaterControllerTest, StopsADownloadThatItsOwnerNoLongerWants)
+{
+    QByteArray feed;
+    std::atomic_bool isGone = false;
+    const test::FaultServer server(m_identity, [&](Connection &connection) {
+        QByteArray head = connection.readRequest();
+        for (; head.startsWith("GET /appcast"); head = connection.readRequest())
+            connection.send(test::okAnswer(feed));
+        if (head.isEmpty())
+            return; // the check is through; the download has a connection of its own
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
+        while (connection.send("x"))
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        isGone = true;
+    });
+    m_host = server.host();
+    FeedEntry entry = addBuild();
+    entry.length = 1'000'000;
+    feed = test::signedFeed(test::makeFeed({entry}, m_issued, m_issued.addDays(30)), m_signer);
+    const Heard downloading(&controller(), &UpdaterController::downloading);
+    const Heard refused(&controller(), &UpdaterController::refused);
+    controller().checkInBackground();
+    ASSERT_TRUE(becomes([&] { return !downloading.isEmpty(); }));
+    m_refusal = u"not now"_s;
+    EXPECT_TRUE(becomes([&] { return isGone && !refused.isEmpty(); }));
+    EXPECT_THAT(m_faults, testing::IsEmpty());
+    EXPECT_EQ(parts().size(), 1); // it goes on there
+}
+
 TEST_F(UpdaterControllerTest, CannotWorkInAFolderThatOthersCanWriteTo)
 {
     serve();
@@ -532,6 +664,37 @@ TEST_F(UpdaterControllerTest, LeavesTheFieldToAnotherProcess)
     ASSERT_TRUE(m_copy.installation().switchTo(3).isOk());
     EXPECT_FALSE(becomesReady());
     EXPECT_EQ(m_faults.last(), UpdateFault::superseded);
+}
+
+TEST_F(UpdaterControllerTest, LeavesANewerBuildThatAnotherProcessInstalledMeanwhile)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_TRUE(becomesReady());
+    m_copy.add(3, u"1.3"_s);
+    ASSERT_TRUE(m_copy.installation().switchTo(3).isOk());
+    m_installNow();
+    EXPECT_THAT(m_faults, ElementsAre(UpdateFault::superseded));
+    EXPECT_EQ(m_controller->relaunch(), std::nullopt);
+    m_controller->terminate();
+    EXPECT_EQ(m_copy.link(u"current"_s), u"3"_s);
+}
+
+TEST_F(UpdaterControllerTest, EndsAtOnceWhereTheNewBuildsTestHangs)
+{
+    serve();
+    QList<test::ArchiveEntry> entries = test::buildEntries(u"1.2"_s, 2);
+    entries[1].content = "#!/bin/sh\ntouch \"$0.up\"\nexec sleep 600\n";
+    announce({addBundle(test::makeArchive(entries))});
+    controller().checkInBackground();
+    ASSERT_TRUE(becomes([&] { return QFile::exists(m_copy.path(u".new-2/bin/corvella.up"_s)); }));
+    const test::Stopwatch watch;
+    m_controller->terminate();
+    EXPECT_LT(watch.elapsed(), std::chrono::seconds(5));
+    EXPECT_EQ(m_copy.link(u"current"_s), u"1"_s);
+    EXPECT_FALSE(QFile::exists(m_copy.path(u"2"_s)));
+    EXPECT_FALSE(QFile::exists(m_copy.path(u".new-2"_s)));
+    EXPECT_EQ(parts().size(), 1); // it need not be downloaded again
 }
 
 TEST_F(UpdaterControllerTest, EndsAtOnceInTheMiddleOfADownload)

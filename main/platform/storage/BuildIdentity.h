@@ -22,6 +22,9 @@ struct BuildIdentity
     [[nodiscard]] static std::optional<BuildIdentity> parse(const QByteArray &json);
     // Of the build in a folder that holds bin, lib and share.
     [[nodiscard]] static std::optional<BuildIdentity> read(const QString &folder);
+    // Of the running program, as it was at the first call: a package manager may have exchanged the
+    // file since.
+    [[nodiscard]] static const std::optional<BuildIdentity> &running();
 };
 
 } // namespace corvella

@@ -1,7 +1,9 @@
-#include "platform/update/BuildIdentity.h"
+#include "platform/storage/BuildIdentity.h"
 
 #include "platform/storage/BoundedFile.h"
+#include "platform/storage/Resources.h"
 
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -36,6 +38,13 @@ std::optional<BuildIdentity> BuildIdentity::read(const QString &folder)
     const BoundedRead file =
         readBounded(folder + QStringLiteral("/share/corvella/build.json"), kLargestFile);
     return file.status == ReadStatus::ok ? parse(file.bytes) : std::nullopt;
+}
+
+const std::optional<BuildIdentity> &BuildIdentity::running()
+{
+    static const std::optional<BuildIdentity> identity =
+        read(QFileInfo(QFileInfo(executablePath()).path()).path());
+    return identity;
 }
 
 } // namespace corvella
