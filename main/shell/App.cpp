@@ -534,17 +534,17 @@ void App::screensChanged()
     m_pendingRebuild = m_workQueue.after(kRebuildDelay, [this] { rebuildIfChanged(); });
 }
 
-bool App::areAllUp() const
+bool App::areAllInPlace() const
 {
     return std::all_of(m_windows.begin(), m_windows.end(),
-                       [](const auto &window) { return window->isVisible(); });
+                       [](const auto &window) { return window->isInPlace(); });
 }
 
 void App::rebuildIfChanged()
 {
     // A window made for another scale would be blurred: on Wayland Qt 6.4 leaves it at that scale.
     const QList<Extent> extents = extentsOf(m_screens.list());
-    if (!m_showing || extents.isEmpty() || (extents == m_builtFor && areAllUp()))
+    if (!m_showing || extents.isEmpty() || (extents == m_builtFor && areAllInPlace()))
         return;
     log(QStringLiteral("display layout changed (%1 -> %2)")
             .arg(m_builtFor.size())

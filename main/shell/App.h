@@ -123,7 +123,7 @@ private:
     void takeDownWindows();
     void showWhenIdle();
     // Not so when a display that went took its wall along, though it came back at once.
-    [[nodiscard]] bool areAllUp() const;
+    [[nodiscard]] bool areAllInPlace() const;
     [[nodiscard]] int screensOn() const; // those that are not Off
     // Lets the walls be those of another mode that was stored, as by a shell, while they were up.
     void followMode();

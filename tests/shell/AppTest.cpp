@@ -457,6 +457,18 @@ TEST_F(DisplayChanges, ThatAreTakenBackChangeNothing)
     EXPECT_EQ(m_app->windows()[0]->winId(), before);
 }
 
+TEST_F(DisplayChanges, ThatTakeADisplayAwayForAMomentOnlyLeaveItsWallInItsPlace)
+{
+    test::setOffscreenScreens({kLeft});
+    test::setOffscreenScreens({kLeft, kRight});
+    pass(500ms);
+    ASSERT_EQ(m_app->windows().size(), 2U);
+    const WallWindow &wall = *m_app->windows()[1];
+    EXPECT_EQ(wall.geometry(), kRight.frame);
+    EXPECT_EQ(wall.screen(), m_screens.list()[1].screen);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 2)")});
+}
+
 TEST_F(DisplayChanges, LeaveTheWallsAloneWhenNoDisplayIsLeft)
 {
     test::setOffscreenScreens({{kLeft.name, {}}});
