@@ -33,6 +33,15 @@ HeadlessSway::HeadlessSway(const QString &configurationFile, int outputs,
     start(configurationFile, outputs, environment);
 }
 
+HeadlessSway::HeadlessSway(const HeadlessSway &outer, const QString &configuration)
+{
+    writeConfiguration({}, configuration);
+    QProcessEnvironment environment = bareEnvironment();
+    environment.insert(QStringLiteral("HOME"), m_folder.path());
+    environment.insert(QStringLiteral("WAYLAND_DISPLAY"), outer.socket());
+    start(configurationFile(), 0, environment);
+}
+
 QString HeadlessSway::configurationFile() const
 {
     return m_folder.filePath(QStringLiteral("config"));
@@ -56,13 +65,14 @@ void HeadlessSway::start(const QString &configurationFile, qsizetype outputs,
                          QProcessEnvironment environment)
 {
     handOverToOrdinaryUser(m_folder.path());
+    const bool isNested = environment.contains(QStringLiteral("WAYLAND_DISPLAY"));
     const struct
     {
         const char *name;
         QString value;
     } variables[] = {
         {"XDG_RUNTIME_DIR", m_folder.path()},
-        {"WLR_BACKENDS", QStringLiteral("headless")},
+        {"WLR_BACKENDS", isNested ? QStringLiteral("wayland") : QStringLiteral("headless")},
         {"WLR_HEADLESS_OUTPUTS", QString::number(outputs)},
         {"WLR_LIBINPUT_NO_DEVICES", QStringLiteral("1")},
         {"WLR_RENDERER", QStringLiteral("pixman")},

@@ -26,6 +26,10 @@ public:
     HeadlessSway(const QString &configurationFile, int outputs,
                  const QProcessEnvironment &environment);
 
+    // In windows of another one, which must outlive it: one output, WL-1, that goes when its window
+    // is closed.
+    HeadlessSway(const HeadlessSway &outer, const QString &configuration);
+
     [[nodiscard]] ChildProcess &compositor() { return *m_compositor; }
 
     // What a program needs to be shown here.
