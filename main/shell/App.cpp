@@ -321,7 +321,8 @@ void App::show()
     m_armedWaiting = false;
     Preferences::shared().hide();
     build();
-    m_foundNothingToShow = m_windows.empty();
+    // Where no display is attached, the walls wait for one.
+    m_foundNothingToShow = m_windows.empty() && !m_builtFor.isEmpty();
     if (m_foundNothingToShow) {
         log(QStringLiteral("every screen is Off; nothing to show"));
         Preferences::shared().show();

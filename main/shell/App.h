@@ -69,7 +69,8 @@ public:
     // counts as a reopening.
     void perform(const QString &action);
 
-    // Puts the walls up on every screen that is not Off. Nothing happens in desktop mode.
+    // Puts the walls up on every screen that is not Off; where no display is attached, as soon as
+    // one is. Nothing happens in desktop mode.
     void show() override;
     // Takes the walls down.
     void hide() override;

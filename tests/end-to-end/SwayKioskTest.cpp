@@ -199,6 +199,16 @@ TEST_F(SwayKioskOnOneDisplay, IsLockedAgainWhenItComesBack)
     expectLocked();
 }
 
+TEST_F(SwayKioskOnOneDisplay, WaitsForItWhereThereIsNone)
+{
+    pullOut();
+    m_program.start();
+    ASSERT_TRUE(m_program.logs(u"showing on 0 of 0 display(s), mode kiosk"_s));
+    plugIn();
+    EXPECT_TRUE(m_program.logs(u"display layout changed (0 -> 1)"_s));
+    expectLocked();
+}
+
 class SwayWall : public SwayKiosk
 {
 protected:

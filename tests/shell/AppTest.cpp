@@ -478,6 +478,24 @@ TEST_F(DisplayChanges, LeaveTheWallsAloneWhenNoDisplayIsLeft)
     EXPECT_EQ(m_app->windows().size(), 2U);
 }
 
+// As with a kiosk that starts while its display is still switched off.
+TEST_F(DisplayChanges, BringTheFirstWallWhereThereWasNoDisplay)
+{
+    m_app->hide();
+    test::setOffscreenScreens({{kLeft.name, {}}});
+    configure(Mode::kiosk);
+    m_app->show();
+    EXPECT_TRUE(logged("showing on 0 of 0 display(s), mode kiosk"));
+    EXPECT_EQ(m_presentation.state, Presentation::State::locked);
+    EXPECT_FALSE(settingsOpen());
+    EXPECT_TRUE(m_app->windows().empty());
+    test::setOffscreenScreens({kLeft});
+    pass(500ms);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (0 -> 1)")});
+    ASSERT_EQ(m_app->windows().size(), 1U);
+    EXPECT_EQ(m_app->windows()[0]->geometry(), kLeft.frame);
+}
+
 TEST_F(DisplayChanges, AreOfNoAccountWhileNoWallIsUp)
 {
     m_app->hide();
