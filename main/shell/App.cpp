@@ -241,6 +241,8 @@ void App::build()
         buildWall(screens[i], i);
     m_builtFor = extentsOf(screens);
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
+    if (!m_coversAll)
+        setCursor(false); // whoever is at the other screen needs it
     if (m_mode == Mode::wall && !m_windows.empty())
         Settings::d().setBoolean(kWallHintShown, true);
     // New windows have to be given the keys anew. Beside a screen in use nothing takes its focus
@@ -551,8 +553,6 @@ void App::rebuildIfChanged()
             .arg(m_builtFor.size())
             .arg(extents.size()));
     build();
-    if (!m_coversAll)
-        setCursor(false); // whoever is at the other screen needs it
 }
 
 } // namespace corvella

@@ -228,6 +228,7 @@ TEST_F(AppTest, WallsThatWereUpStayShownWhenEveryScreenIsTurnedOff)
     EXPECT_TRUE(m_app->windows().empty());
     EXPECT_EQ(logged(kNothingToShow).size(), 1);
     EXPECT_TRUE(settingsOpen());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr) << "it takes a pointer to use them";
 }
 
 TEST_F(AppTest, ASaverComesUpWhenTheIdleTimeIsReachedAndNotBefore)
