@@ -261,6 +261,18 @@ TEST_F(AppTest, ASaverEndsOnInputOnlyOnceInputHasSettled)
     EXPECT_FALSE(settingsOpen()) << "a saver never opens the settings";
 }
 
+TEST_F(AppTest, ASaverThatIsShownAnewHasToSettleAnew)
+{
+    configure(Mode::saver);
+    launch();
+    tickAfterIdle(300);
+    tickAfterIdle(300.25); // settled
+    m_app->hide();
+    m_app->show();
+    tickAfterIdle(0.1);
+    EXPECT_TRUE(m_app->isShowing());
+}
+
 TEST_F(AppTest, ASaversWallsLetThePointerThrough)
 {
     configure(Mode::saver);
