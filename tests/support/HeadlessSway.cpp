@@ -90,10 +90,16 @@ bool HeadlessSway::findSocket()
 {
     const QStringList names =
         QDir(m_folder.path()).entryList({QStringLiteral("wayland-?")}, QDir::System);
-    if (names.isEmpty())
+    // The compositor listens to the one before it makes the one for its commands.
+    if (names.isEmpty() || commandSockets().isEmpty())
         return false;
     m_socket = m_folder.filePath(names.first());
     return true;
+}
+
+QStringList HeadlessSway::commandSockets() const
+{
+    return QDir(m_folder.path()).entryList({QStringLiteral("sway-ipc.*")}, QDir::System);
 }
 
 Command HeadlessSway::commandHere(const QString &program, const QStringList &arguments) const
@@ -139,8 +145,7 @@ QImage HeadlessSway::picture(int output) const
 
 QByteArray HeadlessSway::tell(const QStringList &words) const
 {
-    const QStringList control =
-        QDir(m_folder.path()).entryList({QStringLiteral("sway-ipc.*")}, QDir::System);
+    const QStringList control = commandSockets();
     EXPECT_EQ(control.size(), 1);
     return runHere(QStringLiteral("swaymsg"),
                    QStringList{QStringLiteral("--socket"), m_folder.filePath(control.value(0))}

@@ -59,6 +59,7 @@ private:
     void start(const QString &configurationFile, qsizetype outputs,
                QProcessEnvironment environment);
     [[nodiscard]] bool findSocket();
+    [[nodiscard]] QStringList commandSockets() const; // their names
     // Runs a program of this compositor; what it wrote.
     QByteArray runHere(const QString &program, const QStringList &arguments) const;
     [[nodiscard]] QString configurationFile() const;
