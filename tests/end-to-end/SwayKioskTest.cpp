@@ -163,6 +163,9 @@ protected:
     }
     void pullOut()
     {
+        ASSERT_TRUE(becomes([this] {
+            return m_outer.tell({u"-r"_s, u"-t"_s, u"get_tree"_s}).contains("wlroots");
+        }));
         m_outer.tell({u"[app_id=wlroots] kill"_s});
         ASSERT_TRUE(becomes([this] { return !hasDisplay(); }));
     }
