@@ -241,6 +241,8 @@ void App::build()
         buildWall(screens[i], i);
     m_builtFor = extentsOf(screens);
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
+    if (!m_coversAll)
+        setCursor(false); // whoever is at the other screen needs it
     if (m_mode == Mode::wall && !m_windows.empty())
         Settings::d().setBoolean(kWallHintShown, true);
     // New windows have to be given the keys anew. Beside a screen in use nothing takes its focus
@@ -321,7 +323,8 @@ void App::show()
     m_armedWaiting = false;
     Preferences::shared().hide();
     build();
-    m_foundNothingToShow = m_windows.empty();
+    // Where no display is attached, the walls wait for one.
+    m_foundNothingToShow = m_windows.empty() && !m_builtFor.isEmpty();
     if (m_foundNothingToShow) {
         log(QStringLiteral("every screen is Off; nothing to show"));
         Preferences::shared().show();
@@ -534,24 +537,22 @@ void App::screensChanged()
     m_pendingRebuild = m_workQueue.after(kRebuildDelay, [this] { rebuildIfChanged(); });
 }
 
-bool App::areAllUp() const
+bool App::areAllInPlace() const
 {
     return std::all_of(m_windows.begin(), m_windows.end(),
-                       [](const auto &window) { return window->isVisible(); });
+                       [](const auto &window) { return window->isInPlace(); });
 }
 
 void App::rebuildIfChanged()
 {
     // A window made for another scale would be blurred: on Wayland Qt 6.4 leaves it at that scale.
     const QList<Extent> extents = extentsOf(m_screens.list());
-    if (!m_showing || extents.isEmpty() || (extents == m_builtFor && areAllUp()))
+    if (!m_showing || extents.isEmpty() || (extents == m_builtFor && areAllInPlace()))
         return;
     log(QStringLiteral("display layout changed (%1 -> %2)")
             .arg(m_builtFor.size())
             .arg(extents.size()));
     build();
-    if (!m_coversAll)
-        setCursor(false); // whoever is at the other screen needs it
 }
 
 } // namespace corvella

@@ -69,7 +69,8 @@ public:
     // counts as a reopening.
     void perform(const QString &action);
 
-    // Puts the walls up on every screen that is not Off. Nothing happens in desktop mode.
+    // Puts the walls up on every screen that is not Off; where no display is attached, as soon as
+    // one is. Nothing happens in desktop mode.
     void show() override;
     // Takes the walls down.
     void hide() override;
@@ -123,7 +124,7 @@ private:
     void takeDownWindows();
     void showWhenIdle();
     // Not so when a display that went took its wall along, though it came back at once.
-    [[nodiscard]] bool areAllUp() const;
+    [[nodiscard]] bool areAllInPlace() const;
     [[nodiscard]] int screensOn() const; // those that are not Off
     // Lets the walls be those of another mode that was stored, as by a shell, while they were up.
     void followMode();

@@ -4,6 +4,7 @@
 #include "platform/layers/TextLayer.h"
 #include "platform/layers/Transaction.h"
 #include "platform/session/Pointer.h"
+#include "platform/session/Screens.h"
 #include "shell/AccessibleWall.h"
 
 #include <QCloseEvent>
@@ -25,6 +26,7 @@ constexpr MediaTime kHintFade = std::chrono::milliseconds(1200);
 WallWindow::WallWindow(LayerTree &tree, QScreen *screen, PointerInput pointer, KeyInput keys)
     : LayerWindow(tree, screen)
     , m_tree(tree)
+    , m_home(screen)
     , m_fullScreen(FullScreenPlacement::create(*this, pointer, keys))
 {
     setTitle(QStringLiteral("Corvella"));
@@ -89,6 +91,11 @@ QRect WallWindow::onDisplay(const QRectF &rect) const
 QAccessibleInterface *WallWindow::accessibleRoot() const
 {
     return accessibleWall(*this);
+}
+
+bool WallWindow::isInPlace() const
+{
+    return isVisible() && m_home && geometry() == frameOf(*m_home);
 }
 
 bool WallWindow::isUnderPointer() const

@@ -6,6 +6,9 @@
 #include "platform/session/FullScreenPlacement.h"
 #include "shell/Chrome.h"
 
+#include <QPointer>
+#include <QScreen>
+
 #include <functional>
 
 namespace corvella {
@@ -37,6 +40,10 @@ public:
     // Says something to the viewer in the lower middle of the wall, for a few seconds.
     void showHint(const QString &text);
 
+    // Whether it is up and covers the screen it was made for. A display that goes may take it
+    // along, or leave it to a window manager that puts it elsewhere.
+    [[nodiscard]] bool isInPlace() const;
+
     // Whether the pointer is over this window's part of the displays.
     [[nodiscard]] bool isUnderPointer() const;
 
@@ -59,6 +66,7 @@ private:
     QMetaObject::Connection keepInPlace(Layer &layer, const Placement &placement);
 
     LayerTree &m_tree;
+    const QPointer<QScreen> m_home;
     const std::unique_ptr<FullScreenPlacement> m_fullScreen;
     std::vector<Chrome *> m_chrome; // owned by the tree
     bool m_wasExposed = false;

@@ -2,6 +2,7 @@
 
 #include "platform/layers/PlayerLayer.h"
 #include "platform/layers/ShapeLayer.h"
+#include "platform/video/VideoPlayer.h"
 #include "support/LayerTreeFixture.h"
 
 #include <cmath>
@@ -158,6 +159,63 @@ TEST_F(HandOver, TheNewClipLiesAboveTheOldWhicheverWasMadeFirst)
     const DrawList items = drawList(m_tree, m_tree.now());
     ASSERT_EQ(items.size(), 2U);
     EXPECT_EQ(items[1].source, m_to);
+}
+
+// Clips that are stepped through faster than they take each other's place.
+class QuickHandOvers : public HandOver
+{
+protected:
+    // The clip of no file never shows; the layers take it for one as good as any.
+    void put(PlayerLayer &layer)
+    {
+        layer.setPlayer(
+            std::make_shared<VideoPlayer>(QString(), layer.pictureRequest(), m_tree.clock()));
+    }
+    // From one clip to the next, and half way from that to a third in the place of the first.
+    void beginTwo()
+    {
+        put(*m_from);
+        put(*m_to);
+        begin(Transition::circle);
+        at(450ms);
+        put(*m_from);
+        transition(Transition::circle, m_tree, *m_to, *m_from, false, [this] { ++m_done; });
+    }
+    void beginThird(Transition style)
+    {
+        put(*m_to);
+        transition(style, m_tree, *m_from, *m_to, false, [this] { ++m_done; });
+    }
+};
+
+TEST_F(QuickHandOvers, EndWithTheLastClip)
+{
+    beginTwo();
+    at(900ms); // where the first would have been over
+    EXPECT_EQ(from(), 1);
+    EXPECT_NE(m_from->mask(), nullptr) << "it still grows";
+    at(1350ms);
+    EXPECT_EQ(from(), 1);
+    EXPECT_EQ(m_from->mask(), nullptr);
+    EXPECT_EQ(to(), 0);
+    EXPECT_EQ(m_done, 2);
+}
+
+TEST_F(QuickHandOvers, LeaveNoMaskOfAnEarlierOne)
+{
+    beginTwo();
+    at(600ms);
+    beginThird(Transition::crossfade);
+    EXPECT_EQ(m_to->mask(), nullptr);
+}
+
+TEST_F(QuickHandOvers, KeepTheirOwnMask)
+{
+    beginTwo();
+    at(600ms);
+    beginThird(Transition::circle);
+    at(900ms);
+    EXPECT_NE(m_to->mask(), nullptr);
 }
 
 } // namespace

@@ -183,5 +183,18 @@ TEST_F(AwakeOnSway, CompositorIsNotIdleAfterTheDisplaysChange)
     EXPECT_TRUE(watch.sees());
 }
 
+// As long as the compositor does it, it does not tell the idle time.
+TEST_F(AwakeOnSway, CompositorIsLetGoWhenADesktopComesThatKeepsTheDisplaysOn)
+{
+    const test::PrivateBus bus;
+    m_program.setSessionBus(bus);
+    m_program.start();
+    ASSERT_TRUE(m_program.logs(u"showing on 2 of 2 display(s), mode wall"_s));
+    test::StandInService desktop(bus, u"org.freedesktop.ScreenSaver"_s);
+    desktop.setAnswer(kInhibit, QVariantList{42U});
+    ASSERT_TRUE(desktop.gets(kInhibit));
+    EXPECT_TRUE(IdlenessWatch(m_sway).sees());
+}
+
 } // namespace
 } // namespace corvella

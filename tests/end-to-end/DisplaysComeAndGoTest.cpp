@@ -211,6 +211,15 @@ TEST_F(DisplaysComeAndGo, ChangeThatIsTakenBackChangesNothing)
     EXPECT_TRUE(areCovered({kFirst, kSecond}));
 }
 
+// Meanwhile its wall was the window manager's to put elsewhere.
+TEST_F(DisplaysComeAndGo, DisplayThatIsBackAtOnceIsCovered)
+{
+    startOn({kFirst, kSecond});
+    pullOut(kSecond);
+    plugIn(kSecond);
+    expectRebuild(u"2 -> 2"_s, {kFirst, kSecond});
+}
+
 // Counted from before the command that switches the display on, which is a little too long, until
 // nothing shows any more of what lies beneath. What else the machine does only ever adds to it: the
 // quickest of a few counts.

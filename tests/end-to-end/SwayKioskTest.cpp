@@ -145,6 +145,73 @@ TEST_F(SwayKiosk, StaysLockedWhileItsWallsAreBuiltAnew)
     EXPECT_FALSE(heeded(u"key"_s));
 }
 
+// As with a television that is switched off and on again.
+class SwayKioskOnOneDisplay : public testing::Test
+{
+protected:
+    SwayKioskOnOneDisplay()
+    {
+        m_program.showOn(m_sway);
+        m_program.configureWall();
+        m_program.configure({{u"mode"_s, u"kiosk"_s}});
+        m_program.addClip(u"171"_s, 1);
+    }
+
+    [[nodiscard]] bool hasDisplay() const
+    {
+        return m_sway.tell({u"-r"_s, u"-t"_s, u"get_outputs"_s}).contains("\"WL-");
+    }
+    void pullOut()
+    {
+        ASSERT_TRUE(becomes([this] {
+            return m_outer.tell({u"-r"_s, u"-t"_s, u"get_tree"_s}).contains("wlroots");
+        }));
+        m_outer.tell({u"[app_id=wlroots] kill"_s});
+        ASSERT_TRUE(becomes([this] { return !hasDisplay(); }));
+    }
+    void plugIn() { m_sway.tell({u"create_output"_s}); }
+
+    // The compositor's own key does nothing, and the chord ends the kiosk.
+    void expectLocked()
+    {
+        m_sway.typeKey(u"F2"_s, {u"alt"_s});
+        m_sway.typeKey(u"q"_s, kChordModifiers);
+        EXPECT_TRUE(becomes([this] { return showsWindow(); }));
+        EXPECT_FALSE(QFile::exists(m_sway.folder() + u"/key"));
+    }
+
+    test::HeadlessSway m_outer{{kLeft}};
+    test::HeadlessSway m_sway{m_outer, kBindings};
+    test::ProgramUnderTest m_program;
+
+private:
+    // Walls are none to the compositor, but the settings' is one.
+    [[nodiscard]] bool showsWindow() const
+    {
+        return m_sway.tell({u"-r"_s, u"-t"_s, u"get_tree"_s}).contains("\"pid\":");
+    }
+};
+
+TEST_F(SwayKioskOnOneDisplay, IsLockedAgainWhenItComesBack)
+{
+    m_program.start();
+    ASSERT_TRUE(m_program.logs(kLocked));
+    pullOut();
+    plugIn();
+    EXPECT_TRUE(m_program.logs(u"display layout changed (1 -> 1)"_s));
+    expectLocked();
+}
+
+TEST_F(SwayKioskOnOneDisplay, WaitsForItWhereThereIsNone)
+{
+    pullOut();
+    m_program.start();
+    ASSERT_TRUE(m_program.logs(u"showing on 0 of 0 display(s), mode kiosk"_s));
+    plugIn();
+    EXPECT_TRUE(m_program.logs(u"display layout changed (0 -> 1)"_s));
+    expectLocked();
+}
+
 class SwayWall : public SwayKiosk
 {
 protected:

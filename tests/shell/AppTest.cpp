@@ -228,6 +228,7 @@ TEST_F(AppTest, WallsThatWereUpStayShownWhenEveryScreenIsTurnedOff)
     EXPECT_TRUE(m_app->windows().empty());
     EXPECT_EQ(logged(kNothingToShow).size(), 1);
     EXPECT_TRUE(settingsOpen());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr) << "it takes a pointer to use them";
 }
 
 TEST_F(AppTest, ASaverComesUpWhenTheIdleTimeIsReachedAndNotBefore)
@@ -258,6 +259,18 @@ TEST_F(AppTest, ASaverEndsOnInputOnlyOnceInputHasSettled)
     tickAfterIdle(0.49);
     EXPECT_FALSE(m_app->isShowing());
     EXPECT_FALSE(settingsOpen()) << "a saver never opens the settings";
+}
+
+TEST_F(AppTest, ASaverThatIsShownAnewHasToSettleAnew)
+{
+    configure(Mode::saver);
+    launch();
+    tickAfterIdle(300);
+    tickAfterIdle(300.25); // settled
+    m_app->hide();
+    m_app->show();
+    tickAfterIdle(0.1);
+    EXPECT_TRUE(m_app->isShowing());
 }
 
 TEST_F(AppTest, ASaversWallsLetThePointerThrough)
@@ -457,6 +470,18 @@ TEST_F(DisplayChanges, ThatAreTakenBackChangeNothing)
     EXPECT_EQ(m_app->windows()[0]->winId(), before);
 }
 
+TEST_F(DisplayChanges, ThatTakeADisplayAwayForAMomentOnlyLeaveItsWallInItsPlace)
+{
+    test::setOffscreenScreens({kLeft});
+    test::setOffscreenScreens({kLeft, kRight});
+    pass(500ms);
+    ASSERT_EQ(m_app->windows().size(), 2U);
+    const WallWindow &wall = *m_app->windows()[1];
+    EXPECT_EQ(wall.geometry(), kRight.frame);
+    EXPECT_EQ(wall.screen(), m_screens.list()[1].screen);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 2)")});
+}
+
 TEST_F(DisplayChanges, LeaveTheWallsAloneWhenNoDisplayIsLeft)
 {
     test::setOffscreenScreens({{kLeft.name, {}}});
@@ -464,6 +489,24 @@ TEST_F(DisplayChanges, LeaveTheWallsAloneWhenNoDisplayIsLeft)
     EXPECT_EQ(rebuilds(), QStringList());
     EXPECT_TRUE(m_app->isShowing());
     EXPECT_EQ(m_app->windows().size(), 2U);
+}
+
+// As with a kiosk that starts while its display is still switched off.
+TEST_F(DisplayChanges, BringTheFirstWallWhereThereWasNoDisplay)
+{
+    m_app->hide();
+    test::setOffscreenScreens({{kLeft.name, {}}});
+    configure(Mode::kiosk);
+    m_app->show();
+    EXPECT_TRUE(logged("showing on 0 of 0 display(s), mode kiosk"));
+    EXPECT_EQ(m_presentation.state, Presentation::State::locked);
+    EXPECT_FALSE(settingsOpen());
+    EXPECT_TRUE(m_app->windows().empty());
+    test::setOffscreenScreens({kLeft});
+    pass(500ms);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (0 -> 1)")});
+    ASSERT_EQ(m_app->windows().size(), 1U);
+    EXPECT_EQ(m_app->windows()[0]->geometry(), kLeft.frame);
 }
 
 TEST_F(DisplayChanges, AreOfNoAccountWhileNoWallIsUp)

@@ -172,6 +172,32 @@ TEST_F(WallChrome, ARebuiltWallHasItsButtonsAsTheyWere)
     EXPECT_EQ(opacityOf(*m_app->closeButtons()[0]), 1);
 }
 
+TEST_F(WallChrome, ARebuiltKioskHasItsBadgeAsItWas)
+{
+    showWalls(Mode::kiosk);
+    tickAfterIdle(0);
+    pass(150ms);
+    test::setOffscreenScreens({test::kLeft});
+    m_clock.advance(500ms);
+    m_app->workQueue().advance();
+    ASSERT_EQ(m_app->badges().size(), 1U);
+    EXPECT_EQ(opacityOf(*m_app->badges()[0]), 1);
+}
+
+TEST_F(WallChrome, AWallThatIsShownAnewHasItsButtonHidden)
+{
+    showWalls(Mode::wall);
+    tickAfterIdle(0);
+    pass(150ms);
+    m_app->hide();
+    m_app->show();
+    EXPECT_EQ(opacityOf(*m_app->closeButtons()[0]), 0);
+    EXPECT_TRUE(isPointerHidden());
+    tickAfterIdle(0);
+    pass(150ms);
+    EXPECT_EQ(opacityOf(*m_app->closeButtons()[0]), 1);
+}
+
 TEST_F(WallChrome, AClickAnywhereInTheButtonsSquareClosesTheWall)
 {
     for (const QPointF corner : {QPointF(1189, 29), QPointF(1251, 91), QPointF(1220, 60)}) {

@@ -33,6 +33,15 @@ HeadlessSway::HeadlessSway(const QString &configurationFile, int outputs,
     start(configurationFile, outputs, environment);
 }
 
+HeadlessSway::HeadlessSway(const HeadlessSway &outer, const QString &configuration)
+{
+    writeConfiguration({}, configuration);
+    QProcessEnvironment environment = bareEnvironment();
+    environment.insert(QStringLiteral("HOME"), m_folder.path());
+    environment.insert(QStringLiteral("WAYLAND_DISPLAY"), outer.socket());
+    start(configurationFile(), 0, environment);
+}
+
 QString HeadlessSway::configurationFile() const
 {
     return m_folder.filePath(QStringLiteral("config"));
@@ -56,13 +65,14 @@ void HeadlessSway::start(const QString &configurationFile, qsizetype outputs,
                          QProcessEnvironment environment)
 {
     handOverToOrdinaryUser(m_folder.path());
+    const bool isNested = environment.contains(QStringLiteral("WAYLAND_DISPLAY"));
     const struct
     {
         const char *name;
         QString value;
     } variables[] = {
         {"XDG_RUNTIME_DIR", m_folder.path()},
-        {"WLR_BACKENDS", QStringLiteral("headless")},
+        {"WLR_BACKENDS", isNested ? QStringLiteral("wayland") : QStringLiteral("headless")},
         {"WLR_HEADLESS_OUTPUTS", QString::number(outputs)},
         {"WLR_LIBINPUT_NO_DEVICES", QStringLiteral("1")},
         {"WLR_RENDERER", QStringLiteral("pixman")},
@@ -80,10 +90,16 @@ bool HeadlessSway::findSocket()
 {
     const QStringList names =
         QDir(m_folder.path()).entryList({QStringLiteral("wayland-?")}, QDir::System);
-    if (names.isEmpty())
+    // The compositor listens to the one before it makes the one for its commands.
+    if (names.isEmpty() || commandSockets().isEmpty())
         return false;
     m_socket = m_folder.filePath(names.first());
     return true;
+}
+
+QStringList HeadlessSway::commandSockets() const
+{
+    return QDir(m_folder.path()).entryList({QStringLiteral("sway-ipc.*")}, QDir::System);
 }
 
 Command HeadlessSway::commandHere(const QString &program, const QStringList &arguments) const
@@ -129,8 +145,7 @@ QImage HeadlessSway::picture(int output) const
 
 QByteArray HeadlessSway::tell(const QStringList &words) const
 {
-    const QStringList control =
-        QDir(m_folder.path()).entryList({QStringLiteral("sway-ipc.*")}, QDir::System);
+    const QStringList control = commandSockets();
     EXPECT_EQ(control.size(), 1);
     return runHere(QStringLiteral("swaymsg"),
                    QStringList{QStringLiteral("--socket"), m_folder.filePath(control.value(0))}

@@ -26,6 +26,10 @@ public:
     HeadlessSway(const QString &configurationFile, int outputs,
                  const QProcessEnvironment &environment);
 
+    // In windows of another one, which must outlive it: one output, WL-1, that goes when its window
+    // is closed.
+    HeadlessSway(const HeadlessSway &outer, const QString &configuration);
+
     [[nodiscard]] ChildProcess &compositor() { return *m_compositor; }
 
     // What a program needs to be shown here.
@@ -55,6 +59,7 @@ private:
     void start(const QString &configurationFile, qsizetype outputs,
                QProcessEnvironment environment);
     [[nodiscard]] bool findSocket();
+    [[nodiscard]] QStringList commandSockets() const; // their names
     // Runs a program of this compositor; what it wrote.
     QByteArray runHere(const QString &program, const QStringList &arguments) const;
     [[nodiscard]] QString configurationFile() const;

@@ -4,6 +4,7 @@
 #include <QScreen>
 #include <QWindow>
 #include <qpa/qplatformnativeinterface.h>
+#include <qpa/qplatformscreen.h>
 
 #include <wayland-client.h>
 
@@ -136,7 +137,8 @@ wl_surface *surfaceOf(QWindow &window)
 
 wl_output *outputOf(QScreen &screen)
 {
-    if (!isWaylandSession())
+    // Asked about the placeholder where no display is left, Qt 6.4 answers with a wild pointer.
+    if (!isWaylandSession() || screen.handle()->isPlaceholder())
         return nullptr;
     QPlatformNativeInterface *const native = QGuiApplication::platformNativeInterface();
     return static_cast<wl_output *>(native->nativeResourceForScreen("output", &screen));

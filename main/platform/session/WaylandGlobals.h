@@ -38,7 +38,7 @@ template <typename Global>
 void flush();
 
 // Qt's own objects, never to be destroyed. Null where there is none: no compositor, no seat, a
-// window that was not created or is hidden.
+// window that was not created or is hidden, the screen that Qt makes up where no display is left.
 [[nodiscard]] wl_compositor *compositor();
 [[nodiscard]] wl_seat *seat();
 [[nodiscard]] wl_surface *surfaceOf(QWindow &window);
