@@ -1,5 +1,7 @@
 #include "Preferences/PreferencesWindow.h"
 
+#include "platform/session/WindowActivation.h"
+
 #include <QEvent>
 #include <QLayout>
 #include <QMenuBar>
@@ -7,6 +9,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace corvella {
 
@@ -91,7 +94,7 @@ void PreferencesWindow::bringToFront()
     m_content->setFocus();
     show();
     raise();
-    activateWindow();
+    activateForUser(*windowHandle());
 }
 
 void PreferencesWindow::orderTabs()
