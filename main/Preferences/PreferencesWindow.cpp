@@ -1,8 +1,10 @@
 #include "Preferences/PreferencesWindow.h"
 
 #include "platform/session/WindowActivation.h"
+#include "platform/storage/Resources.h"
 
 #include <QEvent>
+#include <QIcon>
 #include <QLayout>
 #include <QMenuBar>
 #include <QScreen>
@@ -38,6 +40,7 @@ PreferencesWindow::PreferencesWindow(QWidget *content)
     setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
                    | Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
     setWindowTitle(QStringLiteral("Corvella"));
+    setWindowIcon(QIcon(resourcePath(QStringLiteral("icon.png")).value_or(QString())));
     m_scroller->setFrameShape(QFrame::NoFrame);
     m_scroller->setFocusPolicy(Qt::NoFocus);
     m_scroller->setWidgetResizable(true);
