@@ -121,8 +121,6 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &App::applicationWillTerminate);
     QObject::connect(&instance, &SingleInstance::activated, &delegate, &App::perform);
     delegate.applicationDidFinishLaunching(commandLine);
-    if (!commandLine.action.isEmpty())
-        delegate.perform(commandLine.action);
     const LostDisplay lostDisplay;
     return QApplication::exec();
 }

@@ -19,6 +19,7 @@
 
 #include <QDir>
 #include <QGuiApplication>
+#include <QStandardPaths>
 
 #include <cstdlib>
 #include <malloc.h>
@@ -83,8 +84,12 @@ private:
 std::unique_ptr<SaverView> chooseInTurn(QSize pixels, const Place &place, const MediaClock &clock)
 {
     std::optional<FileLock> turn;
-    if (const std::optional<QString> runtime = StandardFolders::runtime()) {
-        const QString folder = QDir(*runtime).filePath(QStringLiteral("corvella-saver"));
+    // Some hosts tell their savers nothing of the session: Qt has a folder of the user's then.
+    const std::optional<QString> told = StandardFolders::runtime();
+    const QString runtime =
+        told ? *told : QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    if (!runtime.isEmpty()) {
+        const QString folder = QDir(runtime).filePath(QStringLiteral("corvella-saver"));
         OnScreen::shareIn(folder);
         turn = FileLock::acquire(QDir(folder).filePath(QStringLiteral("turn")));
     }

@@ -1,12 +1,17 @@
 #include "Preferences/PreferencesWindow.h"
 
+#include "platform/session/WindowActivation.h"
+#include "platform/storage/Resources.h"
+
 #include <QEvent>
+#include <QIcon>
 #include <QLayout>
 #include <QMenuBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace corvella {
 
@@ -35,6 +40,7 @@ PreferencesWindow::PreferencesWindow(QWidget *content)
     setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
                    | Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
     setWindowTitle(QStringLiteral("Corvella"));
+    setWindowIcon(QIcon(resourcePath(QStringLiteral("icon.png")).value_or(QString())));
     m_scroller->setFrameShape(QFrame::NoFrame);
     m_scroller->setFocusPolicy(Qt::NoFocus);
     m_scroller->setWidgetResizable(true);
@@ -91,7 +97,7 @@ void PreferencesWindow::bringToFront()
     m_content->setFocus();
     show();
     raise();
-    activateWindow();
+    activateForUser(*windowHandle());
 }
 
 void PreferencesWindow::orderTabs()

@@ -39,8 +39,6 @@ std::optional<QString> replaceInstalled(const QString &bundled)
 
 std::optional<QString> enterEverywhere(const std::vector<std::unique_ptr<SaverHost>> &hosts)
 {
-    if (hosts.empty())
-        return QStringLiteral("no program here shows the screen savers of others");
     for (const std::unique_ptr<SaverHost> &host : hosts) {
         if (std::optional<QString> error = host->enter(programIn(installedSaver())))
             return error;
@@ -85,7 +83,11 @@ std::optional<QString> installSaver(const std::optional<QString> &bundled)
     if (!bundled)
         return std::nullopt;
     const std::vector<std::unique_ptr<SaverHost>> hosts = SaverHost::all();
-    std::optional<QString> error = replaceInstalled(*bundled);
+    std::optional<QString> error;
+    if (hosts.empty())
+        error = QStringLiteral("no program here shows the screen savers of others");
+    if (!error)
+        error = replaceInstalled(*bundled);
     if (!error)
         error = enterEverywhere(hosts);
     if (error)

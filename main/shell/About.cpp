@@ -6,6 +6,7 @@
 #include "settings/Hosts.h"
 #include "settings/Settings.h"
 
+#include <QIcon>
 #include <QLabel>
 #include <QPixmap>
 #include <QVBoxLayout>
@@ -64,6 +65,7 @@ QString aboutCredits(const QString &makerDomain, const QString &storeHost)
 AboutPanel::AboutPanel()
 {
     setWindowTitle(QStringLiteral("About Corvella"));
+    setWindowIcon(QIcon(resourcePath(QStringLiteral("icon.png")).value_or(QString())));
     auto *const layout = new QVBoxLayout(this);
     layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     layout->setSpacing(kGap);

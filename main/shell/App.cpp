@@ -176,7 +176,10 @@ void App::decideWhatToShow(const CommandLine &commandLine)
 {
     const Mode mode = Settings::mode();
     const bool configured = Settings::configured();
-    if (commandLine.forceStart || (configured && (mode == Mode::wall || mode == Mode::kiosk)))
+    // Who asks for one thing does not want another.
+    if (!commandLine.action.isEmpty())
+        perform(commandLine.action);
+    else if (commandLine.forceStart || (configured && (mode == Mode::wall || mode == Mode::kiosk)))
         show();
     else if (configured && mode == Mode::desktop)
         log(QStringLiteral("desktop mode: resident, no windows"));

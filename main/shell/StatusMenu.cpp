@@ -1,5 +1,9 @@
 #include "shell/StatusMenu.h"
 
+#include "Preferences/Colours.h"
+
+#include <QApplication>
+
 namespace corvella {
 
 StatusMenu::StatusMenu(const MenuActions &actions, std::function<StatusFacts()> facts)
@@ -20,7 +24,10 @@ StatusMenu::StatusMenu(const MenuActions &actions, std::function<StatusFacts()> 
     m_checkForUpdates = add(QStringLiteral("Check for Updates…"), actions.checkForUpdates);
     addSeparator();
     add(QStringLiteral("Quit Corvella"), actions.quit);
-    connect(this, &QMenu::aboutToShow, this, &StatusMenu::update);
+    connect(this, &QMenu::aboutToShow, this, [this] {
+        makeLineReadable();
+        update();
+    });
     update();
 }
 
@@ -34,6 +41,15 @@ void StatusMenu::update()
     m_start->setText(startTitle(facts.mode));
     m_start->setVisible(facts.mode != Mode::desktop);
     m_desktop->setVisible(facts.isDesktopActive);
+}
+
+// It cannot be chosen, and is there to be read all the same.
+void StatusMenu::makeLineReadable()
+{
+    QPalette own;
+    own.setColor(QPalette::Disabled, QPalette::Text,
+                 textColour(QApplication::palette(this), Tone::secondary));
+    setPalette(own);
 }
 
 } // namespace corvella

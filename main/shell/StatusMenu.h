@@ -21,6 +21,8 @@ public:
     void update();
 
 private:
+    void makeLineReadable();
+
     const std::function<StatusFacts()> m_facts;
     std::optional<StatusFacts> m_shown;
     QAction *m_line = nullptr;

@@ -1,8 +1,10 @@
 #include "updater/UpdateWindow.h"
 
+#include "platform/storage/Resources.h"
 #include "updater/UpdateTexts.h"
 
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QProgressBar>
@@ -40,6 +42,7 @@ UpdateWindow::UpdateWindow()
     , m_close(new QPushButton)
 {
     setWindowTitle(QStringLiteral("Corvella Updates"));
+    setWindowIcon(QIcon(resourcePath(QStringLiteral("icon.png")).value_or(QString())));
     QFont bold = m_title->font();
     bold.setBold(true);
     m_title->setFont(bold);

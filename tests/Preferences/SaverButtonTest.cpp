@@ -2,7 +2,7 @@
 #include "Preferences/PreferencesFixture.h"
 #include "Preferences/SaverInstall.h"
 
-#include <QDir>
+#include <QFile>
 
 namespace corvella {
 namespace {
@@ -21,8 +21,7 @@ TEST_F(SaverButtonTest, InstallsAndSaysWhatCameOfIt)
         return text("installNote")
             == u"Could not install: no program here shows the screen savers of others"_s;
     }));
-    EXPECT_GT(saverBuild(installedSaver()), 0);
-    QDir(installedSaver()).removeRecursively();
+    EXPECT_FALSE(QFile::exists(installedSaver())) << "and nothing is left behind";
     qputenv("PATH", path);
 }
 

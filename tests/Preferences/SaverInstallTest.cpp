@@ -1,5 +1,6 @@
 // The screen saver among the user's, on a machine with and without programs that show savers.
 #include "Preferences/SaverInstall.h"
+#include "platform/session/SaverHost.h"
 #include "support/CapturedLog.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryHome.h"
@@ -124,26 +125,47 @@ TEST_F(SaverInstall, LeavesAUsersOwnProgramOfThatNameAlone)
     EXPECT_FALSE(QFile::exists(m_home.path(u".xscreensaver"_s)));
 }
 
-TEST_F(SaverInstall, EntersItWhereMateLooks)
+// MATE's runs savers from the system's folder alone.
+class MateSaver : public SaverInstall
 {
-    qputenv("XDG_CURRENT_DESKTOP", "MATE");
-    putHost(u"mate-screensaver-preferences"_s);
-    putHost(u"xscreensaver-settings"_s);
-    ASSERT_TRUE(installSaver(bundle("14")));
+protected:
+    MateSaver()
+    {
+        qputenv("XDG_CURRENT_DESKTOP", "MATE");
+        putHost(u"mate-screensaver-preferences"_s);
+    }
+    const QString m_engine = m_home.path(u"libexec/corvella-saver"_s);
+};
+
+TEST_F(MateSaver, IsEnteredByItsEntry)
+{
+    m_home.write(m_engine, "#!/bin/sh\n");
+    QFile::setPermissions(m_engine, QFile::ReadOwner | QFile::ExeOwner);
+    const std::unique_ptr<SaverHost> host = createEntryHost(EntryHost::mate, m_engine);
+    ASSERT_TRUE(host);
+    EXPECT_EQ(host->enter(m_installed), std::nullopt);
+    host->openSettings();
     EXPECT_TRUE(isOpened(u"mate-screensaver-preferences"_s));
     const QString entry =
         m_home.data(u"applications/screensavers/space.tarrow.corvella-saver.desktop"_s);
     EXPECT_TRUE(
-        QString::fromUtf8(m_home.read(entry))
-            .contains(u"Exec=\""_s + m_installed + u"/Contents/bin/corvella-saver\" --root\n"_s));
+        QString::fromUtf8(m_home.read(entry)).contains(u"Exec=\""_s + m_engine + u"\" --root\n"_s));
     EXPECT_TRUE(m_home.read(entry).contains("Categories=Screensaver;\n"));
     test::run({u"/usr/bin/desktop-file-validate"_s, {entry}, test::bareEnvironment(), {}});
+}
+
+TEST_F(MateSaver, IsNoneWhereTheSystemHasNoModule)
+{
+    EXPECT_EQ(createEntryHost(EntryHost::mate, m_engine), nullptr);
+    m_home.write(m_engine, "not a program");
+    EXPECT_EQ(createEntryHost(EntryHost::mate, m_engine), nullptr);
 }
 
 TEST_F(SaverInstall, SaysThatNobodyHereShowsIt)
 {
     EXPECT_EQ(installSaver(bundle("14")),
               u"Could not install: no program here shows the screen savers of others"_s);
+    EXPECT_FALSE(QFile::exists(m_home.path(u"Library"_s)));
 }
 
 TEST_F(SaverInstall, SaysWhyItCouldNot)

@@ -103,5 +103,20 @@ TEST_F(TurnOffTest, ConfirmedItUndoesWhatItChangedAndQuits)
     EXPECT_TRUE(log.contains(u"deactivated and quit at the user's request"_s));
 }
 
+TEST_F(TurnOffTest, LeavesPicturesAloneThatAreNotItsOwn)
+{
+    Settings::setMode(Mode::wall);
+    Settings::setDesktop(false);
+    Settings::setPreviousDesktop(QStringList{u"file:///home/user/picture.png"_s});
+    open();
+    QMessageBox &box = alert();
+    EXPECT_FALSE(box.informativeText().contains(u"desktop picture"_s));
+    QTimer::singleShot(0, qApp, [&box] { click(button(box, u"Turn Off and Quit"_s)); });
+    EXPECT_EQ(QApplication::exec(), 0);
+    EXPECT_TRUE(m_desktop->finish(test::kGenerous));
+    EXPECT_THAT(m_desktopCalls, Not(Contains(u"put back"_s)));
+    EXPECT_TRUE(Settings::previousDesktop());
+}
+
 } // namespace
 } // namespace corvella

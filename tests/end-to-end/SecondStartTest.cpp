@@ -64,6 +64,39 @@ TEST_P(SecondStart, RaisesTheFirstOnesSettingsAndSucceeds)
     EXPECT_TRUE(m_program.process().isRunning());
 }
 
+// Some window managers heed no wish but the user's: for them nobody has touched the first one.
+TEST_P(SecondStart, BringsTheFirstOnesSettingsToTheFrontInTheUsersName)
+{
+    startFirst();
+    EXPECT_EQ(m_display.client().activationsForUser(), 0);
+    for (const int times : {1, 2}) {
+        EXPECT_EQ(startAgain(), 0);
+        EXPECT_TRUE(becomes([&] {
+            return hasSettingsWindow() && m_display.client().activationsForUser() == times;
+        }));
+    }
+}
+
+// A trial beside an installed copy, as ./run makes it.
+TEST_P(SecondStart, IsAFirstOneWhereItsSettingsLieElsewhere)
+{
+    startFirst();
+    test::ProgramUnderTest trial;
+    trial.showOn(m_display);
+    if (GetParam() == Meeting::bus)
+        trial.setSessionBus(m_bus);
+    trial.addClip(u"171"_s, 1);
+    trial.setVariable(u"HOME"_s, m_program.home());
+    trial.setVariable(u"XDG_RUNTIME_DIR"_s, m_program.environment().value(u"XDG_RUNTIME_DIR"_s));
+    trial.configureWall();
+    trial.start();
+    EXPECT_TRUE(trial.logs(u"showing on 1 of 1 display(s), mode wall"_s));
+    // Each is reached by what has its settings.
+    EXPECT_EQ(startAgain({u"--action"_s, u"quit"_s}), 0);
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_TRUE(trial.process().isRunning());
+}
+
 TEST_P(SecondStart, StartsTheFirstOnesWallsWhenItIsToldTo)
 {
     startFirst();

@@ -106,6 +106,18 @@ TEST_F(SaverModule, ShowsAnotherProductInEachOfItsProcesses)
     EXPECT_EQ(clipSeenOn(kLeft) + clipSeenOn(kRight), 1 + 2);
 }
 
+// MATE's tells its savers little more than their home, their display and their window.
+TEST_F(SaverModule, ShowsAnotherProductInEachWhereNobodyTellsOfTheSession)
+{
+    m_program.setVariable(u"TMPDIR"_s, m_program.home());
+    m_program.setVariable(u"XDG_RUNTIME_DIR"_s, {});
+    const quint32 left = m_display.client().openWindow(kLeft);
+    const quint32 right = m_display.client().openWindow(kRight);
+    const auto one = start({u"--root"_s}, hexadecimal(left));
+    const auto other = start({u"--root"_s}, hexadecimal(right));
+    EXPECT_EQ(clipSeenOn(kLeft) + clipSeenOn(kRight), 1 + 2);
+}
+
 TEST_F(SaverModule, ShowsThatScreensOwnProducts)
 {
     m_program.configure({{u"products"_s, QJsonArray{u"193"_s, u"171"_s}}});

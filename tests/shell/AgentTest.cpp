@@ -115,18 +115,6 @@ TEST_F(AgentTest, StartsWallsWhenItIsStartedAgainForThat)
     EXPECT_TRUE(m_app->isShowing());
 }
 
-TEST_F(AgentTest, UpdatesTheDesktopOnRequest)
-{
-    configure(Mode::desktop);
-    Settings::setLastManual(QDateTime::currentDateTimeUtc());
-    Settings::setOffline(true);
-    launch();
-    m_app->perform(u"update-desktop"_s);
-    // Offline nobody is asked, and the pictures are set from what there is.
-    EXPECT_TRUE(becomes([&] { return logged(u"desktop: "_s).size() >= 0; }));
-    EXPECT_TRUE(logged(u"update: "_s).isEmpty());
-}
-
 TEST_F(AgentTest, SaysWhenACheckIsAllowedAgain)
 {
     configure(Mode::desktop);
@@ -140,6 +128,22 @@ TEST_F(AgentTest, SaysWhenACheckIsAllowedAgain)
                                       u"\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+0000$"_s);
     EXPECT_TRUE(expected.match(logged(u"update: "_s).first()).hasMatch())
         << qPrintable(logged(u"update: "_s).first());
+}
+
+// As from the menu of its icon, where it does not run yet.
+TEST_F(AgentTest, LaunchedForOneThingItShowsNothingElse)
+{
+    for (const Mode mode : {Mode::wall, Mode::saver}) {
+        for (const QString &action : {u"start"_s, u"settings"_s, u"update-desktop"_s}) {
+            SCOPED_TRACE(qPrintable(rawValue(mode) + u' ' + action));
+            TearDown();
+            SetUp();
+            configure(mode);
+            launch({u"--action"_s, action});
+            EXPECT_EQ(m_app->isShowing(), action == u"start"_s);
+            EXPECT_EQ(settingsOpen(), action == u"settings"_s);
+        }
+    }
 }
 
 class InstallTiming : public AgentTest

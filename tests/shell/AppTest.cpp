@@ -122,6 +122,28 @@ TEST_F(AppWithDesktop, ThePicturesFollowEveryRefresh)
     Cache::setReadOnly(false);
 }
 
+TEST_F(AppWithDesktop, OfflineThePicturesAreSetOnRequestWithoutACheck)
+{
+    configure(Mode::desktop);
+    Settings::setLastManual(QDateTime::currentDateTimeUtc());
+    launch();
+    EXPECT_EQ(updates(), 1);
+    m_app->perform(QStringLiteral("update-desktop"));
+    EXPECT_TRUE(test::becomes([&] { return updates() == 2; }));
+    EXPECT_TRUE(logged(QStringLiteral("update: ")).isEmpty());
+}
+
+TEST_F(AppWithDesktop, ThePicturesAreSetOnRequestAlsoWhereACheckIsRefused)
+{
+    configure(Mode::desktop);
+    launch();
+    Settings::setOffline(false);
+    Settings::setLastManual(QDateTime::currentDateTimeUtc());
+    m_app->perform(QStringLiteral("start")); // what the desktop's start is
+    EXPECT_TRUE(test::becomes([&] { return updates() == 2; }));
+    EXPECT_EQ(logged(QStringLiteral("update: checked recently")).size(), 1);
+}
+
 TEST_F(AppWithDesktop, NoPicturesAreSetWhereNoneAreWanted)
 {
     configure(Mode::saver);

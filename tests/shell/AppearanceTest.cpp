@@ -1,6 +1,7 @@
 #include "shell/Appearance.h"
 #include "settings/Settings.h"
 #include "shell/AppFixture.h"
+#include "shell/StatusMenu.h"
 #include "support/QtPrinting.h"
 
 #include <QApplication>
@@ -67,6 +68,20 @@ TEST_F(AppearanceTest, ControlsHaveOutlinesThatAreSeenInTheDark)
     QApplication::style()->drawPrimitive(QStyle::PE_IndicatorCheckBox, &box, &painter);
     EXPECT_GT(image.pixelColor(0, 6).lightness(),
               box.palette.color(QPalette::Base).lightness() + 50);
+}
+
+// Its first line cannot be chosen, and says what the program is doing.
+TEST_F(AppearanceTest, TheStatusMenusFirstLineIsReadInTheLightAndInTheDark)
+{
+    for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
+        setAppearance(appearance);
+        StatusMenu menu({}, [] { return StatusFacts{}; });
+        Q_EMIT menu.aboutToShow();
+        const QColor text = menu.palette().color(QPalette::Disabled, QPalette::Text);
+        const QColor ground = menu.palette().color(QPalette::Window);
+        const int difference = text.alpha() * (text.lightness() - ground.lightness()) / 255;
+        EXPECT_GT(std::abs(difference), 100);
+    }
 }
 
 } // namespace

@@ -67,6 +67,19 @@ TEST(CommandLine, NearMissesAreNoOptions)
     EXPECT_FALSE(line.selfTest);
 }
 
+TEST(CommandLine, TellsTheOneThatRunsWhatIsAskedFor)
+{
+    const auto word = [](const char *line) {
+        return CommandLine::parse(words(line)).wordForTheOther();
+    };
+    EXPECT_EQ(word(""), QString());
+    EXPECT_EQ(word("--seconds 5"), QString());
+    EXPECT_EQ(word("--start"), QStringLiteral("start"));
+    EXPECT_EQ(word("x --action quit"), QStringLiteral("quit"));
+    EXPECT_EQ(word("--start --action settings"), QStringLiteral("settings"));
+    EXPECT_EQ(word("--action"), QString());
+}
+
 TEST(CommandLine, KeepsAllArgumentsInOrder)
 {
     EXPECT_EQ(CommandLine::parse(words("b a --start")).allArgs, words("b a --start"));

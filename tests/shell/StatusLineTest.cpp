@@ -50,6 +50,10 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"DesktopTwiceADay",
             {Mode::desktop, false, false, false, true, 5, 720},
             "Desktop: picture updates twice a day"},
+        // Set from a shell.
+        Row{"DesktopEveryHour",
+            {Mode::desktop, false, false, false, true, 5, 60},
+            "Desktop: picture updates once a day"},
         Row{"DesktopOffline",
             {Mode::desktop, false, false, true, true, 5, 720},
             "Desktop: picture fixed, not updating"},

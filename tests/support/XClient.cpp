@@ -80,16 +80,21 @@ void XClient::paintRoot(const QColor &colour)
     xcb_flush(m_connection.get());
 }
 
+quint32 XClient::atom(const char *name) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const auto cookie = xcb_intern_atom(server, 1, static_cast<uint16_t>(std::strlen(name)), name);
+    const ReplyOf<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(server, cookie, nullptr));
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
 QByteArray XClient::property(quint32 window, const char *name) const
 {
     xcb_connection_t *const server = m_connection.get();
-    const auto atomCookie =
-        xcb_intern_atom(server, 1, static_cast<uint16_t>(std::strlen(name)), name);
-    const ReplyOf<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(server, atomCookie, nullptr));
-    if (!atom || atom->atom == XCB_ATOM_NONE)
+    const xcb_atom_t key = atom(name);
+    if (key == XCB_ATOM_NONE)
         return {};
-    const auto cookie =
-        xcb_get_property(server, 0, window, atom->atom, XCB_ATOM_ANY, 0, kLongestProperty);
+    const auto cookie = xcb_get_property(server, 0, window, key, XCB_ATOM_ANY, 0, kLongestProperty);
     const ReplyOf<xcb_get_property_reply_t> reply(xcb_get_property_reply(server, cookie, nullptr));
     if (!reply)
         return {};
@@ -144,6 +149,13 @@ std::optional<XWindow> XClient::describe(quint32 window) const
     return XWindow{window, QString::fromUtf8(property(window, "_NET_WM_NAME")), frameOf(window)};
 }
 
+void XClient::takeMessage(const xcb_client_message_event_t &message)
+{
+    constexpr uint32_t kFromUser = 2;
+    if (message.type == atom("_NET_ACTIVE_WINDOW") && message.data.data32[0] == kFromUser)
+        ++m_activationsForUser;
+}
+
 void XClient::takeEvents()
 {
     while (const ReplyOf<xcb_generic_event_t> event{xcb_poll_for_event(m_connection.get())}) {
@@ -151,7 +163,15 @@ void XClient::takeEvents()
             ++m_windowsShown;
         else if ((event->response_type & 0x7F) == XCB_BUTTON_PRESS)
             ++m_pressesOnRoot;
+        else if ((event->response_type & 0x7F) == XCB_CLIENT_MESSAGE)
+            takeMessage(reinterpret_cast<const xcb_client_message_event_t &>(*event));
     }
+}
+
+int XClient::activationsForUser()
+{
+    takeEvents();
+    return m_activationsForUser;
 }
 
 int XClient::windowsShown()
@@ -257,9 +277,9 @@ QList<QByteArray> XClient::states(quint32 window) const
 {
     xcb_connection_t *const server = m_connection.get();
     QList<QByteArray> states;
-    for (const quint32 atom : numbers(window, "_NET_WM_STATE")) {
+    for (const quint32 state : numbers(window, "_NET_WM_STATE")) {
         const ReplyOf<xcb_get_atom_name_reply_t> name(
-            xcb_get_atom_name_reply(server, xcb_get_atom_name(server, atom), nullptr));
+            xcb_get_atom_name_reply(server, xcb_get_atom_name(server, state), nullptr));
         if (name)
             states << QByteArray(xcb_get_atom_name_name(name.get()),
                                  xcb_get_atom_name_name_length(name.get()));

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 
+struct xcb_client_message_event_t;
 struct xcb_connection_t;
 
 namespace corvella::test {
@@ -47,6 +48,9 @@ public:
 
     // The window that gets the keys.
     [[nodiscard]] quint32 focus() const;
+    // How many times a window manager was asked to bring a window to the front because the user
+    // wants it there, since the connection was made.
+    [[nodiscard]] int activationsForUser();
     // Gives the keys to a window of this client that nobody sees.
     void takeFocus();
     // The names of the states that a window manager holds a window in (_NET_WM_STATE_FULLSCREEN).
@@ -71,10 +75,12 @@ public:
 private:
     void selectRootEvents(quint32 mask);
     void takeEvents();
+    void takeMessage(const xcb_client_message_event_t &message);
     void collectWindows(quint32 parent, int depth, QList<XWindow> &windows) const;
     [[nodiscard]] QRect frameOf(quint32 window) const;
     // None when the window is not visible.
     [[nodiscard]] std::optional<XWindow> describe(quint32 window) const;
+    [[nodiscard]] quint32 atom(const char *name) const; // none where nobody has used the name
     [[nodiscard]] QList<quint32> numbers(quint32 window, const char *property) const;
     [[nodiscard]] QByteArray property(quint32 window, const char *name) const;
 
@@ -86,6 +92,7 @@ private:
     quint32 m_root = 0;
     int m_windowsShown = 0;
     int m_pressesOnRoot = 0;
+    int m_activationsForUser = 0;
 };
 
 } // namespace corvella::test

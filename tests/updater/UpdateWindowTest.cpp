@@ -35,6 +35,7 @@ protected:
 
 TEST_F(UpdateWindowTest, ShowsWhatIsNewAndAsks)
 {
+    EXPECT_FALSE(m_window.windowIcon().pixmap(32).isNull());
     m_window.showChecking();
     EXPECT_EQ(m_window.title(), u"Looking for updates…"_s);
     EXPECT_EQ(action(), QString());

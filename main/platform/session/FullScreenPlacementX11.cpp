@@ -6,35 +6,10 @@
 #include <xcb/shape.h>
 
 #include <array>
-#include <cstring>
-#include <string_view>
 
 namespace corvella {
 
 namespace {
-
-xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
-{
-    const auto cookie =
-        xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
-    const x11::ReplyOf<xcb_intern_atom_reply_t> reply(
-        xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
-
-void sendToRoot(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type,
-                std::array<uint32_t, 5> data)
-{
-    xcb_client_message_event_t event{};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = 32;
-    event.window = window;
-    event.type = type;
-    std::memcpy(event.data.data32, data.data(), sizeof event.data.data32);
-    xcb_send_event(connection, 0, x11::rootWindow(connection),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                   reinterpret_cast<const char *>(&event));
-}
 
 class PlacementX11 final : public FullScreenPlacement
 {
@@ -55,9 +30,7 @@ public:
     void finish() override
     {
         constexpr uint32_t kAllWorkspaces = 0xFFFFFFFF;
-        constexpr uint32_t kFromPager = 2; // some managers heed only a pager here
-        sendToRoot(m_server, id(), atom(m_server, "_NET_WM_DESKTOP"), {kAllWorkspaces, kFromPager});
-        xcb_flush(m_server);
+        x11::askManager(m_server, id(), "_NET_WM_DESKTOP", {kAllWorkspaces, x11::kFromPager});
     }
 
 private:
@@ -65,10 +38,11 @@ private:
     {
         // Added to what Qt writes there before it maps the window, and read by the manager once,
         // then: a message afterwards gets lost between the two now and then.
-        const std::array states{atom(m_server, "_NET_WM_STATE_SKIP_TASKBAR"),
-                                atom(m_server, "_NET_WM_STATE_SKIP_PAGER")};
-        xcb_change_property(m_server, XCB_PROP_MODE_APPEND, id(), atom(m_server, "_NET_WM_STATE"),
-                            XCB_ATOM_ATOM, 32, states.size(), states.data());
+        const std::array states{x11::atom(m_server, "_NET_WM_STATE_SKIP_TASKBAR"),
+                                x11::atom(m_server, "_NET_WM_STATE_SKIP_PAGER")};
+        xcb_change_property(m_server, XCB_PROP_MODE_APPEND, id(),
+                            x11::atom(m_server, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, states.size(),
+                            states.data());
     }
 
     // Where the window's points do not make up its last column or row of pixels, nobody draws.

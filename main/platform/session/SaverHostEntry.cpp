@@ -4,7 +4,7 @@
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/StandardFolders.h"
 
-#include <QDir>
+#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -18,17 +18,18 @@ constexpr qint64 kLargestEntryBytes = 1 << 16;
 class EntrySaverHost final : public SaverHost
 {
 public:
-    explicit EntrySaverHost(QString settingsProgram)
-        : m_settingsProgram(std::move(settingsProgram))
+    EntrySaverHost(QString engine, QString settingsProgram)
+        : m_engine(std::move(engine))
+        , m_settingsProgram(std::move(settingsProgram))
     {
     }
 
-    std::optional<QString> enter(const QString &program) override
+    std::optional<QString> enter(const QString & /*program*/) override
     {
         const QString folder =
             StandardFolders::applicationSupport() + QStringLiteral("/applications/screensavers");
         const QString file = folder + QStringLiteral("/space.tarrow.corvella-saver.desktop");
-        const QByteArray entry = entryFor(program);
+        const QByteArray entry = entryFor(m_engine);
         if (readBounded(file, kLargestEntryBytes).bytes == entry)
             return std::nullopt;
         FileResult result = StandardFolders::make(folder);
@@ -57,17 +58,20 @@ private:
         return entry.toUtf8();
     }
 
+    const QString m_engine;
     const QString m_settingsProgram;
 };
 
 } // namespace
 
-std::unique_ptr<SaverHost> createEntryHost(EntryHost host)
+std::unique_ptr<SaverHost> createEntryHost(EntryHost host, const QString &engine)
 {
     QString program = QStandardPaths::findExecutable(
         host == EntryHost::mate ? QStringLiteral("mate-screensaver-preferences")
                                 : QStringLiteral("xfce4-screensaver-preferences"));
-    return program.isEmpty() ? nullptr : std::make_unique<EntrySaverHost>(std::move(program));
+    if (program.isEmpty() || !QFileInfo(engine).isExecutable())
+        return nullptr;
+    return std::make_unique<EntrySaverHost>(engine, std::move(program));
 }
 
 } // namespace corvella

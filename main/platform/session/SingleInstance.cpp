@@ -1,5 +1,10 @@
 #include "platform/session/SingleInstance.h"
 
+#include "platform/storage/StandardFolders.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+
 namespace corvella {
 
 SingleInstance::SingleInstance() = default;
@@ -13,6 +18,17 @@ SingleInstance::Outcome SingleInstance::claim(const QString &action)
             return *outcome;
     }
     return Outcome::first;
+}
+
+QString instanceSuffix()
+{
+    const QString settings = QDir::cleanPath(StandardFolders::config());
+    if (settings == QDir::cleanPath(StandardFolders::home() + QStringLiteral("/.config")))
+        return {};
+    constexpr qsizetype kDigits = 16;
+    const QByteArray hash =
+        QCryptographicHash::hash(settings.toUtf8(), QCryptographicHash::Sha1).toHex();
+    return QStringLiteral(".at") + QString::fromLatin1(hash.left(kDigits)); // no digit first
 }
 
 } // namespace corvella

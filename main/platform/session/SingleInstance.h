@@ -1,7 +1,8 @@
 // One program per user: the first one keeps the name space.tarrow.corvella on the session's bus and
 // answers as org.freedesktop.Application there
 // (https://specifications.freedesktop.org/desktop-entry-spec/latest/dbus.html); where there is no
-// bus, it keeps a lock and a socket in the user's runtime folder. Main thread only.
+// bus, it keeps a lock and a socket in the user's runtime folder. One whose settings lie elsewhere
+// than usual, as a trial's do, is a program of its own. Main thread only.
 #pragma once
 
 #include <QObject>
@@ -48,6 +49,9 @@ Q_SIGNALS:
 private:
     std::unique_ptr<Channel> m_channel;
 };
+
+// What the names of a program whose settings lie elsewhere end with; empty for the usual place.
+[[nodiscard]] QString instanceSuffix();
 
 // By the session's bus. Words of others come as SingleInstance::activated().
 [[nodiscard]] std::unique_ptr<SingleInstance::Channel> createBusChannel(SingleInstance &instance);

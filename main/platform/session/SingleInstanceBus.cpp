@@ -12,7 +12,6 @@ namespace {
 
 using Outcome = SingleInstance::Outcome;
 
-const QString kName = QStringLiteral("space.tarrow.corvella");
 const QString kPath = QStringLiteral("/space/tarrow/corvella");
 constexpr const char *kInterface = "org.freedesktop.Application";
 // For the bus, and for the one that runs.
@@ -34,7 +33,7 @@ public:
             return;
         m_bus.unregisterObject(kPath);
         QDBusMessage release = busMethod(QStringLiteral("ReleaseName"));
-        release.setArguments({kName});
+        release.setArguments({m_name});
         m_bus.send(release);
     }
 
@@ -71,7 +70,7 @@ private:
     [[nodiscard]] QDBusMessage requestName() const
     {
         QDBusMessage request = busMethod(QStringLiteral("RequestName"));
-        request.setArguments({kName, kDoNotQueue});
+        request.setArguments({m_name, kDoNotQueue});
         return m_bus.call(request, QDBus::Block, kPatienceMs);
     }
 
@@ -79,7 +78,7 @@ private:
     [[nodiscard]] std::optional<Outcome> handOver(const QString &word) const
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
-            kName, kPath, QString::fromLatin1(kInterface),
+            m_name, kPath, QString::fromLatin1(kInterface),
             word.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("ActivateAction"));
         message.setArguments(
             word.isEmpty() ? QVariantList{ApplicationOnBus::platformData()}
@@ -93,6 +92,7 @@ private:
         return isGone ? std::nullopt : std::optional(Outcome::silent);
     }
 
+    const QString m_name = QStringLiteral("space.tarrow.corvella") + instanceSuffix();
     QDBusConnection m_bus = QDBusConnection::sessionBus();
     ApplicationOnBus m_application;
     bool m_isOurs = false;

@@ -65,9 +65,9 @@ public:
         const std::optional<QString> folder = StandardFolders::runtime();
         if (!folder)
             return std::nullopt;
-        const QString socket = *folder + QStringLiteral("/corvella.socket");
-        m_lock = FileLock::acquire(*folder + QStringLiteral("/corvella.lock"),
-                                   std::chrono::milliseconds(0));
+        const QString name = *folder + QStringLiteral("/corvella") + instanceSuffix();
+        const QString socket = name + QStringLiteral(".socket");
+        m_lock = FileLock::acquire(name + QStringLiteral(".lock"), std::chrono::milliseconds(0));
         if (!m_lock)
             return errno == EWOULDBLOCK ? std::optional(handOver(socket, word)) : std::nullopt;
         listen(socket);

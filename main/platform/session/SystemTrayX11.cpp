@@ -1,20 +1,6 @@
 #include "platform/session/SystemTrayX11.h"
 
-#include <cstring>
-
 namespace corvella {
-
-namespace {
-
-xcb_atom_t atom(xcb_connection_t *server, const char *name)
-{
-    const x11::ReplyOf<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        server, xcb_intern_atom(server, 0, static_cast<uint16_t>(std::strlen(name)), name),
-        nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
-
-} // namespace
 
 std::unique_ptr<SystemTrayX11> SystemTrayX11::create()
 {
@@ -27,7 +13,7 @@ std::unique_ptr<SystemTrayX11> SystemTrayX11::create()
 SystemTrayX11::SystemTrayX11(x11::Connection connection)
     : m_connection(std::move(connection))
     , m_notifier(xcb_get_file_descriptor(m_connection.get()), QSocketNotifier::Read)
-    , m_selection(atom(m_connection.get(), "_NET_SYSTEM_TRAY_S0"))
+    , m_selection(x11::atom(m_connection.get(), "_NET_SYSTEM_TRAY_S0"))
 {
     // A tray that comes tells the root window of itself.
     const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;

@@ -2,6 +2,8 @@
 
 #include <QGuiApplication>
 
+#include <cstring>
+
 namespace corvella::x11 {
 
 bool isX11Session()
@@ -35,6 +37,30 @@ xcb_connection_t *applicationConnection()
 xcb_window_t rootWindow(xcb_connection_t *connection)
 {
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
+xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
+{
+    const auto cookie =
+        xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
+    const ReplyOf<xcb_intern_atom_reply_t> reply(
+        xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+void askManager(xcb_connection_t *connection, xcb_window_t window, std::string_view type,
+                const std::array<uint32_t, 5> &data)
+{
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = atom(connection, type);
+    std::memcpy(event.data.data32, data.data(), sizeof event.data.data32);
+    xcb_send_event(connection, 0, rootWindow(connection),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char *>(&event));
+    xcb_flush(connection);
 }
 
 } // namespace corvella::x11

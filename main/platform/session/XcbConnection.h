@@ -3,8 +3,10 @@
 
 #include <xcb/xcb.h>
 
+#include <array>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 namespace corvella::x11 {
 
@@ -33,5 +35,15 @@ template <typename Reply> using ReplyOf = std::unique_ptr<Reply, FreeReply>;
 [[nodiscard]] xcb_connection_t *applicationConnection();
 
 [[nodiscard]] xcb_window_t rootWindow(xcb_connection_t *connection);
+
+// Made where the server does not know the name yet; XCB_ATOM_NONE where it does not answer.
+[[nodiscard]] xcb_atom_t atom(xcb_connection_t *connection, std::string_view name);
+
+// Where a message to the window manager may say whom it is from: some managers heed only these.
+constexpr uint32_t kFromPager = 2;
+
+// Asks the window manager something about a window of ours, by a message to the root window.
+void askManager(xcb_connection_t *connection, xcb_window_t window, std::string_view type,
+                const std::array<uint32_t, 5> &data);
 
 } // namespace corvella::x11
