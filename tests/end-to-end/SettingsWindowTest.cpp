@@ -5,10 +5,12 @@
 #include "support/ProgramUnderTest.h"
 #include "support/QtPrinting.h"
 #include "support/ScreenReader.h"
+#include "support/StandInService.h"
 #include "support/TestAuthority.h"
 #include "support/TestImageryHost.h"
 #include "support/VirtualDisplay.h"
 
+#include <QDBusVariant>
 #include <QFile>
 #include <QImage>
 #include <QJsonDocument>
@@ -170,6 +172,31 @@ TEST_F(SettingsWindow, IsAsDarkAsTheUserWants)
     m_program.start();
     EXPECT_TRUE(becomes(
         [this] { return ground().lightness() < 80 && !m_display.client().windows().isEmpty(); }));
+}
+
+TEST_F(SettingsWindow, IsDarkWhileTheDesktopsPortalSaysSo)
+{
+    const auto scheme = [](uint number) {
+        return QVariant::fromValue(QDBusVariant(QVariant::fromValue(number)));
+    };
+    const test::PrivateBus bus;
+    test::StandInService portal(bus, u"org.freedesktop.portal.Desktop"_s);
+    portal.setAnswer(u"Read"_s, QVariantList{QVariant::fromValue(QDBusVariant(scheme(1)))});
+    m_program.setSessionBus(bus);
+    m_program.start();
+    const auto isDark = [this] {
+        return !m_display.client().windows().isEmpty() && ground().lightness() < 80;
+    };
+    EXPECT_TRUE(becomes(isDark));
+    portal.tell(u"/org/freedesktop/portal/desktop"_s, u"org.freedesktop.portal.Settings"_s,
+                u"SettingChanged"_s,
+                {u"org.freedesktop.appearance"_s, u"color-scheme"_s, scheme(0)});
+    EXPECT_TRUE(becomes([this] { return ground().lightness() > 200; }));
+    // What the user wants of this program alone comes first.
+    m_program.configure({{u"appearance"_s, u"dark"_s}});
+    portal.setAnswer(u"Read"_s, QVariantList{QVariant::fromValue(QDBusVariant(scheme(2)))});
+    m_program.start();
+    EXPECT_TRUE(becomes(isDark));
 }
 
 TEST_F(SettingsWindow, EndingInTheMiddleOfADownloadTakesNoTime)
