@@ -41,7 +41,8 @@ Note::Note(Tone tone, int lineWidth, Size size)
 {
     setTextFormat(Qt::PlainText);
     setAlignment(Qt::AlignLeading | Qt::AlignTop);
-    setSizePolicy(lineWidth > 0 ? QSizePolicy::Preferred : QSizePolicy::Fixed, QSizePolicy::Fixed);
+    if (lineWidth == 0)
+        setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     if (size == Size::small)
         setFont(smallFont());
 }

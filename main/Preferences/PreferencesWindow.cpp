@@ -93,7 +93,8 @@ void PreferencesWindow::resizeToContent()
 // Qt does so by itself only where the keys go from one control of the content to another.
 void PreferencesWindow::showFocused(const QWidget * /*old*/, QWidget *focused)
 {
-    if (m_content->isAncestorOf(focused))
+    // To Qt a widget is an ancestor of itself.
+    if (focused != m_content && m_content->isAncestorOf(focused))
         m_scroller->ensureWidgetVisible(focused);
 }
 

@@ -183,6 +183,17 @@ TEST_F(ImageryActionsTest, UpdatingNowAsksTheHostAndSetsThePictures)
     EXPECT_THAT(m_desktopCalls, Contains(u"show"_s));
 }
 
+TEST_F(ImageryActionsTest, TheDesktopBoxShowsWhatIsOnDiskAtOnce)
+{
+    serve();
+    open();
+    click("primeButton");
+    EXPECT_TRUE(statusBecomes(current()));
+    click("desktopBox");
+    EXPECT_TRUE(m_desktop->finish(test::kGenerous));
+    EXPECT_THAT(m_desktopCalls, Contains(u"show"_s));
+}
+
 TEST_F(ImageryActionsTest, StartInDesktopModeUpdatesFromDiskWhenOffline)
 {
     Settings::setOffline(true);

@@ -211,6 +211,8 @@ TEST_P(EveryFont, NothingIsCut)
         Settings::setMode(mode);
         openInFont(font);
         EXPECT_THAT(cut(), IsEmpty()) << rawValue(mode).toStdString();
+        for (const QScrollBar *bar : window().findChildren<QScrollBar *>())
+            EXPECT_FALSE(bar->isVisible()) << "there is room for all of it";
     }
 }
 
@@ -260,6 +262,7 @@ TEST_F(LayoutTest, AScreenTooSmallForTheWindowScrollsIt)
     EXPECT_LE(window().width(), 640);
     EXPECT_LE(window().height(), 480);
     EXPECT_THAT(cut(), IsEmpty());
+    EXPECT_EQ(window().findChild<QScrollArea *>()->verticalScrollBar()->value(), 0);
     EXPECT_TRUE(window().rect().contains(inWindow("startButton"))) << "its foot stays";
     EXPECT_TRUE(window().rect().contains(inWindow("quitButton").topLeft()));
 }
