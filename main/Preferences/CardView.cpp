@@ -36,7 +36,8 @@ CardView::CardView(const QString &title, const QWidgetList &widgets)
     stack->setSpacing(kSpacing);
     stack->addWidget(titleLabel(title), 0, Qt::AlignLeading);
     for (QWidget *widget : widgets)
-        stack->addWidget(widget, 0, Qt::AlignLeading);
+        stack->addWidget(widget, 0,
+                         widget->hasHeightForWidth() ? Qt::Alignment() : Qt::AlignLeading);
 }
 
 void CardView::paintEvent(QPaintEvent * /*event*/)

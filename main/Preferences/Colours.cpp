@@ -36,6 +36,17 @@ double contrast(const QColor &one, const QColor &other)
     return (lighter + 0.05) / (darker + 0.05);
 }
 
+// A colour, made darker or lighter until it has this contrast to the one beside it.
+QColor toldFrom(const QColor &beside, QColor colour, double least)
+{
+    constexpr int kMostSteps = 20; // enough to come from any colour near black or white
+    constexpr int kStep = 105;     // percent
+    const bool isDarkened = luminance(beside) > luminance(colour);
+    for (int i = 0; i < kMostSteps && contrast(colour, beside) < least; ++i)
+        colour = isDarkened ? colour.darker(kStep) : colour.lighter(kStep);
+    return colour;
+}
+
 } // namespace
 
 QColor textColour(const QPalette &palette, Tone tone)
@@ -55,14 +66,14 @@ QColor textColour(const QPalette &palette, Tone tone)
 QColor selectionColour(const QPalette &palette)
 {
     constexpr double kReadable = 4.5;
-    constexpr int kMostSteps = 20; // enough to come from any colour near black or white
-    constexpr int kStep = 105;     // percent
-    const QColor text = palette.color(QPalette::HighlightedText);
-    QColor ground = palette.color(QPalette::Highlight);
-    const bool isDarkened = luminance(text) > luminance(ground);
-    for (int i = 0; i < kMostSteps && contrast(ground, text) < kReadable; ++i)
-        ground = isDarkened ? ground.darker(kStep) : ground.lighter(kStep);
-    return ground;
+    return toldFrom(palette.color(QPalette::HighlightedText), palette.color(QPalette::Highlight),
+                    kReadable);
+}
+
+QColor focusColour(const QPalette &palette)
+{
+    constexpr double kSeen = 3;
+    return toldFrom(palette.color(QPalette::Button), palette.color(QPalette::Highlight), kSeen);
 }
 
 QColor separatorColour(const QPalette &palette)

@@ -10,6 +10,7 @@ namespace corvella {
 namespace {
 
 constexpr int kLeastLetters = 6;
+constexpr int kMostLetters = 19;
 
 } // namespace
 
@@ -19,11 +20,20 @@ ElidedLabel::ElidedLabel(const QString &text)
     setTextFormat(Qt::PlainText);
 }
 
+QSize ElidedLabel::sizeHint() const
+{
+    return room(kMostLetters);
+}
+
 QSize ElidedLabel::minimumSizeHint() const
 {
+    return room(kLeastLetters);
+}
+
+QSize ElidedLabel::room(int letters) const
+{
     const QSize whole = QLabel::sizeHint();
-    return {std::min(whole.width(), fontMetrics().averageCharWidth() * kLeastLetters),
-            whole.height()};
+    return {std::min(whole.width(), fontMetrics().averageCharWidth() * letters), whole.height()};
 }
 
 void ElidedLabel::paintEvent(QPaintEvent * /*event*/)

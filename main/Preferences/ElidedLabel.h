@@ -1,5 +1,5 @@
-// A text of one line that ends in an ellipsis where there is no room for all of it. Main thread
-// only.
+// A text of one line that ends in an ellipsis where there is no room for all of it; it asks for the
+// room of a name of ordinary length. Main thread only.
 #pragma once
 
 #include <QLabel>
@@ -13,10 +13,14 @@ class ElidedLabel : public QLabel
 public:
     explicit ElidedLabel(const QString &text);
 
+    [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    [[nodiscard]] QSize room(int letters) const;
 };
 
 } // namespace corvella

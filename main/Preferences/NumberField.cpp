@@ -20,7 +20,8 @@ NumberField::NumberField(const QString &text)
 {
     setAlignment(Qt::AlignRight);
     setMaxLength(kMostDigits);
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    // As high as its row, that is as the stepper beside it: their edges and texts lie in a line.
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
     connect(this, &QLineEdit::textChanged, this, [this] { updateGeometry(); });
 }
 

@@ -102,6 +102,8 @@ private:
     void start();
     void arm();
     void save();
+    // Together with what this sets.
+    void saveWith(const std::function<void()> &more);
     // Whether the screens now show other products than before.
     [[nodiscard]] bool saveProducts();
     void refreshImagery();

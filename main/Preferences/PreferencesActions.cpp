@@ -40,7 +40,11 @@ void Preferences::modeChanged(int segment)
     const Mode old = Settings::mode();
     const Mode chosen = kModeSegments[static_cast<size_t>(segment)];
     const ModeChange change = modeChange(old, chosen, Settings::desktop());
-    Settings::setMode(chosen);
+    Settings::d().saveTogether([&] {
+        Settings::setMode(chosen);
+        if (change.turnsKioskOn)
+            applyKioskPreset(change.savesOffline);
+    });
     if (change.startsDesktop) {
         if (m_controls)
             m_controls->hide();
@@ -50,7 +54,7 @@ void Preferences::modeChanged(int segment)
     if (change.restoresDesktop)
         Desktop::restore();
     if (change.turnsKioskOn)
-        applyKioskPreset(change.savesOffline);
+        primeIfIncomplete();
     if (change.turnsKioskBack)
         undoKioskPreset();
     load();
@@ -63,7 +67,6 @@ void Preferences::applyKioskPreset(bool savesOffline)
     Settings::setOffline(true);
     Settings::setAttribution(true);
     Settings::setOpenAtLogin(true);
-    primeIfIncomplete();
 }
 
 void Preferences::primeIfIncomplete()
@@ -78,8 +81,10 @@ void Preferences::primeIfIncomplete()
 
 void Preferences::undoKioskPreset()
 {
-    Settings::setOffline(Settings::d().boolean(kOfflineBeforeKiosk).value_or(false));
-    Settings::resetAttribution();
+    Settings::d().saveTogether([] {
+        Settings::setOffline(Settings::d().boolean(kOfflineBeforeKiosk).value_or(false));
+        Settings::resetAttribution();
+    });
     // It goes on opening at login: whoever set a kiosk up may have wanted that before.
 }
 
@@ -127,16 +132,14 @@ void Preferences::loginToggled()
 
 void Preferences::networkChanged()
 {
-    Settings::setOffline(m_offlineRadio->isChecked());
-    save();
+    saveWith([this] { Settings::setOffline(m_offlineRadio->isChecked()); });
     refreshCacheStatus();
 }
 
 void Preferences::desktopToggled()
 {
     const bool isOn = m_desktopBox->isChecked();
-    save();
-    Settings::setDesktop(isOn);
+    saveWith([isOn] { Settings::setDesktop(isOn); });
     m_desktopNow->setEnabled(isOn && !m_updating);
     if (isOn) {
         Desktop::remember();
@@ -212,16 +215,26 @@ void Preferences::arm()
 
 void Preferences::save()
 {
-    const bool needsOthers = saveProducts();
-    Settings::setIdleMinutes(idleMinutesFrom(m_idleField->text()));
-    Settings::setLockOnDismiss(m_lockBox->isChecked());
-    Settings::setAttribution(m_attributionBox->isChecked());
-    Settings::setRefreshMinutes(m_refreshPopup->currentData().toDouble());
-    Settings::setShuffle(m_shuffleBox->isChecked());
-    if (const auto transition = transitionFromRawValue(m_transitionPopup->currentData().toString()))
-        Settings::setTransition(*transition);
-    Settings::setLoops(loopsFrom(m_loopsField->text()));
-    Settings::setConfigured(true);
+    saveWith([] {});
+}
+
+void Preferences::saveWith(const std::function<void()> &more)
+{
+    bool needsOthers = false;
+    Settings::d().saveTogether([&] {
+        more();
+        needsOthers = saveProducts();
+        Settings::setIdleMinutes(idleMinutesFrom(m_idleField->text()));
+        Settings::setLockOnDismiss(m_lockBox->isChecked());
+        Settings::setAttribution(m_attributionBox->isChecked());
+        Settings::setRefreshMinutes(m_refreshPopup->currentData().toDouble());
+        Settings::setShuffle(m_shuffleBox->isChecked());
+        const QString transition = m_transitionPopup->currentData().toString();
+        if (const auto chosen = transitionFromRawValue(transition))
+            Settings::setTransition(*chosen);
+        Settings::setLoops(loopsFrom(m_loopsField->text()));
+        Settings::setConfigured(true);
+    });
     if (needsOthers && !Settings::offline())
         refreshImagery();
 }

@@ -19,6 +19,7 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QRadioButton>
@@ -77,10 +78,9 @@ QWidget *row(const QWidgetList &widgets)
     return row;
 }
 
-QWidget *column(int width, const QWidgetList &cards)
+QWidget *column(const QWidgetList &cards)
 {
     auto *column = new QWidget;
-    column->setMinimumWidth(width);
     QVBoxLayout *const stack = plainStack(column, kCardsSpacing);
     for (QWidget *card : cards)
         stack->addWidget(card);
@@ -148,17 +148,19 @@ void Preferences::layout()
     auto *ground = new GroundView;
     ground->setAccessibleName(QStringLiteral("Corvella"));
     QVBoxLayout *const root = plainStack(ground, kRootSpacing);
-    root->setContentsMargins(kRootInsets);
+    root->setContentsMargins(kRootInsets - QMargins(0, 0, 0, kRootInsets.bottom()));
     root->addWidget(modeCard());
-    QHBoxLayout *const columns = plainRow(nullptr, kColumnsSpacing);
-    columns->addWidget(column(kLeftColumn, {screensCard(), playbackCard(), desktopCard()}), 0,
+    auto *const columns = new QGridLayout;
+    columns->setHorizontalSpacing(kColumnsSpacing);
+    // Of the grid and not of its widgets: a widget's own would hide how much its content needs.
+    columns->setColumnMinimumWidth(0, kLeftColumn);
+    columns->setColumnMinimumWidth(1, kRightColumn);
+    columns->addWidget(column({screensCard(), playbackCard(), desktopCard()}), 0, 0, Qt::AlignTop);
+    columns->addWidget(column({generalCard(), startingCard(), imageryCard(), saverCard()}), 0, 1,
                        Qt::AlignTop);
-    columns->addWidget(
-        column(kRightColumn, {generalCard(), startingCard(), imageryCard(), saverCard()}), 0,
-        Qt::AlignTop);
     root->addLayout(columns);
-    root->addWidget(bottomBar());
-    m_window = std::make_unique<PreferencesWindow>(ground);
+    root->addStretch(); // on a window that stays as it is, nothing is drawn out
+    m_window = std::make_unique<PreferencesWindow>(ground, bottomBar());
     m_startButton->setDefault(true); // of the window, which it has only now
 }
 
@@ -261,7 +263,7 @@ QWidget *Preferences::saverCard()
     m_saverSection = named("saverSection", new QWidget);
     QVBoxLayout *const section = plainStack(m_saverSection, kRowSpacing);
     section->addWidget(m_installButton, 0, Qt::AlignLeading);
-    section->addWidget(m_installNote, 0, Qt::AlignLeading);
+    section->addWidget(m_installNote);
     auto *card = new CardView(QStringLiteral("System screen saver"), {m_saverSection});
     card->setVisible(bundledSaver().has_value());
     return card;
@@ -278,8 +280,9 @@ QWidget *Preferences::bottomBar()
     m_armButton = button("armButton", QStringLiteral("Arm"));
     m_startButton = button("startButton", QStringLiteral("Start"));
 
-    auto *bar = new QWidget;
+    auto *bar = new GroundView;
     QHBoxLayout *const layout = plainRow(bar, kRowSpacing);
+    layout->setContentsMargins(kRootInsets + QMargins(0, kRootSpacing - kRootInsets.top(), 0, 0));
     layout->addWidget(m_quitButton);
     layout->addWidget(m_versionLabel);
     layout->addStretch();
@@ -314,6 +317,9 @@ void Preferences::connectControls()
         {m_installButton, &Preferences::installSaver}};
     for (const auto &[button, action] : actions)
         connect(button, &QPushButton::clicked, this, action);
+    for (QWidget *control : std::initializer_list<QWidget *>{m_transitionPopup, m_refreshPopup,
+                                                             m_idleStepper, m_loopsStepper})
+        m_window->leaveWheelAlone(*control);
     connect(m_window.get(), &PreferencesWindow::left, this, &Preferences::finishTyping);
 }
 

@@ -3,6 +3,7 @@
 #include "platform/session/WindowActivation.h"
 #include "platform/storage/Resources.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QIcon>
 #include <QLayout>
@@ -33,8 +34,9 @@ void collectControls(const QLayout &layout, QWidgetList &controls)
 
 } // namespace
 
-PreferencesWindow::PreferencesWindow(QWidget *content)
+PreferencesWindow::PreferencesWindow(QWidget *content, QWidget *foot)
     : m_content(content)
+    , m_foot(foot)
     , m_scroller(new QScrollArea)
 {
     setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
@@ -47,8 +49,12 @@ PreferencesWindow::PreferencesWindow(QWidget *content)
     m_scroller->setWidget(content);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
     layout->addWidget(m_scroller);
-    content->installEventFilter(this);
+    layout->addWidget(foot);
+    for (QWidget *part : {content, foot})
+        part->installEventFilter(this);
+    connect(qApp, &QApplication::focusChanged, this, &PreferencesWindow::showFocused);
 }
 
 void PreferencesWindow::setMenu(std::unique_ptr<QMenuBar> menu)
@@ -61,38 +67,49 @@ void PreferencesWindow::fit()
 {
     // From the inside out, because what has changed inside a card is known outside of it only when
     // the card's own layout is up to date, which nobody sees to before a window is shown.
-    const QWidgetList inside = m_content->findChildren<QWidget *>();
-    for (auto widget = inside.crbegin(); widget != inside.crend(); ++widget) {
-        if (QLayout *const layout = (*widget)->layout())
-            layout->activate();
+    for (const QWidget *part : {m_content, m_foot}) {
+        const QWidgetList inside = part->findChildren<QWidget *>();
+        for (auto widget = inside.crbegin(); widget != inside.crend(); ++widget) {
+            if (QLayout *const layout = (*widget)->layout())
+                layout->activate();
+        }
     }
     resizeToContent();
 }
 
 void PreferencesWindow::resizeToContent()
 {
-    m_content->layout()->activate();
-    QSize size = m_content->sizeHint();
-    const QSize room = screen()->availableSize() - kFrame;
+    for (const QWidget *part : {m_content, m_foot})
+        part->layout()->activate();
+    QSize size = m_content->sizeHint().expandedTo({m_foot->sizeHint().width(), 0});
+    size.setHeight(m_content->heightForWidth(size.width()));
+    int around = m_foot->sizeHint().height();
+    // Some desktops show menus in a place of their own.
+    if (m_menu && !m_menu->isNativeMenuBar())
+        around += m_menu->sizeHint().height();
+    const QSize room = screen()->availableSize() - kFrame - QSize(0, around);
     // A bar along one side takes its room from the other.
     if (size.height() > room.height())
         size.rwidth() += m_scroller->verticalScrollBar()->sizeHint().width();
     if (size.width() > room.width())
         size.rheight() += m_scroller->horizontalScrollBar()->sizeHint().height();
-    // Some desktops show menus in a place of their own.
-    if (m_menu && !m_menu->isNativeMenuBar())
-        size.rheight() += m_menu->sizeHint().height();
-    setFixedSize(size.boundedTo(room));
+    setFixedSize(size.boundedTo(room) + QSize(0, around));
+}
+
+// Qt does so by itself only where the keys go from one control of the content to another.
+void PreferencesWindow::showFocused(const QWidget * /*old*/, QWidget *focused)
+{
+    // To Qt a widget is an ancestor of itself.
+    if (focused != m_content && m_content->isAncestorOf(focused))
+        m_scroller->ensureWidgetVisible(focused);
 }
 
 void PreferencesWindow::bringToFront()
 {
     fit();
-    if (!isVisible()) {
-        QRect place(QPoint(), size());
-        place.moveCenter(screen()->availableGeometry().center());
-        move(place.topLeft());
-    }
+    QRect place = frameGeometry();
+    place.moveCenter(screen()->availableGeometry().center());
+    move(place.topLeft());
     setWindowState(windowState() & ~Qt::WindowMinimized);
     m_content->setFocus();
     show();
@@ -103,7 +120,8 @@ void PreferencesWindow::bringToFront()
 void PreferencesWindow::orderTabs()
 {
     QWidgetList controls;
-    collectControls(*m_content->layout(), controls);
+    for (const QWidget *part : {m_content, m_foot})
+        collectControls(*part->layout(), controls);
     for (qsizetype i = 1; i < controls.size(); ++i)
         setTabOrder(controls[i - 1], controls[i]);
 }
@@ -117,8 +135,13 @@ bool PreferencesWindow::event(QEvent *event)
 
 bool PreferencesWindow::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_content && event->type() == QEvent::LayoutRequest)
+    const bool isPart = watched == m_content || watched == m_foot;
+    if (isPart && event->type() == QEvent::LayoutRequest)
         resizeToContent();
+    if (!isPart && event->type() == QEvent::Wheel) {
+        event->ignore(); // it goes to what the control lies on
+        return true;
+    }
     return QDialog::eventFilter(watched, event);
 }
 

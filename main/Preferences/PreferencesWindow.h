@@ -1,5 +1,5 @@
-// The settings window's frame: as large as what it holds, and no larger than its screen, where it
-// scrolls instead. Closing only hides it. Main thread only.
+// The settings window's frame: as large as what it holds, and no larger than its screen, where its
+// content scrolls instead, above a foot that stays. Closing only hides it. Main thread only.
 #pragma once
 
 #include <QDialog>
@@ -17,8 +17,8 @@ class PreferencesWindow : public QDialog
     Q_OBJECT
 
 public:
-    // Owns the content from now on.
-    explicit PreferencesWindow(QWidget *content);
+    // Owns both from now on.
+    PreferencesWindow(QWidget *content, QWidget *foot);
 
     // Puts a menu bar at its top.
     void setMenu(std::unique_ptr<QMenuBar> menu);
@@ -29,6 +29,10 @@ public:
 
     // In the middle of its screen, before all other windows, and no control of it with the keys.
     void bringToFront();
+
+    // Lets the wheel scroll the window where the pointer is on this control, instead of changing
+    // what it shows in passing.
+    void leaveWheelAlone(QWidget &control) { control.installEventFilter(this); }
 
     // Lets Tab reach the controls in the order in which they are read.
     void orderTabs();
@@ -43,8 +47,10 @@ protected:
 
 private:
     void resizeToContent();
+    void showFocused(const QWidget *old, QWidget *focused);
 
     QWidget *m_content;
+    QWidget *m_foot;
     QScrollArea *m_scroller;
     QMenuBar *m_menu = nullptr;
 };

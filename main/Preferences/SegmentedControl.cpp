@@ -76,7 +76,7 @@ protected:
         painter.drawText(rect(), Qt::AlignCenter, this->text());
         if (!hasFocus())
             return;
-        painter.setPen(QPen(palette().color(isChecked() ? text : QPalette::Highlight), kRing));
+        painter.setPen(QPen(isChecked() ? palette().color(text) : focusColour(palette()), kRing));
         painter.drawRoundedRect(
             QRectF(rect()).adjusted(kRingInset, kRingInset, -kRingInset, -kRingInset),
             kCornerRadius - kRingInset, kCornerRadius - kRingInset);

@@ -78,6 +78,7 @@ App::~App()
 void App::applicationDidFinishLaunching(const CommandLine &commandLine)
 {
     Preferences::shared().setWallControls(this);
+    connect(&m_darkPreference, &DarkPreference::changed, this, &App::chooseAppearance);
     chooseAppearance();
     Settings::migrate();
     refreshInstalledSaver();
@@ -102,6 +103,10 @@ void App::chooseAppearance()
     const QString text = Settings::d().string(QStringLiteral("appearance")).value_or(QString());
     if (const std::optional<Appearance> appearance = appearanceFromText(text))
         setAppearance(*appearance);
+    else if (m_darkPreference.isDark())
+        setAppearance(Appearance::dark);
+    else
+        resetAppearance();
 }
 
 void App::buildMenus()

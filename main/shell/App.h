@@ -4,6 +4,7 @@
 
 #include "Preferences/WallControls.h"
 #include "Wall/WallView.h"
+#include "platform/session/DarkPreference.h"
 #include "platform/session/IdleClock.h"
 #include "platform/session/PowerAssertion.h"
 #include "platform/session/Presentation.h"
@@ -112,7 +113,7 @@ private:
     };
     [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
 
-    static void chooseAppearance();
+    void chooseAppearance();
     void buildMenus();
     [[nodiscard]] StatusFacts statusFacts() const;
     void startFromMenu();
@@ -150,6 +151,7 @@ private:
     const RendererKind m_renderer;
     const std::function<std::unique_ptr<PowerAssertion>(const QString &)> m_keepAwake;
     const std::function<void()> m_sleepDisplays;
+    DarkPreference m_darkPreference;
     WorkQueue m_workQueue;
     QTimer m_tick;
     QThreadPool m_background; // for what waits for the network

@@ -1,10 +1,14 @@
 #include "shell/Appearance.h"
 
+#include "Preferences/Colours.h"
+
 #include <QApplication>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyleFactory>
 #include <QStyleOption>
+
+#include <utility>
 
 namespace corvella {
 
@@ -44,7 +48,7 @@ QPalette darkPalette()
 }
 
 // The plain style outlines its controls in a shade that is darker than the ground. In the dark
-// nobody sees that: here they have a light outline.
+// nobody sees that, nor which of them has the keys: here they have a light outline.
 class DarkFusion final : public QProxyStyle
 {
 public:
@@ -78,10 +82,10 @@ private:
 
     static void outline(const QStyleOption &option, QPainter &painter, double corner)
     {
-        if (option.state & State_HasFocus)
-            return; // the style's own is bright
         QColor light = option.palette.color(QPalette::WindowText);
         light.setAlphaF(option.state & State_Enabled ? 0.38F : 0.15F);
+        if (option.state & State_HasFocus)
+            light = focusColour(option.palette);
         painter.save();
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setBrush(Qt::NoBrush);
@@ -90,6 +94,13 @@ private:
         painter.restore();
     }
 };
+
+// The desktop's, while there is one of ours in its place; else empty.
+QString &replacedStyle()
+{
+    static QString name;
+    return name;
+}
 
 } // namespace
 
@@ -115,10 +126,20 @@ void setAppearance(Appearance appearance)
 {
     if (appearanceOf(QApplication::palette()) == appearance)
         return;
+    if (replacedStyle().isEmpty())
+        replacedStyle() = QApplication::style()->objectName();
     const bool isDark = appearance == Appearance::dark;
     QApplication::setStyle(isDark ? new DarkFusion
                                   : QStyleFactory::create(QStringLiteral("Fusion")));
     QApplication::setPalette(isDark ? darkPalette() : QApplication::style()->standardPalette());
+}
+
+void resetAppearance()
+{
+    if (replacedStyle().isEmpty())
+        return;
+    QApplication::setStyle(std::exchange(replacedStyle(), {}));
+    QApplication::setPalette(QPalette()); // says nothing: all of it is the desktop's
 }
 
 } // namespace corvella

@@ -21,4 +21,7 @@ enum class Appearance { light, dark };
 // may not draw by the palette that it is given.
 void setAppearance(Appearance appearance);
 
+// They look as the desktop has it again.
+void resetAppearance();
+
 } // namespace corvella

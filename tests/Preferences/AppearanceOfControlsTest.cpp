@@ -102,6 +102,16 @@ TEST(ColoursTest, TheSelectionIsReadableWhateverThePaletteChose)
     EXPECT_EQ(selectionColour(light()), QColor(Qt::blue)) << "readable as it is";
 }
 
+TEST(ColoursTest, WhatHasTheKeysIsSeenWhateverThePaletteChose)
+{
+    for (const QColor &button : {QColor(Qt::white), QColor(0x48, 0x48, 0x48), QColor(Qt::black)}) {
+        QPalette palette;
+        palette.setColor(QPalette::Button, button);
+        palette.setColor(QPalette::Highlight, QColor(0x2a, 0x7a, 0xb8));
+        EXPECT_GE(contrast(focusColour(palette), button), 3) << button.name().toStdString();
+    }
+}
+
 TEST(GroundViewTest, HasTheWindowsColourOfTheMoment)
 {
     GroundView ground;
@@ -165,6 +175,23 @@ TEST(NoteTest, TakesTheRoomItsTextNeeds)
     EXPECT_GE(note.sizeHint().height(), 3 * line.height());
     note.setText(QString());
     EXPECT_EQ(note.sizeHint().height(), line.height()) << "or the window jumps when it is filled";
+}
+
+TEST(NoteTest, ALargeFontMakesUseOfACardThatHasGrown)
+{
+    QFont font;
+    font.setPixelSize(26); // twice the usual
+    Note note(Tone::secondary, 300);
+    note.setFont(font);
+    note.setText(u"a text that is long enough for several lines, "_s.repeated(4));
+    EXPECT_LE(note.sizeHint().width(), 300) << "by itself it makes no card grow";
+    const int narrow = note.heightForWidth(300);
+    EXPECT_EQ(narrow, note.sizeHint().height());
+    EXPECT_LT(note.heightForWidth(600), narrow);
+    EXPECT_EQ(note.heightForWidth(900), note.heightForWidth(600)) << "longer lines read badly";
+    font.setPixelSize(13);
+    note.setFont(font);
+    EXPECT_EQ(note.heightForWidth(900), note.heightForWidth(300));
 }
 
 TEST(NoteTest, KeysThatArePressedTogetherStayTogether)

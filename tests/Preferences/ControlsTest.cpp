@@ -2,6 +2,9 @@
 #include "Preferences/PreferencesFixture.h"
 
 #include "Preferences/Stepper.h"
+#include "support/Replacements.h"
+
+#include <QWheelEvent>
 
 namespace corvella {
 namespace {
@@ -88,6 +91,19 @@ TEST_F(ControlsTest, BoxesWriteTheirSettings)
     control("shuffleBox").setFocus();
     QTest::keyClick(&control("shuffleBox"), Qt::Key_Space);
     EXPECT_FALSE(Settings::shuffle());
+}
+
+TEST_F(ControlsTest, TheDiskIsWaitedForOnceForEachThingThatTheUserDoes)
+{
+    open();
+    test::Replacements replacements(Settings::d().filePath());
+    click("shuffleBox"); // the first of all saves everything
+    EXPECT_TRUE(Settings::configured());
+    EXPECT_EQ(replacements.count(), 1);
+    click("onlineRadio");
+    EXPECT_EQ(replacements.count(), 2);
+    type("idleField", u"9"_s);
+    EXPECT_EQ(replacements.count(), 3);
 }
 
 TEST_F(ControlsTest, OpeningAtLoginIsRegisteredAtOnce)
@@ -239,6 +255,20 @@ TEST_F(ControlsTest, SteppersCountInTheirFields)
     EXPECT_EQ(text("loopsField"), u"2"_s);
 }
 
+TEST_F(ControlsTest, TheWheelChangesNothingInPassing)
+{
+    open();
+    for (const char *name : {"transitionPopup", "refreshPopup", "idleStepper", "loopsStepper"}) {
+        QWidget &passed = control(name);
+        const QPointF middle = QRectF(passed.rect()).center();
+        QWheelEvent turn(middle, passed.mapToGlobal(middle), {}, {0, 120}, Qt::NoButton,
+                         Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&passed, &turn);
+    }
+    EXPECT_FALSE(Settings::configured());
+    EXPECT_EQ(text("idleField"), u"5"_s);
+}
+
 TEST_F(ControlsTest, SteppersStopWhereTypingDoesNot)
 {
     Settings::setIdleMinutes(119);
@@ -313,6 +343,15 @@ TEST_F(ControlsTest, OpensWithTheKeysOnNoControl)
     ASSERT_TRUE(window().focusWidget());
     EXPECT_EQ(window().focusWidget()->objectName(), QString());
     EXPECT_FALSE(qobject_cast<QAbstractButton *>(window().focusWidget()));
+}
+
+TEST_F(ControlsTest, ComesBackWhenItIsMinimized)
+{
+    open();
+    window().showMinimized();
+    EXPECT_TRUE(window().isMinimized());
+    open();
+    EXPECT_FALSE(window().isMinimized());
 }
 
 TEST_F(ControlsTest, ClosingHidesTheWindowAndKeepsIt)

@@ -6,6 +6,7 @@
 #include "Preferences/Note.h"
 
 #include <QAccessible>
+#include <QScrollArea>
 #include <QScrollBar>
 
 namespace corvella {
@@ -75,7 +76,9 @@ protected:
                     || qobject_cast<const QLineEdit *>(widget) || widget->layout());
             if (!counts)
                 continue;
-            const QSize needed = widget->sizeHint();
+            QSize needed = widget->sizeHint();
+            if (widget->hasHeightForWidth())
+                needed.setHeight(widget->heightForWidth(widget->width()));
             const bool isWhole = widget->width() >= needed.width()
                 && widget->height() >= needed.height()
                 && widget->parentWidget()->rect().contains(widget->geometry());
@@ -139,7 +142,7 @@ TEST_F(LayoutTest, WidthsAreAsWritten)
     EXPECT_EQ(popup(1).width(), 168);
     EXPECT_EQ(popup(1).x(), popup(0).x());
     EXPECT_EQ(popup(1).y(), popup(0).geometry().bottom() + 1 + 6);
-    EXPECT_LE(control("modeHelp").width(), 700);
+    EXPECT_LE(control("modeHelp").sizeHint().width(), 700);
     // A long number makes room for itself.
     type("idleField", u"1234567"_s);
     QCoreApplication::sendPostedEvents();
@@ -208,6 +211,8 @@ TEST_P(EveryFont, NothingIsCut)
         Settings::setMode(mode);
         openInFont(font);
         EXPECT_THAT(cut(), IsEmpty()) << rawValue(mode).toStdString();
+        for (const QScrollBar *bar : window().findChildren<QScrollBar *>())
+            EXPECT_FALSE(bar->isVisible()) << "there is room for all of it";
     }
 }
 
@@ -228,6 +233,28 @@ TEST_F(LayoutTest, ALongPairOfProductsEndsInAnEllipsisAndLeavesTheWindowAsItIs)
     EXPECT_EQ(window().size(), before);
 }
 
+TEST_F(LayoutTest, ALongNameOfAScreenEndsInAnEllipsisAndLeavesTheWindowAsItIs)
+{
+    test::setOffscreenScreens(
+        {{u"A display whose name nobody would want to read to its end"_s, {0, 0, 1280, 1000}}});
+    Settings::setProducts({u"composite_uv"_s}); // the longest of the titles beside it
+    openInFont(m_font);
+    EXPECT_EQ(window().width(), 24 + 400 + 28 + 340 + 24);
+    EXPECT_THAT(cut(), IsEmpty());
+    const QLabel *const name = grid().findChild<QLabel *>();
+    EXPECT_LT(name->width(), QFontMetrics(m_font).horizontalAdvance(name->text()));
+}
+
+TEST_F(LayoutTest, SomeNotesAreInSmallerLetters)
+{
+    openInFont(m_font);
+    for (const char *name : {"lockNote", "presetNote", "armNote", "versionLabel"})
+        EXPECT_EQ(QFontInfo(control(name).font()).pixelSize(), 11) << name;
+    for (const char *name :
+         {"modeHelp", "screensHint", "desktopNote", "cacheStatus", "installNote"})
+        EXPECT_EQ(control(name).font(), m_font) << name;
+}
+
 TEST_F(LayoutTest, AScreenTooSmallForTheWindowScrollsIt)
 {
     test::setOffscreenScreens({{u"Small"_s, {0, 0, 640, 480}}});
@@ -235,6 +262,44 @@ TEST_F(LayoutTest, AScreenTooSmallForTheWindowScrollsIt)
     EXPECT_LE(window().width(), 640);
     EXPECT_LE(window().height(), 480);
     EXPECT_THAT(cut(), IsEmpty());
+    EXPECT_EQ(window().findChild<QScrollArea *>()->verticalScrollBar()->value(), 0);
+    EXPECT_TRUE(window().rect().contains(inWindow("startButton"))) << "its foot stays";
+    EXPECT_TRUE(window().rect().contains(inWindow("quitButton").topLeft()));
+}
+
+TEST_F(LayoutTest, ALargeFontOnASmallScreenCutsNothingEither)
+{
+    test::setOffscreenScreens({{u"Small"_s, {0, 0, 900, 700}}});
+    QFont font = m_font;
+    font.setPointSizeF(font.pointSizeF() * 1.5);
+    openInFont(font);
+    EXPECT_EQ(window().width(), 900 - 16); // less a frame's: it does not fit
+    EXPECT_THAT(cut(), IsEmpty());
+}
+
+TEST_F(LayoutTest, TheControlThatHasTheKeysIsInSight)
+{
+    test::setOffscreenScreens({{u"Small"_s, {0, 0, 1000, 480}}});
+    openInFont(m_font);
+    const QWidget &first = *modeControl().segment(1);
+    control("primeButton").setFocus();
+    const QRect seen = inWindow(*window().findChild<QScrollArea *>()->viewport());
+    EXPECT_TRUE(seen.contains(inWindow("primeButton")));
+    EXPECT_FALSE(seen.contains(inWindow(first)));
+    control("startButton").setFocus();
+    QTest::keyClick(&control("startButton"), Qt::Key_Tab); // round to the first
+    EXPECT_EQ(window().focusWidget(), &first);
+    EXPECT_TRUE(seen.contains(inWindow(first)));
+}
+
+TEST_F(LayoutTest, StandsInTheMiddleEachTimeItIsAskedFor)
+{
+    openInFont(m_font);
+    window().move(3, 4);
+    open();
+    const QPoint middle = window().frameGeometry().center();
+    EXPECT_NEAR(middle.x(), 640, 2);
+    EXPECT_NEAR(middle.y(), 500, 2);
 }
 
 TEST_F(LayoutTest, TheWindowIsTitledClosableAndMinimisableAndKeepsItsSize)

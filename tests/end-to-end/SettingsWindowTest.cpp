@@ -5,10 +5,12 @@
 #include "support/ProgramUnderTest.h"
 #include "support/QtPrinting.h"
 #include "support/ScreenReader.h"
+#include "support/StandInService.h"
 #include "support/TestAuthority.h"
 #include "support/TestImageryHost.h"
 #include "support/VirtualDisplay.h"
 
+#include <QDBusVariant>
 #include <QFile>
 #include <QImage>
 #include <QJsonDocument>
@@ -46,6 +48,13 @@ protected:
 
     // The window's ground at a corner of it, in the middle of the display.
     [[nodiscard]] QColor ground() { return m_display.client().picture().pixelColor(600, 400); }
+
+    // A display without a window is darker still: black.
+    [[nodiscard]] bool isDark()
+    {
+        const int lightness = ground().lightness();
+        return lightness > 20 && lightness < 80;
+    }
 
     test::VirtualDisplay m_display{QSize(1200, 800)};
     test::ProgramUnderTest m_program;
@@ -168,8 +177,25 @@ TEST_F(SettingsWindow, IsAsDarkAsTheUserWants)
     EXPECT_TRUE(becomes([this] { return ground().lightness() > 200; }));
     m_program.configure({{u"appearance"_s, u"dark"_s}});
     m_program.start();
-    EXPECT_TRUE(becomes(
-        [this] { return ground().lightness() < 80 && !m_display.client().windows().isEmpty(); }));
+    EXPECT_TRUE(becomes([this] { return isDark(); }));
+}
+
+TEST_F(SettingsWindow, IsDarkWhereTheDesktopsPortalSaysSo)
+{
+    const auto scheme = [](uint number) {
+        return QVariant::fromValue(QDBusVariant(QVariant::fromValue(number)));
+    };
+    const test::PrivateBus bus;
+    test::StandInService portal(bus, u"org.freedesktop.portal.Desktop"_s);
+    portal.setAnswer(u"Read"_s, QVariantList{QVariant::fromValue(QDBusVariant(scheme(1)))});
+    m_program.setSessionBus(bus);
+    m_program.start();
+    EXPECT_TRUE(becomes([this] { return isDark(); }));
+    // What the user wants of this program alone comes first.
+    m_program.configure({{u"appearance"_s, u"dark"_s}});
+    portal.setAnswer(u"Read"_s, QVariantList{QVariant::fromValue(QDBusVariant(scheme(2)))});
+    m_program.start();
+    EXPECT_TRUE(becomes([this] { return isDark(); }));
 }
 
 TEST_F(SettingsWindow, EndingInTheMiddleOfADownloadTakesNoTime)

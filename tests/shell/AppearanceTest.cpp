@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <QProxyStyle>
 #include <QStyle>
 #include <QStyleOption>
 
@@ -20,7 +21,7 @@ protected:
     void TearDown() override
     {
         AppFixture::TearDown();
-        setAppearance(Appearance::light);
+        resetAppearance();
     }
 
     static Appearance seen() { return appearanceOf(QApplication::palette()); }
@@ -54,20 +55,41 @@ TEST_F(AppearanceTest, ADesktopThatLooksSoAlreadyIsLeftAlone)
     EXPECT_EQ(QApplication::palette(), palette);
 }
 
-TEST_F(AppearanceTest, ControlsHaveOutlinesThatAreSeenInTheDark)
+TEST_F(AppearanceTest, LooksAsTheDesktopHasItAgain)
 {
+    const QString style = QApplication::style()->objectName();
+    const QPalette palette = QApplication::palette();
     setAppearance(Appearance::dark);
-    // Of an empty check box the outline is all there is.
+    setAppearance(Appearance::light);
+    setAppearance(Appearance::dark);
+    resetAppearance();
+    EXPECT_EQ(QApplication::style()->objectName(), style);
+    EXPECT_FALSE(qobject_cast<QProxyStyle *>(QApplication::style()));
+    EXPECT_EQ(QApplication::palette(), palette);
+}
+
+// Of an empty check box the outline is all there is.
+QColor outlineOfCheckBox(QStyle::State more)
+{
     QStyleOptionButton box;
     box.rect = QRect(0, 0, 13, 13);
     box.palette = QApplication::palette();
-    box.state = QStyle::State_Enabled | QStyle::State_Off;
+    box.state = QStyle::State_Enabled | QStyle::State_Off | more;
     QImage image(13, 13, QImage::Format_RGB32);
     image.fill(box.palette.color(QPalette::Base));
     QPainter painter(&image);
     QApplication::style()->drawPrimitive(QStyle::PE_IndicatorCheckBox, &box, &painter);
-    EXPECT_GT(image.pixelColor(0, 6).lightness(),
-              box.palette.color(QPalette::Base).lightness() + 50);
+    return image.pixelColor(0, 6);
+}
+
+TEST_F(AppearanceTest, ControlsHaveOutlinesThatAreSeenInTheDark)
+{
+    setAppearance(Appearance::dark);
+    const QColor plain = outlineOfCheckBox({});
+    EXPECT_GT(plain.lightness(), QApplication::palette().color(QPalette::Base).lightness() + 50);
+    const QColor focused = outlineOfCheckBox(QStyle::State_HasFocus);
+    EXPECT_GE(focused.lightness(), plain.lightness()) << "which has the keys is seen, too";
+    EXPECT_GT(focused.saturation(), plain.saturation() + 50) << "in colour";
 }
 
 // Its first line cannot be chosen, and says what the program is doing.

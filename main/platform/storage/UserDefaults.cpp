@@ -50,7 +50,7 @@ bool notSaved(const QString &path, const QString &reason)
     return false;
 }
 
-bool save(const QString &path, const QJsonObject &settings)
+bool write(const QString &path, const QJsonObject &settings)
 {
     const QByteArray bytes = serializeDefaults(settings);
     // A file that the next reader would refuse must not be written in the first place.
@@ -58,6 +58,25 @@ bool save(const QString &path, const QJsonObject &settings)
         return notSaved(path, qt_error_string(EFBIG));
     const FileResult result = DurableFile::write(path, bytes);
     return result.isOk() || notSaved(path, result.reason);
+}
+
+// Only one store at a time: whoever changes two in one breath pays for two.
+struct Gathering
+{
+    const UserDefaults *store = nullptr;
+    QHash<QString, QJsonValue> changes;
+};
+thread_local Gathering gathering;
+
+QJsonObject changed(QJsonObject settings, const QHash<QString, QJsonValue> &changes)
+{
+    for (auto change = changes.cbegin(); change != changes.cend(); ++change) {
+        if (change.value().isUndefined())
+            settings.remove(change.key());
+        else
+            settings.insert(change.key(), change.value());
+    }
+    return settings;
 }
 
 QJsonObject withoutNulls(QJsonObject settings)
@@ -219,9 +238,33 @@ bool UserDefaults::remove(const QString &key)
     return change(key, QJsonValue(QJsonValue::Undefined));
 }
 
-// Sets one key, or removes it when the value is undefined; all else stays as the file has it by
-// now.
+bool UserDefaults::saveTogether(const std::function<void()> &changes)
+{
+    if (gathering.store) {
+        changes();
+        return true;
+    }
+    gathering.store = this;
+    changes();
+    return save(std::exchange(gathering, {}).changes);
+}
+
+UserDefaults::Changes *UserDefaults::gathered() const
+{
+    return gathering.store == this ? &gathering.changes : nullptr;
+}
+
 bool UserDefaults::change(const QString &key, const QJsonValue &value)
+{
+    Changes *const together = gathered();
+    if (!together)
+        return save({{key, value}});
+    together->insert(key, value);
+    return true;
+}
+
+// All else stays as the file has it by now.
+bool UserDefaults::save(const Changes &changes)
 {
     const QString path = filePath();
     const FileResult folder = StandardFolders::make(QFileInfo(path).path());
@@ -234,14 +277,8 @@ bool UserDefaults::change(const QString &key, const QJsonValue &value)
     const DefaultsContent before = readOrSetAside(path);
     if (before.state == DefaultsState::unreadable || before.state == DefaultsState::damaged)
         return notSaved(path, before.reason);
-    if (before.settings.value(key) == value)
-        return true;
-    QJsonObject settings = before.settings;
-    if (value.isUndefined())
-        settings.remove(key);
-    else
-        settings.insert(key, value);
-    return save(path, settings);
+    const QJsonObject after = changed(before.settings, changes);
+    return after == before.settings || write(path, after);
 }
 
 QJsonObject UserDefaults::userSettings() const
@@ -253,7 +290,8 @@ QJsonObject UserDefaults::userSettings() const
         content = lock ? readOrSetAside(path) : content;
     }
     complainOnce(path, content);
-    return content.settings;
+    const Changes *const together = gathered();
+    return together ? changed(content.settings, *together) : content.settings;
 }
 
 QJsonObject UserDefaults::machineSettings(const QString &folder) const

@@ -15,6 +15,7 @@
 #include "platform/storage/DefaultsFile.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QJsonValue>
 #include <QStringList>
 
@@ -66,7 +67,14 @@ public:
     // Removes the user's value; the machine's, if there is one, then shows again.
     bool remove(const QString &key);
 
+    // Runs `changes`; what they set and remove on this thread is saved after them in one piece, for
+    // the price of one change. Until then this thread alone sees it. True when it is on disk;
+    // within another one, which then saves it, always.
+    bool saveTogether(const std::function<void()> &changes);
+
 private:
+    using Changes = QHash<QString, QJsonValue>; // undefined: the key goes
+
     // A file that is of no use as it stands.
     struct Complaint
     {
@@ -77,7 +85,10 @@ private:
 
     static void briefPause();
 
+    // What this thread has changed and not saved yet; null while it saves each change by itself.
+    [[nodiscard]] Changes *gathered() const;
     bool change(const QString &key, const QJsonValue &value);
+    bool save(const Changes &changes);
     [[nodiscard]] QString fileName() const;
     [[nodiscard]] QJsonObject userSettings() const;
     [[nodiscard]] QJsonObject machineSettings(const QString &folder) const;

@@ -1,6 +1,7 @@
 #include "platform/storage/UserDefaults.h"
 #include "support/CapturedLog.h"
 #include "support/FileSizeLimit.h"
+#include "support/Replacements.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>
@@ -10,6 +11,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <thread>
 
 namespace corvella {
 namespace {
@@ -174,6 +177,37 @@ TEST_F(UserDefaultsTest, RemovesAKey)
     EXPECT_TRUE(m_defaults.remove(key()));
     EXPECT_FALSE(m_defaults.contains(key()));
     EXPECT_EQ(m_defaults.integer(QStringLiteral("other")), 6);
+}
+
+TEST_F(UserDefaultsTest, SavesTogetherWhatIsChangedTogether)
+{
+    store(R"({"gone": 1, "other": 2})");
+    test::Replacements replacements(m_path);
+    EXPECT_TRUE(m_defaults.saveTogether([this] {
+        EXPECT_TRUE(m_defaults.setBoolean(key(), false));
+        EXPECT_TRUE(m_defaults.setBoolean(key(), true));
+        EXPECT_TRUE(m_defaults.remove(QStringLiteral("gone")));
+        // Within it they count already, for whoever asks on this thread.
+        EXPECT_EQ(m_defaults.boolean(key()), true);
+        EXPECT_FALSE(m_defaults.contains(QStringLiteral("gone")));
+        EXPECT_EQ(m_defaults.values().size(), 2);
+        std::thread([this] {
+            EXPECT_FALSE(m_defaults.contains(key()));
+            EXPECT_TRUE(m_defaults.setInteger(QStringLiteral("theirs"), 3));
+        }).join();
+        EXPECT_TRUE(m_defaults.saveTogether(
+            [this] { EXPECT_TRUE(m_defaults.setInteger(QStringLiteral("inner"), 4)); }));
+    }));
+    EXPECT_EQ(m_defaults.values(),
+              (QJsonObject{{key(), true},
+                           {QStringLiteral("inner"), 4},
+                           {QStringLiteral("other"), 2},
+                           {QStringLiteral("theirs"), 3}}));
+    EXPECT_EQ(replacements.count(), 2) << "the other thread's, and ours";
+    EXPECT_TRUE(m_defaults.setInteger(key(), 5)) << "by itself again";
+    EXPECT_EQ(replacements.count(), 3);
+    EXPECT_TRUE(m_defaults.saveTogether([] {}));
+    EXPECT_EQ(replacements.count(), 3) << "nothing to save";
 }
 
 TEST_F(UserDefaultsTest, SeesAnEditByHandAtOnce)
