@@ -1,5 +1,6 @@
 // LXQt's desktop: its real file manager, on a real display.
 #include "platform/pictures/PicturesFixture.h"
+#include "platform/pictures/RootPixmap.h"
 #include "support/VirtualDisplay.h"
 
 #include <QDBusConnectionInterface>
@@ -111,6 +112,18 @@ TEST_F(Lxqt, TakesAPlainFile)
     const QString file = picture(u"b"_s, kBlue);
     putBack(*m_pictures, {QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)});
     EXPECT_TRUE(shows(250, 100, kBlue));
+}
+
+TEST_F(Lxqt, LiesOverTheRootWindow)
+{
+    m_display.startWindowManager();
+    const quint32 clock = m_display.client().openWindow(QRect(10, 10, 60, 30));
+    output(u"xprop"_s,
+           {u"-id"_s, QString::number(clock), u"-f"_s, u"_NET_WM_WINDOW_TYPE"_s, u"32a"_s,
+            u"-set"_s, u"_NET_WM_WINDOW_TYPE"_s, u"_NET_WM_WINDOW_TYPE_DESKTOP"_s});
+    EXPECT_TRUE(x11::isRootVisible()) << "a small thing on the desktop hides nothing";
+    start();
+    EXPECT_TRUE(becomes([] { return !x11::isRootVisible(); }));
 }
 
 TEST_F(Lxqt, SaysThatTheFileManagerIsNotThere)
