@@ -1,6 +1,7 @@
 // The root window of a real X server, read back pixel by pixel by another client.
 #include "platform/pictures/PicturesFixture.h"
-#include "platform/session/XcbConnection.h"
+#include "platform/pictures/RootPixmap.h"
+#include "platform/pictures/WindowProperty.h"
 #include "support/VirtualDisplay.h"
 
 #include <QPainter>
@@ -153,6 +154,26 @@ TEST_F(RootWindow, FreesThePictureBefore)
     const xcb_pixmap_t second = set(kBlue);
     EXPECT_TRUE(isThere(second));
     EXPECT_FALSE(isThere(first));
+}
+
+TEST_F(RootWindow, IsHiddenByADesktopAndNotByASmallThingOnIt)
+{
+    // As window managers and desktops say it.
+    const x11::Connection server = x11::connectToServer();
+    const auto say = [&server](xcb_window_t window, const char *property, xcb_atom_t type,
+                               uint32_t value) {
+        xcb_change_property(server.get(), XCB_PROP_MODE_REPLACE, window,
+                            x11::atomOf(server.get(), property), type, 32, 1, &value);
+        xcb_flush(server.get());
+    };
+    const xcb_window_t root = x11::rootWindow(server.get());
+    const xcb_window_t window = m_display.client().openWindow(QRect(10, 10, 60, 30));
+    say(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM,
+        x11::atomOf(server.get(), "_NET_WM_WINDOW_TYPE_DESKTOP"));
+    say(root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, window);
+    EXPECT_TRUE(x11::isRootVisible());
+    m_display.client().resizeWindow(window, kSize);
+    EXPECT_TRUE(test::becomes([] { return !x11::isRootVisible(); }));
 }
 
 TEST_F(RootWindow, AFileThatIsNoPictureLeavesItsScreenAlone)
