@@ -18,7 +18,7 @@ test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-
     desktop-file-utils appstream groff-base util-linux procps"
 
 # Whole desktops, for tests that ./test --all runs besides.
-desktop_packages="xfdesktop4"
+desktop_packages="xfdesktop4 mate-settings-daemon"
 
 say() { printf '== %s\n' "$*"; }
 

@@ -11,8 +11,6 @@
 #include <QFile>
 #include <QSemaphore>
 
-#include <limits>
-
 namespace corvella {
 
 namespace {
@@ -80,13 +78,6 @@ void removeAllBut(const QStringList &names)
     }
 }
 
-void stepOn()
-{
-    const qint64 counter = Settings::desktopCounter();
-    constexpr qint64 kLast = std::numeric_limits<qint64>::max();
-    Settings::setDesktopCounter(counter == kLast ? 0 : counter + 1);
-}
-
 void update(DesktopPictures &pictures, const ScreenList &screens)
 {
     if (!Settings::desktopActive())
@@ -112,7 +103,7 @@ void update(DesktopPictures &pictures, const ScreenList &screens)
         if (files[i])
             logOutcome(screens[i], *chosen[i], outcomes[i]);
     }
-    stepOn();
+    Settings::setDesktopCounter(Settings::desktopCounter() + 1);
     removeAllBut(keep);
 }
 

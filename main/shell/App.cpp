@@ -87,6 +87,8 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
     qGuiApp->installEventFilter(this);
     m_tick.start(kTick);
+    if (!Settings::desktopActive())
+        Desktop::restore(); // the program may have ended before they were back
     if (Settings::offline())
         Desktop::apply();
     else

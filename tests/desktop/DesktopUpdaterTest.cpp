@@ -201,6 +201,39 @@ TEST_F(DesktopUpdaterTest, ShowsACopyAndSaysWhich)
                            u"desktop: Screen0 -> 171 (2025-03-02T00:00:00Z)"_s}));
 }
 
+TEST_F(DesktopUpdaterTest, ACopyThatIsThereIsNotMadeAgain)
+{
+    cache({u"171"_s});
+    const QString copy = Desktop::dir() + u"/171-2025-03-01T12-00-00Z.png"_s;
+    m_home.write(copy, "is there");
+    apply();
+    EXPECT_EQ(m_desktop.pictures.value(u"Screen0"_s), copy);
+    EXPECT_EQ(test::TemporaryHome::read(copy), "is there");
+}
+
+TEST_F(DesktopUpdaterTest, EveryOtherFileGoes)
+{
+    cache({u"171"_s});
+    const QDir folder(Desktop::dir());
+    m_home.write(folder.filePath(u"anything"_s), "");
+    m_home.write(folder.filePath(u".hidden"_s), "");
+    ASSERT_TRUE(QFile::link(u"nowhere"_s, folder.filePath(u"link"_s)));
+    apply();
+    EXPECT_EQ(folder.entryList(QDir::Files | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+              QStringList{u"171-2025-03-01T12-00-00Z.png"_s});
+}
+
+TEST_F(DesktopUpdaterTest, SaysWhereAnEntryHasNoTime)
+{
+    m_home.write(m_home.cache(u"Corvella/171.mp4"_s), "clip");
+    m_home.write(m_home.cache(u"Corvella/171.png"_s), "still");
+    m_home.write(m_home.cache(u"Corvella/manifest.json"_s),
+                 R"([{"id": "171", "video": "171.mp4", "still": "171.png"}])");
+    apply();
+    EXPECT_EQ(messages().last(), u"desktop: Screen0 -> 171 (?)"_s);
+    EXPECT_EQ(files(), QStringList{u"171-.png"_s});
+}
+
 TEST_F(DesktopUpdaterTest, StepsOnAtEachUpdateAndNeighboursFollow)
 {
     setScreens(2);

@@ -99,6 +99,19 @@ TEST_F(DesktopPictures, StepOnAtTheNextLaunchAndRememberTheFirstStateThroughACra
     EXPECT_EQ(settings()[u"previousDesktop"], remembered);
 }
 
+TEST_F(DesktopPictures, GiveWayToTheUsersAtTheNextLaunchWhereTurningOffWasCutOff)
+{
+    m_program.start();
+    EXPECT_TRUE(updates(1));
+    m_program.process().signal(SIGKILL);
+    EXPECT_EQ(m_program.process().exitStatus(), std::nullopt);
+    m_program.configure({{u"mode"_s, u"saver"_s}});
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"desktop: restored"_s));
+    EXPECT_EQ(m_display.client().picture().pixelColor(400, 200), QColor(u"#336699"_s));
+    EXPECT_FALSE(settings().contains(u"previousDesktop"_s));
+}
+
 TEST_F(DesktopPictures, HaveTheirFilesInAFolderOfAnyName)
 {
     const QString data = m_program.home() + u"/it's \"100%\" $(touch harm) ünï日本"_s;

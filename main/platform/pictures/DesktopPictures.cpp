@@ -3,6 +3,7 @@
 #include "log.h"
 #include "platform/pictures/DesktopChoice.h"
 #include "platform/pictures/DesktopPicturesPortal.h"
+#include "platform/pictures/FittedPicture.h"
 #include "platform/pictures/PictureBackEnds.h"
 #include "platform/pictures/RememberedState.h"
 #include "platform/pictures/RootPixmap.h"
@@ -19,7 +20,6 @@
 #include <wlr-layer-shell-unstable-v1-client.h>
 #undef namespace
 
-#include <chrono>
 #include <map>
 
 namespace corvella {
@@ -29,7 +29,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kBetweenLooks = 500ms;
-constexpr auto kForADesktopToComeUp = 20s;
 
 constexpr PictureDesktop kWithStates[] = {
     PictureDesktop::plasma, PictureDesktop::cinnamon, PictureDesktop::mate, PictureDesktop::gnome,
@@ -43,12 +42,13 @@ struct Session
     bool hasLayers = wayland::offeredVersion(zwlr_layer_shell_v1_interface) > 0;
 };
 
-DesktopFacts lookAround(const Session &session)
+DesktopFacts lookAround(const Session &session, bool believesTheName)
 {
     DesktopFacts facts;
     facts.services = runningServices();
-    facts.calledDesktop =
-        qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+    if (believesTheName)
+        facts.calledDesktop =
+            qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
     const bool hasSwaybg =
         session.hasLayers && !QStandardPaths::findExecutable(QStringLiteral("swaybg")).isEmpty();
     facts.isSway = hasSwaybg && SwayConnection().isOpen();
@@ -107,8 +107,9 @@ QString sayingOf(PictureDesktop desktop, DesktopPictures::Reach reach)
 class SessionPictures final : public DesktopPictures
 {
 public:
-    explicit SessionPictures(const QString &folder)
+    SessionPictures(const QString &folder, std::chrono::milliseconds forADesktopToComeUp)
         : m_folder(folder)
+        , m_forADesktopToComeUp(forADesktopToComeUp)
     {
     }
 
@@ -125,14 +126,16 @@ public:
     QList<Failure> show(const QList<PictureScreen> &screens,
                         const QList<std::optional<QString>> &files) override
     {
-        // Most desktops would take a name without a file, and show nothing.
+        // Most desktops would take a name without a picture behind it, and show nothing.
         QList<std::optional<QString>> there = files;
         QList<Failure> failures(screens.size());
         for (qsizetype i = 0; i < files.size(); ++i) {
-            if (files[i] && !QFileInfo(*files[i]).isReadable()) {
+            if (files[i] && !QFileInfo(*files[i]).isReadable())
                 failures[i] = QStringLiteral("there is no file ") + *files[i];
+            else if (files[i])
+                (void)readPicture(*files[i], failures[i]);
+            if (failures[i])
                 there[i].reset();
-            }
         }
         if (there.count(std::nullopt) == there.size())
             return failures;
@@ -160,14 +163,18 @@ public:
 private:
     DesktopPictures &choose()
     {
-        DesktopFacts facts = lookAround(m_session);
-        for (auto waited = 0ms; isAwaited(facts) && waited < kForADesktopToComeUp && !isHurried();
-             waited += kBetweenLooks)
-            facts = lookAround(m_session);
+        DesktopFacts facts = lookAround(m_session, m_believesTheName);
+        for (auto waited = 0ms; isAwaited(facts) && !isHurried(); waited += kBetweenLooks) {
+            // Sessions are also called after a desktop whose pictures others show.
+            m_believesTheName = waited < m_forADesktopToComeUp;
+            facts = lookAround(m_session, m_believesTheName);
+        }
         const PictureDesktop chosen = chooseDesktop(facts);
         DesktopPictures &pictures = on(chosen);
         if (std::exchange(m_chosen, chosen) != chosen)
             log(sayingOf(chosen, pictures.reach()));
+        if (chosen != PictureDesktop::layers)
+            m_desktops.erase(PictureDesktop::layers); // they would cover the others'
         return pictures;
     }
 
@@ -191,6 +198,8 @@ private:
 
     const Session m_session;
     const QString m_folder;
+    const std::chrono::milliseconds m_forADesktopToComeUp;
+    bool m_believesTheName = true; // that the session has
     std::map<PictureDesktop, std::unique_ptr<DesktopPictures>> m_desktops;
     std::optional<PictureDesktop> m_chosen;
     QSemaphore m_isHurried;
@@ -198,9 +207,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<DesktopPictures> DesktopPictures::create(const QString &folder)
+std::unique_ptr<DesktopPictures>
+DesktopPictures::create(const QString &folder, std::chrono::milliseconds forADesktopToComeUp)
 {
-    return std::make_unique<SessionPictures>(folder);
+    return std::make_unique<SessionPictures>(folder, forADesktopToComeUp);
 }
 
 } // namespace corvella

@@ -10,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -42,8 +43,11 @@ public:
     DesktopPictures &operator=(const DesktopPictures &) = delete;
 
     // Those of the desktop that is running at the time of each call; never null. What has to be
-    // drawn or kept for a desktop lies in `folder`, which is made when it is needed.
-    [[nodiscard]] static std::unique_ptr<DesktopPictures> create(const QString &folder);
+    // drawn or kept for a desktop lies in `folder`, which is made when it is needed. The desktop
+    // that the session is called after is awaited once for so long; then others will do.
+    [[nodiscard]] static std::unique_ptr<DesktopPictures>
+    create(const QString &folder,
+           std::chrono::milliseconds forADesktopToComeUp = std::chrono::seconds(20));
 
     [[nodiscard]] virtual Reach reach() const = 0;
     // `known` are texts from earlier: what they tell of has been replaced since, and is not asked

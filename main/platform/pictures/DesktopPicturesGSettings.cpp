@@ -69,7 +69,7 @@ public:
         QJsonObject state;
         for (const QString &schema : schemas()) {
             QJsonObject values;
-            if (const Failure failure = read(schema, values))
+            if (const Failure failure = read(QStringLiteral("read"), schema, values))
                 return {{}, failure};
             state[schema] = values;
         }
@@ -116,9 +116,9 @@ private:
 
     static QString helper() { return modulePath(QStringLiteral("corvella-gsettings")); }
 
-    Failure read(const QString &schema, QJsonObject &values) const
+    Failure read(const QString &verb, const QString &schema, QJsonObject &values) const
     {
-        QStringList arguments{QStringLiteral("read"), schema};
+        QStringList arguments{verb, schema};
         for (const Key &key : m_desktop.keys) {
             if (key.schema == schema)
                 arguments << key.name;
@@ -163,7 +163,7 @@ private:
         Backdrop backdrop;
         const QString schema = m_desktop.keys.first().schema;
         QJsonObject values;
-        if (read(schema, values))
+        if (read(QStringLiteral("look"), schema, values))
             return backdrop;
         for (const Key &key : m_desktop.keys) {
             const QString text = unquoted(values[key.name].toString());
@@ -218,13 +218,15 @@ GSettingsDesktop cinnamonSettings()
 GSettingsDesktop mateSettings()
 {
     const QString schema = QStringLiteral("org.mate.background");
-    return {idOf(PictureDesktop::mate),
-            {{schema, QStringLiteral("picture-filename"), Key::Meaning::path, {}},
-             {schema, QStringLiteral("picture-options"), Key::Meaning::option, {}},
-             {schema, QStringLiteral("primary-color"), Key::Meaning::fixed,
-              QStringLiteral("'#000000'")},
-             {schema, QStringLiteral("color-shading-type"), Key::Meaning::fixed,
-              QStringLiteral("'solid'")}}};
+    return {
+        idOf(PictureDesktop::mate),
+        {{schema, QStringLiteral("picture-filename"), Key::Meaning::path, {}},
+         {schema, QStringLiteral("draw-background"), Key::Meaning::fixed, QStringLiteral("true")},
+         {schema, QStringLiteral("picture-options"), Key::Meaning::option, {}},
+         {schema, QStringLiteral("primary-color"), Key::Meaning::fixed,
+          QStringLiteral("'#000000'")},
+         {schema, QStringLiteral("color-shading-type"), Key::Meaning::fixed,
+          QStringLiteral("'solid'")}}};
 }
 
 std::unique_ptr<DesktopPictures> createDesktopPicturesGSettings(const GSettingsDesktop &desktop,

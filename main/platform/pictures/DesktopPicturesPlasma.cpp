@@ -40,18 +40,24 @@ print(JSON.stringify(found));
 // to take a key out again: what was not there becomes what it stands for.
 const QString kSet = QStringLiteral(R"(
 var all = desktops(), done = [], absent = {Image: "", FillMode: "2", Color: "0,0,0"};
-for (var i = 0; i < all.length; ++i) {
-    for (var w = 0; w < wanted.length; ++w) {
-        var desktop = all[i], want = wanted[w];
-        if (desktop.id != want.id)
-            continue;
-        desktop.wallpaperPlugin = want.plugin;
-        desktop.currentConfigGroup = ["Wallpaper", "org.kde.image", "General"];
-        for (var key in absent)
-            desktop.writeConfig(key, want[key] === null ? absent[key] : want[key]);
-        desktop.reloadConfig();
-        done.push(desktop.id);
+function withId(id) {
+    for (var i = 0; i < all.length; ++i) {
+        if (all[i].id == id)
+            return all[i];
     }
+    // It may belong to another activity.
+    return typeof desktopById == "function" ? desktopById(id) : undefined;
+}
+for (var w = 0; w < wanted.length; ++w) {
+    var want = wanted[w], desktop = withId(want.id);
+    if (!desktop)
+        continue;
+    desktop.wallpaperPlugin = want.plugin;
+    desktop.currentConfigGroup = ["Wallpaper", "org.kde.image", "General"];
+    for (var key in absent)
+        desktop.writeConfig(key, want[key] === null ? absent[key] : want[key]);
+    desktop.reloadConfig();
+    done.push(desktop.id);
 }
 print(JSON.stringify(done));
 )");

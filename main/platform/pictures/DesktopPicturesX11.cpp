@@ -113,12 +113,16 @@ private:
         x11::RootPixmap root;
         if (!root.isUsable())
             return;
+        if (state.contains(kColour)) {
+            root.setColour(QColor(state[kColour].toString()));
+            return;
+        }
+        // Once it is put back there is none; nobody may have had the time to forget that.
         Failure unreadable;
-        const QImage picture = readPicture(state[kPicture].toString(), unreadable);
-        if (!unreadable)
-            (void)root.setPicture(picture.copy(QRect(QPoint(0, 0), root.size())));
-        else
-            root.setColour(QColor(state[kColour].toString(QStringLiteral("#000000"))));
+        const QImage picture = readPicture(keptFile(), unreadable);
+        if (unreadable)
+            return;
+        (void)root.setPicture(picture.copy(QRect(QPoint(0, 0), root.size())));
         QFile::remove(keptFile());
     }
 

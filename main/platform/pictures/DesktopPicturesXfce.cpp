@@ -178,7 +178,8 @@ private:
     {
         const QString monitor = QStringLiteral("/backdrop/screen0/monitor") + screen.name + u'/';
         QStringList found;
-        for (int i = 0; i < workspaces(); ++i)
+        const int count = workspaces();
+        for (int i = 0; i < count; ++i)
             found << monitor + QStringLiteral("workspace%1/").arg(i);
         for (const QString &property : backdrops.keys()) {
             const QString backdrop = property.left(property.lastIndexOf(u'/') + 1);

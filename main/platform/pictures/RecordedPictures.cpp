@@ -1,4 +1,5 @@
 #include "platform/pictures/PictureBackEnds.h"
+#include "platform/pictures/RememberedState.h"
 
 #include <QMap>
 #include <QUrl>
@@ -12,11 +13,12 @@ class RecordedPictures final : public DesktopPictures
 public:
     Reach reach() const override { return Reach::nothing; }
 
-    Present present(const QList<PictureScreen> &screens, const QStringList & /*known*/) override
+    // Once something is known, what is kept here is ours.
+    Present present(const QList<PictureScreen> &screens, const QStringList &known) override
     {
-        Present present;
-        for (const PictureScreen &screen : screens)
-            present.texts << m_pictures.value(screen.name);
+        Present present{QStringList(screens.size()), {}};
+        for (qsizetype i = 0; i < screens.size() && known.isEmpty(); ++i)
+            present.texts[i] = m_pictures.value(screens[i].name);
         return present;
     }
 
@@ -33,8 +35,9 @@ public:
 
     void putBack(const QList<PictureScreen> &screens, const QStringList &texts) override
     {
+        m_pictures.clear(); // those are ours
         for (qsizetype i = 0; i < std::min(screens.size(), texts.size()); ++i) {
-            if (!texts[i].isEmpty())
+            if (fileOfUrl(texts[i]))
                 m_pictures[screens[i].name] = texts[i];
         }
     }

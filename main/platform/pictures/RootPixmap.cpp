@@ -32,6 +32,19 @@ QImage::Format formatOf(const xcb_setup_t *setup, uint8_t depth)
     return QImage::Format_Invalid;
 }
 
+// Empty for one that is not there.
+QSize sizeOf(xcb_connection_t *server, xcb_drawable_t drawable)
+{
+    const ReplyOf<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(server, xcb_get_geometry(server, drawable), nullptr));
+    return geometry ? QSize(geometry->width, geometry->height) : QSize();
+}
+
+qint64 areaOf(QSize size)
+{
+    return qint64(size.width()) * size.height();
+}
+
 } // namespace
 
 RootPixmap::RootPixmap()
@@ -47,9 +60,7 @@ RootPixmap::RootPixmap()
 QSize RootPixmap::size() const
 {
     // The setup tells only how large it was when the connection was made.
-    const ReplyOf<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(
-        m_connection.get(), xcb_get_geometry(m_connection.get(), m_screen->root), nullptr));
-    return root ? QSize(root->width, root->height) : QSize();
+    return sizeOf(m_connection.get(), m_screen->root);
 }
 
 xcb_pixmap_t RootPixmap::pixmapIn(const char *property) const
@@ -81,11 +92,8 @@ QImage RootPixmap::picture() const
     if (pixmap == XCB_PIXMAP_NONE)
         return {};
     // Whoever made it may have freed it and left its name.
-    const ReplyOf<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
-        m_connection.get(), xcb_get_geometry(m_connection.get(), pixmap), nullptr));
-    if (!geometry)
-        return {};
-    return contentOf(pixmap, QRect(0, 0, geometry->width, geometry->height));
+    const QSize size = sizeOf(m_connection.get(), pixmap);
+    return size.isEmpty() ? QImage() : contentOf(pixmap, QRect(QPoint(0, 0), size));
 }
 
 QColor RootPixmap::colour() const
@@ -183,10 +191,13 @@ bool isRootVisible()
     const xcb_atom_t desktop = atomOf(server.get(), "_NET_WM_WINDOW_TYPE_DESKTOP");
     const QList<uint32_t> windows =
         numbersOf(server.get(), root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW);
-    return std::none_of(windows.begin(), windows.end(), [&](xcb_window_t window) {
-        return numbersOf(server.get(), window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM)
-            .contains(desktop);
-    });
+    qint64 covered = 0;
+    for (const xcb_window_t window : windows) {
+        if (numbersOf(server.get(), window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM).contains(desktop))
+            covered += areaOf(sizeOf(server.get(), window));
+    }
+    // Small ones lie on a desktop, and are none: clocks and the like.
+    return covered < areaOf(sizeOf(server.get(), root)) / 2;
 }
 
 } // namespace corvella::x11

@@ -8,6 +8,9 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QPainter>
 
 #include <algorithm>
@@ -58,9 +61,30 @@ QRect targetOf(QSize picture, const QRect &place, Backdrop::Mode mode)
     return target;
 }
 
+// Which screen is where in a picture of ours, as it says itself: later on they may be elsewhere.
+const QString kScreens = QStringLiteral("corvella-screens");
+
+QString screensText(const QList<PictureScreen> &screens, const Canvas &canvas)
+{
+    QJsonObject places;
+    for (qsizetype i = 0; i < screens.size(); ++i) {
+        const QRect place = canvas.places[i];
+        places[screens[i].name] = QJsonArray{place.x(), place.y(), place.width(), place.height()};
+    }
+    return QString::fromUtf8(QJsonDocument(places).toJson(QJsonDocument::Compact));
+}
+
+// Empty when it was not there.
+QRect placeIn(const QImage &picture, const QString &screen)
+{
+    const QJsonDocument places = QJsonDocument::fromJson(picture.text(kScreens).toUtf8());
+    const QJsonArray place = places[screen].toArray();
+    return QRect(place[0].toInt(), place[1].toInt(), place[2].toInt(), place[3].toInt());
+}
+
 // As the desktop itself would draw it there, or nearly.
-void drawBackdrop(QPainter &painter, const QRect &place, const Canvas &canvas,
-                  const Backdrop &backdrop)
+void drawBackdrop(QPainter &painter, const QString &screen, const QRect &place,
+                  const Canvas &canvas, const Backdrop &backdrop)
 {
     painter.fillRect(place, backdrop.colour);
     if (backdrop.file.isEmpty())
@@ -69,6 +93,11 @@ void drawBackdrop(QPainter &painter, const QRect &place, const Canvas &canvas,
     const QImage picture = readPicture(backdrop.file, unreadable);
     if (unreadable)
         return;
+    if (!picture.text(kScreens).isEmpty()) {
+        if (const QRect part = placeIn(picture, screen); !part.isEmpty())
+            painter.drawImage(place, picture, part);
+        return;
+    }
     const QRect area =
         backdrop.mode == Backdrop::Mode::spanned ? QRect(QPoint(0, 0), canvas.size) : place;
     painter.save();
@@ -94,6 +123,7 @@ QList<Failure> SpannedPicture::compose(const QList<PictureScreen> &screens,
     if (image.isNull())
         return QList<Failure>(screens.size(), QStringLiteral("no memory for so large a picture"));
     image.fill(Qt::black);
+    image.setText(kScreens, screensText(screens, canvas));
     QList<Failure> failures(screens.size());
     {
         QPainter painter(&image);
@@ -101,7 +131,7 @@ QList<Failure> SpannedPicture::compose(const QList<PictureScreen> &screens,
             if (files[i])
                 failures[i] = drawFitted(painter, *files[i], canvas.places[i]);
             if (!files[i] || failures[i])
-                drawBackdrop(painter, canvas.places[i], canvas, backdrop);
+                drawBackdrop(painter, screens[i].name, canvas.places[i], canvas, backdrop);
         }
     }
     if (const Failure failure = write(image))

@@ -91,6 +91,8 @@ QList<Failure> SwayConnection::run(const QStringList &commands)
     QJsonArray outcomes;
     if (isOpen() && write(message(kRunCommand, text)))
         outcomes = QJsonDocument::fromJson(answer()).array();
+    if (outcomes.isEmpty())
+        m_socket = FileDescriptor(); // what came late would be taken for the next answer
     QList<Failure> failures;
     // After one that it does not understand it reads no further.
     for (qsizetype i = 0; i < commands.size(); ++i)

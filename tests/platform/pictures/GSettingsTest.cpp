@@ -17,14 +17,17 @@ using namespace Qt::StringLiterals;
 using test::kBlue;
 using test::kRed;
 
+const QString kSchemas = u"/usr/share/glib-2.0/schemas"_s;
+
 struct Settings
 {
     const char *name;
     GSettingsDesktop (*desktop)();
-    QString folder;          // of the store
-    QStringList pictureKeys; // that hold the picture's name
-    bool isPath;             // rather than a URL
-    QByteArray own;          // settings of a user who chose a lot
+    QString folder;              // of the store
+    QStringList pictureKeys;     // that hold the picture's name
+    bool isPath;                 // rather than a URL
+    QMap<QString, QString> held; // what else the picture needs to be seen
+    QByteArray own;              // settings of a user who chose a lot
 };
 
 std::ostream &operator<<(std::ostream &stream, const Settings &settings)
@@ -89,6 +92,8 @@ TEST_P(GSettings, ShowsEachPictureWholeOnItsScreenAndBlackBeside)
     EXPECT_EQ(value(u"picture-options"_s), u"'spanned'"_s);
     EXPECT_EQ(value(u"primary-color"_s), u"'#000000'"_s);
     EXPECT_EQ(value(u"color-shading-type"_s), u"'solid'"_s);
+    for (const QString &key : GetParam().held.keys())
+        EXPECT_EQ(value(key), GetParam().held[key]) << qPrintable(key);
 }
 
 TEST_P(GSettings, EachPictureHasANewNameAndTheOldOneGoes)
@@ -107,6 +112,28 @@ TEST_P(GSettings, AScreenWithoutOneKeepsWhatItHas)
     ASSERT_EQ(show(*m_pictures, {std::nullopt, picture(u"a"_s, kRed)}), m_noFailures);
     EXPECT_EQ(told().pixelColor(200, 100), kRed);
     EXPECT_EQ(told().pixelColor(450, 100), kRed);
+}
+
+// A distribution has a schema of its own, which sets another picture.
+TEST_P(GSettings, AScreenWithoutOneKeepsThePictureThatCameWithTheDesktop)
+{
+    const QString schema = GetParam().desktop().keys.first().schema;
+    const QString key = GetParam().pictureKeys.first();
+    const QString file = picture(u"b"_s, kBlue);
+    const QString schemas = m_home.path(u"schemas"_s);
+    QString value =
+        GetParam().isPath ? file : QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
+    value.replace(u'\'', u"\\'"_s);
+    m_home.write(schemas + u"/of-a-distribution.gschema.override"_s,
+                 u"[%1]\n%2='%3'\npicture-options='zoom'\n"_s.arg(schema, key, value).toUtf8());
+    for (const QString &xml : QDir(kSchemas).entryList({schema.section(u'.', 0, 2) + u"*.xml"_s}))
+        QFile::copy(kSchemas + u'/' + xml, schemas + u'/' + xml);
+    output(u"glib-compile-schemas"_s, {schemas});
+    qputenv("GSETTINGS_SCHEMA_DIR", schemas.toLocal8Bit());
+    EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
+    qunsetenv("GSETTINGS_SCHEMA_DIR");
+    EXPECT_EQ(told().pixelColor(200, 100), kRed);
+    EXPECT_EQ(told().pixelColor(450, 100), kBlue);
 }
 
 TEST_P(GSettings, WhatTheUserNeverSetIsNotSetAgain)
@@ -187,6 +214,7 @@ INSTANTIATE_TEST_SUITE_P(Of, GSettings,
                                                   u"/org/gnome/desktop/background"_s,
                                                   {u"picture-uri"_s, u"picture-uri-dark"_s},
                                                   false,
+                                                  {},
                                                   R"([org/gnome/desktop/background]
 color-shading-type='vertical'
 picture-options='centered'
@@ -200,6 +228,7 @@ secondary-color='#ffeedd'
                                                   u"/org/cinnamon/desktop/background"_s,
                                                   {u"picture-uri"_s},
                                                   false,
+                                                  {{u"slideshow/slideshow-enabled"_s, u"false"_s}},
                                                   R"([org/cinnamon/desktop/background]
 picture-uri='file:///home/u/mine.jpg'
 primary-color='#102030'
@@ -213,7 +242,9 @@ slideshow-enabled=true
                                                   u"/org/mate/desktop/background"_s,
                                                   {u"picture-filename"_s},
                                                   true,
+                                                  {{u"draw-background"_s, u"true"_s}},
                                                   R"([org/mate/desktop/background]
+draw-background=false
 picture-filename="/home/u/it's mine/ä.jpg"
 picture-options='wallpaper'
 )"}),

@@ -1,5 +1,6 @@
 // LXQt's desktop: its real file manager, on a real display.
 #include "platform/pictures/PicturesFixture.h"
+#include "platform/pictures/RootPixmap.h"
 #include "support/VirtualDisplay.h"
 
 #include <QDBusConnectionInterface>
@@ -111,6 +112,14 @@ TEST_F(Lxqt, TakesAPlainFile)
     const QString file = picture(u"b"_s, kBlue);
     putBack(*m_pictures, {QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)});
     EXPECT_TRUE(shows(250, 100, kBlue));
+}
+
+TEST_F(Lxqt, LiesOverTheRootWindow)
+{
+    m_display.startWindowManager();
+    EXPECT_TRUE(x11::isRootVisible());
+    start();
+    EXPECT_TRUE(becomes([] { return !x11::isRootVisible(); }));
 }
 
 TEST_F(Lxqt, SaysThatTheFileManagerIsNotThere)

@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QImage>
+#include <QSettings>
 #include <QThreadPool>
 
 #include <gtest/gtest.h>
@@ -86,6 +87,14 @@ protected:
                 environment.insert(QString::fromLatin1(name), qEnvironmentVariable(name));
         }
         return environment;
+    }
+    // The program behind a service that a bus starts when it is asked for: each machine has it in a
+    // folder of its own.
+    static QString programOf(const QString &service)
+    {
+        const QSettings file(QStringLiteral("/usr/share/dbus-1/services/%1.service").arg(service),
+                             QSettings::IniFormat);
+        return file.value(QStringLiteral("D-BUS Service/Exec")).toString();
     }
     // What a program of it writes, whether it then fails or not.
     QByteArray output(const QString &program, const QStringList &arguments) const

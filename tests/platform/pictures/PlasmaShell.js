@@ -34,6 +34,13 @@ function Containment(kept) {
         changed = false;
     };
 }
+// Those of the present activity.
 function desktops() {
-    return shell.desktops.map(function (kept) { return new Containment(kept); });
+    return shell.desktops.filter(function (kept) { return kept.activity == shell.activity; })
+        .map(function (kept) { return new Containment(kept); });
+}
+function desktopById(id) {
+    if (typeof id != "number") throw new Error("no id: " + id);
+    var kept = shell.desktops.filter(function (kept) { return kept.id == id; })[0];
+    return kept && new Containment(kept);
 }

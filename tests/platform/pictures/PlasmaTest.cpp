@@ -129,6 +129,25 @@ TEST_F(Plasma, OwnPicturesComeBackThoughScreensHaveGone)
     EXPECT_EQ(values(2)[u"Color"], u"1,2,3"_s);
 }
 
+TEST_F(Plasma, OwnPicturesComeBackInAnActivityThatWasLeftToo)
+{
+    const QStringList own = present(*m_pictures);
+    ASSERT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}), m_noFailures);
+    m_shell[u"activity"] = u"another"_s;
+    putBack(*m_pictures, own);
+    EXPECT_EQ(desktop(1)[u"plugin"], u"org.kde.slideshow"_s);
+    EXPECT_EQ(values(2)[u"Color"], u"1,2,3"_s);
+}
+
+TEST_F(Plasma, DesktopsThatAreGoneAreLeftOut)
+{
+    const QStringList own = present(*m_pictures);
+    ASSERT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}), m_noFailures);
+    m_shell[u"desktops"] = QJsonArray{desktop(2)};
+    putBack(*m_pictures, own);
+    EXPECT_EQ(values(0)[u"Color"], u"1,2,3"_s);
+}
+
 TEST_F(Plasma, KnowsWhichDesktopIsNew)
 {
     const QStringList own = present(*m_pictures);

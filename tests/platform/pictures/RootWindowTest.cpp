@@ -1,5 +1,7 @@
 // The root window of a real X server, read back pixel by pixel by another client.
 #include "platform/pictures/PicturesFixture.h"
+#include "platform/pictures/RootPixmap.h"
+#include "platform/pictures/WindowProperty.h"
 #include "support/VirtualDisplay.h"
 
 #include <QPainter>
@@ -88,8 +90,6 @@ TEST_F(RootWindow, OwnColourComesBack)
 
 TEST_F(RootWindow, OwnPictureComesBackPixelForPixelAlsoInAnotherProcess)
 {
-    // What is set the agreed way is freed by whoever comes next.
-    m_home.write(m_home.path(u"unused"_s), "");
     const QString file = m_home.path(u"own.png"_s);
     ASSERT_TRUE(ownPicture().save(file));
     m_screens = {{u"All"_s, QRect(QPoint(0, 0), kSize), 1}};
@@ -105,6 +105,9 @@ TEST_F(RootWindow, OwnPictureComesBackPixelForPixelAlsoInAnotherProcess)
     putBack(*m_pictures, own);
     EXPECT_EQ(seen(), ownPicture());
     EXPECT_EQ(QDir(folder()).entryList(QDir::Files), QStringList()) << "nothing is left behind";
+    // The program may have been ended before it could forget.
+    putBack(*m_pictures, own);
+    EXPECT_EQ(seen(), ownPicture());
 }
 
 TEST_F(RootWindow, TwoHundredTimesOnAndOffLeaveItAsItWas)
@@ -130,6 +133,47 @@ TEST_F(RootWindow, NamesItsPictureAsOthersDo)
     };
     EXPECT_TRUE(id(u"_XROOTPMAP_ID"_s).startsWith("0x"));
     EXPECT_EQ(id(u"_XROOTPMAP_ID"_s), id(u"ESETROOT_PMAP_ID"_s));
+}
+
+TEST_F(RootWindow, FreesThePictureBefore)
+{
+    const auto set = [this](const QColor &colour) {
+        EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, colour), std::nullopt}), m_noFailures);
+        const QByteArray id =
+            output(u"xprop"_s, {u"-root"_s, u"_XROOTPMAP_ID"_s}).trimmed().split(' ').last();
+        return id.toUInt(nullptr, 0);
+    };
+    const x11::Connection server = x11::connectToServer();
+    const auto isThere = [&server](xcb_pixmap_t pixmap) {
+        const x11::ReplyOf<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(server.get(), xcb_get_geometry(server.get(), pixmap), nullptr));
+        return bool(geometry);
+    };
+    const xcb_pixmap_t first = set(kRed);
+    EXPECT_TRUE(isThere(first));
+    const xcb_pixmap_t second = set(kBlue);
+    EXPECT_TRUE(isThere(second));
+    EXPECT_FALSE(isThere(first));
+}
+
+TEST_F(RootWindow, IsHiddenByADesktopAndNotByASmallThingOnIt)
+{
+    // As window managers and desktops say it.
+    const x11::Connection server = x11::connectToServer();
+    const auto say = [&server](xcb_window_t window, const char *property, xcb_atom_t type,
+                               uint32_t value) {
+        xcb_change_property(server.get(), XCB_PROP_MODE_REPLACE, window,
+                            x11::atomOf(server.get(), property), type, 32, 1, &value);
+        xcb_flush(server.get());
+    };
+    const xcb_window_t root = x11::rootWindow(server.get());
+    const xcb_window_t window = m_display.client().openWindow(QRect(10, 10, 60, 30));
+    say(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM,
+        x11::atomOf(server.get(), "_NET_WM_WINDOW_TYPE_DESKTOP"));
+    say(root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, window);
+    EXPECT_TRUE(x11::isRootVisible());
+    m_display.client().resizeWindow(window, kSize);
+    EXPECT_TRUE(test::becomes([] { return !x11::isRootVisible(); }));
 }
 
 TEST_F(RootWindow, AFileThatIsNoPictureLeavesItsScreenAlone)
@@ -160,7 +204,6 @@ TEST_F(RootWindow, SaysThatNoServerAnswers)
     EXPECT_NE(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}).first(), std::nullopt);
 }
 
-// A service may be as slow as it likes to be; the picture that cannot be kept is not replaced.
 TEST_F(RootWindow, SaysThatTheOwnPictureCannotBeKept)
 {
     const QString file = m_home.path(u"own.png"_s);

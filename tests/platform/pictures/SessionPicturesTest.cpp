@@ -50,10 +50,32 @@ TEST_F(SessionPictures, KeepsTheLastWhereNobodyShowsThem)
         << "once";
 }
 
+TEST_F(SessionPictures, OursIsNotTakenForTheUsersWhereNobodyShowsThem)
+{
+    const QStringList own{u"file:///home/u/own.png"_s, QString()};
+    putBack(*m_pictures, own);
+    EXPECT_EQ(present(*m_pictures), own);
+    EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}), m_noFailures);
+    EXPECT_EQ(present(*m_pictures, own), (QStringList{QString(), QString()}));
+    putBack(*m_pictures, {stateText(u"plasma"_s, {}), QString()});
+    EXPECT_EQ(present(*m_pictures), (QStringList{QString(), QString()}));
+}
+
 TEST_F(SessionPictures, AFileThatIsNotThereIsNotShown)
 {
     EXPECT_EQ(show(*m_pictures, {m_home.path(u"absent.png"_s), picture(u"b"_s, kBlue)}),
               (QList<Failure>{u"there is no file "_s + m_home.path(u"absent.png"_s), Failure()}));
+    EXPECT_EQ(present(*m_pictures).first(), QString());
+}
+
+TEST_F(SessionPictures, AFileThatIsOnlyPartOfAPictureIsNotShown)
+{
+    const QString broken = picture(u"a"_s, kRed);
+    const QByteArray whole = test::TemporaryHome::read(broken);
+    m_home.write(broken, whole.left(whole.size() / 2));
+    const QList<Failure> failures = show(*m_pictures, {broken, picture(u"b"_s, kBlue)});
+    EXPECT_NE(failures.first(), std::nullopt);
+    EXPECT_EQ(failures.last(), std::nullopt);
     EXPECT_EQ(present(*m_pictures).first(), QString());
 }
 
@@ -81,6 +103,19 @@ TEST_F(SessionPictures, WaitsForTheDesktopThatTheSessionIsCalled)
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
     EXPECT_FALSE(daemon->calls(u"SetProperty"_s).isEmpty());
     EXPECT_GT(stopwatch.elapsed(), 700ms);
+}
+
+TEST_F(SessionPictures, WaitsOnceForADesktopThatNeverComes)
+{
+    qputenv("XDG_CURRENT_DESKTOP", "KDE");
+    m_pictures = DesktopPictures::create(folder(), 100ms);
+    EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
+    EXPECT_EQ(
+        m_log.messages(),
+        QStringList{u"desktop: nothing here shows pictures; the last of each screen is kept"_s});
+    const test::Stopwatch stopwatch;
+    EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
+    EXPECT_LT(stopwatch.elapsed(), 400ms);
 }
 
 TEST_F(SessionPictures, WaitsNoMoreWhenTheProgramEnds)

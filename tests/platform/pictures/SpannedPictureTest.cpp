@@ -129,6 +129,25 @@ INSTANTIATE_TEST_SUITE_P(
                     Behind{"Spanned", Backdrop::Mode::spanned, kGreen, kGreen}),
     [](const auto &test) { return test.param.name; });
 
+// Whatever way to show it a desktop is set to.
+TEST_F(SpannedPictureTest, AScreenKeepsItsPartOfTheLastOneThoughScreensHaveMoved)
+{
+    const PictureScreen left{u"Left"_s, {0, 0, 200, 100}, 1};
+    PictureScreen right{u"Right \"ü\""_s, {200, 0, 100, 100}, 1};
+    const QString folder = m_folder.filePath(u"composed"_s);
+    SpannedPicture last(folder);
+    ASSERT_EQ(last.compose({left, right}, {picture(Qt::red), picture(Qt::blue)}, {}),
+              QList<Failure>(2));
+    right.place.moveTo(0, 100);
+    const PictureScreen newcomer{u"New"_s, {100, 100, 100, 100}, 1};
+    const QImage image =
+        composed({left, right, newcomer}, {picture(Qt::green), std::nullopt, std::nullopt},
+                 {last.path(), Backdrop::Mode::zoomed, Qt::gray});
+    EXPECT_EQ(image.pixelColor(1, 101), QColor(Qt::blue));
+    EXPECT_EQ(image.pixelColor(98, 198), QColor(Qt::blue));
+    EXPECT_EQ(image.pixelColor(150, 150), QColor(Qt::gray)) << "it had none";
+}
+
 TEST_F(SpannedPictureTest, AScreenWhosePictureIsBrokenKeepsItsBackdrop)
 {
     QFile broken(m_folder.filePath(u"broken.png"_s));

@@ -101,6 +101,15 @@ TEST_F(Sway, NoPictureComesBackToo)
     EXPECT_TRUE(shows(0, 200, 100, kBare));
 }
 
+TEST_F(Sway, WhatTheUserShowsHimselfIsNoneOfSways)
+{
+    const QString own = m_home.path(u"own.png"_s);
+    ASSERT_TRUE(QFile::rename(picture(u"own"_s, kOwn), own));
+    start(u"exec swaybg -i %1 -m fill\n"_s.arg(own));
+    ASSERT_TRUE(shows(0, 200, 100, kOwn));
+    EXPECT_EQ(backgroundsOf(SwayConnection::address()), (QMap<QString, SwayBackground>()));
+}
+
 TEST_F(Sway, TakesAPlainFile)
 {
     start();
@@ -131,8 +140,10 @@ TEST_F(Sway, SaysThatSwayHangs)
 {
     start();
     m_sway->compositor().signal(SIGSTOP);
-    EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}).first(),
-              u"sway does not answer"_s);
+    const test::Stopwatch stopwatch;
+    EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}),
+              QList<Failure>(2, u"sway does not answer"_s));
+    EXPECT_LT(stopwatch.elapsed(), std::chrono::milliseconds(3500)) << "it is asked once";
     m_sway->compositor().signal(SIGCONT);
 }
 

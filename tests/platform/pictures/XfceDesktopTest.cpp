@@ -23,7 +23,7 @@ protected:
         qputenv("DISPLAY", m_display.display().toLocal8Bit());
         m_screens = {{u"screen"_s, QRect(0, 0, 400, 200), 1}}; // as this server calls it
         m_display.startWindowManager();                        // it waits for one
-        m_daemon = start(u"/usr/lib/x86_64-linux-gnu/xfce4/xfconf/xfconfd"_s, u"org.xfce.Xfconf"_s);
+        m_daemon = start(programOf(u"org.xfce.Xfconf"_s), u"org.xfce.Xfconf"_s);
         m_desktop = start(u"xfdesktop"_s, u"org.xfce.xfdesktop"_s);
     }
 

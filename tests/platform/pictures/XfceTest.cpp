@@ -30,8 +30,8 @@ class Xfce : public test::PicturesFixture
 protected:
     void startDaemon()
     {
-        m_daemon = std::make_unique<test::ChildProcess>(test::Command{
-            u"/usr/lib/x86_64-linux-gnu/xfce4/xfconf/xfconfd"_s, {}, environment(), {}});
+        m_daemon = std::make_unique<test::ChildProcess>(
+            test::Command{programOf(u"org.xfce.Xfconf"_s), {}, environment(), {}});
         ASSERT_TRUE(becomes([] {
             return QDBusConnection::sessionBus()
                 .interface()
@@ -72,6 +72,21 @@ TEST_F(Xfce, ShowsAPictureOnEachScreenFittedAndBlackBeside)
     EXPECT_EQ(value(property(u"Left"_s, 0, u"color-style"_s)), u"0"_s);
     const QString rgba = value(property(u"Left"_s, 0, u"rgba1"_s));
     EXPECT_EQ(rgba.section(u"\n\n"_s, 1), u"0.000000\n0.000000\n0.000000\n1.000000"_s);
+}
+
+TEST_F(Xfce, ShowsItOnEachWorkspace)
+{
+    startDaemon();
+    const test::VirtualDisplay display{QSize(500, 200)};
+    qputenv("DISPLAY", display.display().toLocal8Bit());
+    output(u"xprop"_s,
+           {u"-root"_s, u"-f"_s, u"_NET_NUMBER_OF_DESKTOPS"_s, u"32c"_s, u"-set"_s,
+            u"_NET_NUMBER_OF_DESKTOPS"_s, u"3"_s});
+    const QString a = picture(u"a"_s, kRed);
+    EXPECT_EQ(show(*m_pictures, {a, std::nullopt}), m_noFailures);
+    for (const int workspace : {0, 1, 2})
+        EXPECT_EQ(value(property(u"Left"_s, workspace, u"last-image"_s)), a);
+    EXPECT_FALSE(store().contains("workspace3"));
 }
 
 TEST_F(Xfce, AScreenWithoutOneKeepsItsOwn)

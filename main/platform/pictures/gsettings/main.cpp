@@ -3,10 +3,12 @@
 // hangs GLib waits for ever.
 //
 //     corvella-gsettings read SCHEMA KEY...
+//     corvella-gsettings look SCHEMA KEY...
 //     corvella-gsettings write SCHEMA   with a JSON object on standard input
 //
 // Values are texts as GVariant prints them; null is a key that the user has not set. Reading prints
-// a JSON object of those keys that the schema has. Writing leaves out those that it does not have,
+// a JSON object of those keys that the schema has; looking does so too, with what holds for a key
+// that is not set. Writing leaves out those that it does not have,
 // and takes effect at once and whole. Exit status 1, with a line on standard error, for failures.
 #include <QFile>
 #include <QJsonDocument>
@@ -36,9 +38,11 @@ int fail(const QString &reason)
     return EXIT_FAILURE;
 }
 
-QJsonValue userValue(GSettings *settings, const QByteArray &key)
+using Getter = GVariant *(GSettings *settings, const char *key);
+
+QJsonValue printed(GSettings *settings, const QByteArray &key, Getter *get)
 {
-    const Variant value(g_settings_get_user_value(settings, key.constData()));
+    const Variant value(get(settings, key.constData()));
     if (!value)
         return QJsonValue::Null;
     const Text text(g_variant_print(value.get(), TRUE));
@@ -50,12 +54,12 @@ bool hasKey(GSettingsSchema *schema, const QByteArray &key)
     return g_settings_schema_has_key(schema, key.constData());
 }
 
-int read(GSettings *settings, GSettingsSchema *schema, std::span<char *> keys)
+int read(GSettings *settings, GSettingsSchema *schema, std::span<char *> keys, Getter *get)
 {
     QJsonObject values;
     for (const char *key : keys) {
         if (hasKey(schema, key))
-            values[QString::fromUtf8(key)] = userValue(settings, key);
+            values[QString::fromUtf8(key)] = printed(settings, key, get);
     }
     const QByteArray json = QJsonDocument(values).toJson(QJsonDocument::Compact);
     std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
@@ -129,7 +133,7 @@ int main(int argc, char **argv)
 {
     const std::span arguments(argv, static_cast<size_t>(argc));
     if (argc < 3)
-        return fail(QStringLiteral("usage: corvella-gsettings read|write SCHEMA [KEY...]"));
+        return fail(QStringLiteral("usage: corvella-gsettings read|look|write SCHEMA [KEY...]"));
     // Our last line says what went wrong; GLib's threads would put theirs behind it.
     g_log_set_writer_func(
         [](GLogLevelFlags, const GLogField *, gsize, gpointer) { return G_LOG_WRITER_HANDLED; },
@@ -142,8 +146,11 @@ int main(int argc, char **argv)
     const Settings settings(g_settings_new(name));
     if (!isKept(settings.get()))
         return fail(QStringLiteral("nothing keeps GSettings here: dconf is missing"));
-    if (std::string_view(arguments[1]) == "read")
-        return read(settings.get(), schema.get(), arguments.subspan(3));
+    const std::string_view verb = arguments[1];
+    if (verb == "read")
+        return read(settings.get(), schema.get(), arguments.subspan(3), &g_settings_get_user_value);
+    if (verb == "look")
+        return read(settings.get(), schema.get(), arguments.subspan(3), &g_settings_get_value);
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly))
         return fail(QStringLiteral("no values"));
