@@ -29,6 +29,9 @@ namespace corvella {
 
 namespace {
 
+// Downloads wait for each other; what reads the disk need not wait for them.
+constexpr size_t kMostAtOnce = 8;
+
 // A note without words takes no room either.
 void setNote(Note &note, const QString &text)
 {
@@ -61,7 +64,7 @@ void Preferences::show()
         connectControls();
         if (m_makeMenu)
             m_window->setMenu(m_makeMenu());
-        m_background = std::make_unique<BackgroundWork>();
+        m_background = std::make_unique<BackgroundWork>(kMostAtOnce);
         m_screens = std::make_unique<Screens>();
         // Later, because a screen that goes is still being taken away when it is told.
         connect(m_screens.get(), &Screens::changed, this, &Preferences::rebuildScreens,

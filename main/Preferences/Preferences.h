@@ -2,8 +2,8 @@
 // Main thread only; what takes long runs beside it and comes back.
 #pragma once
 
-#include "Preferences/BackgroundWork.h"
 #include "platform/session/Screens.h"
+#include "platform/threads/BackgroundWork.h"
 
 #include <QDateTime>
 #include <QObject>

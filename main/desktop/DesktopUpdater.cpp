@@ -9,7 +9,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSemaphore>
 
 namespace corvella {
 
@@ -123,18 +122,14 @@ DesktopUpdater::DesktopUpdater(Screens screens, std::unique_ptr<DesktopPictures>
     : m_screens(std::move(screens))
     , m_pictures(std::move(pictures))
 {
-    constexpr int kNever = -1;
-    m_worker.setMaxThreadCount(1);
-    // Processes that show a picture end with the thread that started them.
-    m_worker.setExpiryTimeout(kNever);
 }
 
 DesktopUpdater::~DesktopUpdater()
 {
     m_pictures->hurry();
-    m_worker.clear();
-    m_worker.start([this] { m_pictures.reset(); });
-    m_worker.waitForDone();
+    m_work.forgetWaiting();
+    m_work.start([this] { m_pictures.reset(); });
+    m_work.finish();
 }
 
 void DesktopUpdater::remember()
@@ -157,15 +152,12 @@ void DesktopUpdater::restore()
 
 bool DesktopUpdater::finish(std::chrono::milliseconds within)
 {
-    // Not the pool's own way to wait, which ends its thread.
-    const auto done = std::make_shared<QSemaphore>();
-    m_worker.start([done] { done->release(); });
-    return done->tryAcquire(1, static_cast<int>(within.count()));
+    return m_work.finish(within);
 }
 
 void DesktopUpdater::afterwards(const Job &job)
 {
-    m_worker.start([this, job, screens = m_screens()] { job(*m_pictures, screens); });
+    m_work.start([this, job, screens = m_screens()] { job(*m_pictures, screens); });
 }
 
 } // namespace corvella

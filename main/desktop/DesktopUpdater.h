@@ -3,8 +3,7 @@
 #pragma once
 
 #include "platform/pictures/DesktopPictures.h"
-
-#include <QThreadPool>
+#include "platform/threads/BackgroundWork.h"
 
 #include <chrono>
 #include <functional>
@@ -35,8 +34,8 @@ private:
     void afterwards(const Job &job);
 
     const Screens m_screens;
-    std::unique_ptr<DesktopPictures> m_pictures; // the worker's
-    QThreadPool m_worker;                        // of one thread
+    std::unique_ptr<DesktopPictures> m_pictures; // for the work alone
+    BackgroundWork m_work{1};
 };
 
 } // namespace corvella

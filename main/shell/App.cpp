@@ -157,7 +157,7 @@ void App::updateDesktopFromMenu()
         if (refused)
             log(QStringLiteral("update: checked recently, next check allowed at ")
                 + refused->toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000")));
-        QMetaObject::invokeMethod(this, &Desktop::apply, Qt::QueuedConnection);
+        m_background.tell(&Desktop::apply);
     });
 }
 
@@ -202,7 +202,7 @@ void App::refreshHourly()
     // This App awaits its background before it goes, and with it goes what it was still to do.
     m_background.start([this] {
         Cache::refresh();
-        QMetaObject::invokeMethod(this, &Desktop::apply, Qt::QueuedConnection);
+        m_background.tell(&Desktop::apply);
     });
     m_nextRefresh = m_workQueue.after(kRefreshInterval, [this] { refreshHourly(); });
 }

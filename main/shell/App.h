@@ -9,6 +9,7 @@
 #include "platform/session/PowerAssertion.h"
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
+#include "platform/threads/BackgroundWork.h"
 #include "platform/time/WorkQueue.h"
 #include "settings/Mode.h"
 #include "shell/CloseButton.h"
@@ -19,7 +20,6 @@
 #include "updater/Updater.h"
 
 #include <QObject>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <functional>
@@ -154,7 +154,7 @@ private:
     DarkPreference m_darkPreference;
     WorkQueue m_workQueue;
     QTimer m_tick;
-    QThreadPool m_background; // for what waits for the network
+    BackgroundWork m_background{2}; // for what waits for the network
 
     std::vector<DeletedLater<WallView>> m_walls;
     std::vector<DeletedLater<WallWindow>> m_windows; // element i shows m_walls[i]

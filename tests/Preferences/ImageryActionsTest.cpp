@@ -21,6 +21,19 @@ using testing::StartsWith;
 constexpr auto kSlow = "limit_rate 300k;"; // a clip takes a tenth of a second
 constexpr qsizetype kClipBytes = 30'000;
 
+// Sees all that stands between two events, however short.
+class BeforeEachEvent : public QObject
+{
+public:
+    std::function<void()> look;
+
+    bool eventFilter(QObject *, QEvent *) override
+    {
+        look();
+        return false;
+    }
+};
+
 class ImageryActionsTest : public test::PreferencesFixture
 {
 protected:
@@ -44,12 +57,18 @@ protected:
     // What the line about the imagery says from now on, without repetitions.
     void watchStatus()
     {
-        QObject::connect(&m_watch, &QTimer::timeout, &m_watch, [this] {
+        m_watch.look = [this] {
             const QString said = text("cacheStatus");
             if (m_said.isEmpty() || m_said.last() != said)
                 m_said << said;
-        });
-        m_watch.start(1);
+        };
+        qApp->installEventFilter(&m_watch);
+    }
+
+    void TearDown() override
+    {
+        qApp->removeEventFilter(&m_watch);
+        PreferencesFixture::TearDown();
     }
 
     static QString current() { return u"12 products, current to Sep 24, 08:42 PM"_s; }
@@ -57,7 +76,7 @@ protected:
     test::TestAuthority m_authority;
     std::optional<test::TestImageryHost> m_host;
     std::optional<test::NginxServer> m_server;
-    QTimer m_watch;
+    BeforeEachEvent m_watch;
     QStringList m_said;
 };
 

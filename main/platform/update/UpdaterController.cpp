@@ -31,7 +31,6 @@ UpdaterController::UpdaterController(const Surroundings &surroundings, Delegate 
     , m_now(surroundings.now)
     , m_delegate(std::move(delegate))
 {
-    m_worker.setMaxThreadCount(1);
     m_started.setSingleShot(true);
     connect(&m_started, &QTimer::timeout, this, &UpdaterController::confirmStart);
     connect(&m_hourly, &QTimer::timeout, this, [this] { check(Asked::daily); });
@@ -41,16 +40,7 @@ UpdaterController::~UpdaterController()
 {
     if (m_preparation)
         m_preparation->cancel();
-    m_worker.waitForDone();
-}
-
-template <typename Work, typename Then> void UpdaterController::inBackground(Work work, Then then)
-{
-    // The destructor waits for this thread; a result that comes after it is dropped with us.
-    m_worker.start([this, work, then] {
-        QMetaObject::invokeMethod(
-            this, [then, result = work()] { then(result); }, Qt::QueuedConnection);
-    });
+    m_background.finish();
 }
 
 QString UpdaterController::runningVersion() const
@@ -86,7 +76,7 @@ void UpdaterController::start()
 void UpdaterController::confirmStart()
 {
     m_installation.endTrial();
-    m_worker.start([installation = m_installation] { installation.clearUp(); });
+    m_background.start([installation = m_installation] { installation.clearUp(); });
     m_hourly.start(kBetweenLooks);
     check(Asked::daily);
 }
@@ -131,7 +121,7 @@ void UpdaterController::check(Asked asked)
     m_isAskedMeanwhile = false;
     m_preparation = newPreparation();
     const CheckKind kind = asked == Asked::byHand ? CheckKind::byHand : CheckKind::automatic;
-    inBackground(
+    m_background.run(
         [preparation = m_preparation, kind, atOnce = asked != Asked::daily] {
             return preparation->find(kind, atOnce);
         },
@@ -182,12 +172,13 @@ void UpdaterController::prepare(const AppcastItem &item)
         if (told.isValid() && told.elapsed() < kBetweenSteps && done < total)
             return;
         told.start();
-        QMetaObject::invokeMethod(
-            this, [this, done, total] { downloaded(done, total); }, Qt::QueuedConnection);
+        m_background.tell([this, done, total] { downloaded(done, total); });
     };
-    inBackground([preparation = m_preparation, item,
-                  progress] { return preparation->prepare(item, progress); },
-                 [this, item](const UpdatePreparation::Result &result) { prepared(item, result); });
+    m_background.run(
+        [preparation = m_preparation, item, progress] {
+            return preparation->prepare(item, progress);
+        },
+        [this, item](const UpdatePreparation::Result &result) { prepared(item, result); });
 }
 
 void UpdaterController::downloaded(qint64 done, qint64 total)
@@ -253,7 +244,7 @@ void UpdaterController::terminate()
         m_preparation->cancel();
     m_started.stop();
     m_hourly.stop();
-    m_worker.waitForDone();
+    m_background.finish();
     if (!m_ready || m_relaunch)
         return;
     const FileResult switched = m_installation.switchTo(m_ready->build);

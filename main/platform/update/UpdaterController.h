@@ -3,10 +3,10 @@
 // happens on a thread of its own. Main thread only.
 #pragma once
 
+#include "platform/threads/BackgroundWork.h"
 #include "platform/update/UpdatePreparation.h"
 
 #include <QObject>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <memory>
@@ -96,8 +96,6 @@ private:
     void confirmStart();
     // Why this copy cannot update itself at all.
     [[nodiscard]] UpdateFault obstacle() const;
-    // Runs `work` on the worker, and `then` with its result here, unless this object is gone.
-    template <typename Work, typename Then> void inBackground(Work work, Then then);
 
     const Installation m_installation;
     const std::optional<PublicKey> m_key;
@@ -105,7 +103,7 @@ private:
     const Delegate m_delegate;
     QTimer m_started; // until this build counts as started
     QTimer m_hourly;
-    QThreadPool m_worker;                             // one thread
+    BackgroundWork m_background{1};
     std::shared_ptr<UpdatePreparation> m_preparation; // what is under way
     bool m_isAskedMeanwhile = false; // somebody asks while an automatic check is under way
     std::optional<AppcastItem> m_offer;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/pictures/PictureBackEnds.h"
+#include "platform/threads/BackgroundWork.h"
 #include "support/CapturedLog.h"
 #include "support/ChildProcess.h"
 #include "support/QtPrinting.h"
@@ -12,7 +13,6 @@
 #include <QDir>
 #include <QImage>
 #include <QSettings>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -26,8 +26,6 @@ protected:
     PicturesFixture()
     {
         qputenv("XDG_RUNTIME_DIR", m_home.path().toLocal8Bit());
-        m_worker.setMaxThreadCount(1);
-        m_worker.setExpiryTimeout(-1);
     }
 
     // A picture of one colour, which is as high as it is wide.
@@ -52,7 +50,7 @@ protected:
     {
         std::packaged_task<decltype(work())()> task(std::move(work));
         auto result = task.get_future();
-        m_worker.start([&task] { task(); });
+        m_work.start([&task] { task(); });
         EXPECT_TRUE(becomes(
             [&] { return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
         return result.get();
@@ -104,7 +102,7 @@ protected:
         return process.output();
     }
 
-    QThreadPool m_worker;
+    BackgroundWork m_work{1};
     TemporaryHome m_home;
     TestBuses m_buses;
     QList<PictureScreen> m_screens{{QStringLiteral("Left"), QRect(0, 0, 400, 200), 1},

@@ -1,0 +1,103 @@
+#include "platform/threads/BackgroundWork.h"
+
+#include "log.h"
+
+#include <system_error>
+
+namespace corvella {
+
+BackgroundWork::BackgroundWork(size_t mostAtOnce)
+    : m_mostAtOnce(mostAtOnce)
+{
+}
+
+BackgroundWork::~BackgroundWork()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ends = true;
+    }
+    m_changed.notify_all();
+    for (std::thread &thread : m_threads)
+        thread.join();
+}
+
+void BackgroundWork::start(Job job)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_jobs.push_back(std::move(job));
+        if (m_resting < m_jobs.size() && m_threads.size() < m_mostAtOnce)
+            startThread();
+    }
+    m_changed.notify_all();
+}
+
+void BackgroundWork::startThread()
+{
+    try {
+        m_threads.emplace_back(&BackgroundWork::work, this);
+    } catch (const std::system_error &error) {
+        // Another thread does the job, or the next that can be started.
+        log(QStringLiteral("background: no thread (%1)").arg(QString::fromLocal8Bit(error.what())));
+    }
+}
+
+void BackgroundWork::work()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        ++m_resting;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return m_ends || !m_jobs.empty(); });
+        --m_resting;
+        if (m_jobs.empty())
+            return;
+        Job job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+        lock.unlock();
+        job();
+        job = nullptr; // what it holds goes before it counts as done
+        lock.lock();
+    }
+}
+
+void BackgroundWork::tell(Job message)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_messages.push_back(std::move(message));
+    }
+    QMetaObject::invokeMethod(this, &BackgroundWork::passOn, Qt::QueuedConnection);
+}
+
+void BackgroundWork::passOn()
+{
+    Job message;
+    {
+        const std::lock_guard lock(m_mutex);
+        message = std::move(m_messages.front());
+        m_messages.pop_front();
+    }
+    message(); // which may have ended this
+}
+
+void BackgroundWork::forgetWaiting()
+{
+    const std::lock_guard lock(m_mutex);
+    m_jobs.clear();
+}
+
+void BackgroundWork::finish()
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return isDone(); });
+}
+
+bool BackgroundWork::finish(std::chrono::milliseconds within)
+{
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, within, [this] { return isDone(); });
+}
+
+} // namespace corvella
