@@ -14,7 +14,7 @@ test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-
     xserver-xorg-video-dummy x11-xserver-utils xdotool libxcb-xtest0-dev openbox sway swayidle grim wtype dbus-daemon at-spi2-core
     libssl-dev openssl libzbar-dev nginx xscreensaver
     swaybg dconf-service dconf-gsettings-backend dconf-cli gsettings-desktop-schemas mate-desktop-common
-    cinnamon-desktop-data xfconf pcmanfm-qt duktape x11-utils
+    cinnamon-desktop-data xfconf libxfconf-0-3 pcmanfm-qt duktape x11-utils
     desktop-file-utils appstream groff-base util-linux procps"
 
 # Whole desktops, for tests that ./test --all runs besides.
