@@ -57,6 +57,13 @@ PreferencesWindow::PreferencesWindow(QWidget *content, QWidget *foot)
     connect(qApp, &QApplication::focusChanged, this, &PreferencesWindow::showFocused);
 }
 
+PreferencesWindow::~PreferencesWindow()
+{
+    // The focus leaves its controls when they go, and what is left of this then must not hear of
+    // it.
+    disconnect(qApp, &QApplication::focusChanged, this, &PreferencesWindow::showFocused);
+}
+
 void PreferencesWindow::setMenu(std::unique_ptr<QMenuBar> menu)
 {
     m_menu = menu.release();

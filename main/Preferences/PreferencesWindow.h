@@ -19,6 +19,7 @@ class PreferencesWindow : public QDialog
 public:
     // Owns both from now on.
     PreferencesWindow(QWidget *content, QWidget *foot);
+    ~PreferencesWindow() override;
 
     // Puts a menu bar at its top.
     void setMenu(std::unique_ptr<QMenuBar> menu);
