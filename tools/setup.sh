@@ -15,7 +15,7 @@ test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-
     libssl-dev openssl libzbar-dev nginx xscreensaver
     swaybg dconf-service dconf-gsettings-backend dconf-cli gsettings-desktop-schemas mate-desktop-common
     cinnamon-desktop-data xfconf libxfconf-0-3 pcmanfm-qt duktape x11-utils
-    desktop-file-utils appstream groff-base util-linux procps"
+    desktop-file-utils appstream groff-base dpkg-dev util-linux procps"
 
 # Whole desktops, for tests that ./test --all runs besides.
 desktop_packages="xfdesktop4 mate-settings-daemon"
