@@ -32,4 +32,7 @@ for size in 16 22 24 32 48 64 128 256 512; do
     picture=resources/icons/hicolor/${size}x$size/apps/space.tarrow.corvella.png
     [ "$(identify -format '%wx%h' "$picture")" = "${size}x$size" ] || fail "$picture"
 done
+# Desktops colour the fills of a symbol, and leave its strokes as they are: dark on the dark.
+symbol=resources/icons/hicolor/symbolic/apps/space.tarrow.corvella-symbolic.svg
+! grep -q 'stroke\|fill="none"' "$symbol" || fail "$symbol: not coloured everywhere"
 exit $failed
