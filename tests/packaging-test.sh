@@ -27,6 +27,15 @@ offers() {
 [ "$(offers corvella-defaults write products -array 17)" = "171 1700" ] || fail "completion of a product"
 [ "$(offers corvella-sun ho)" = "host" ] || fail "completion of a command"
 
+# The page of settings and the completion know the same ones, and all that the guides speak of.
+listed=$(sed -n '/^\.SH SETTINGS/,/^\.SH EXAMPLES/{/^\.BR\? /{s/^\.BR\? //;s/[",]/ /g;p}}' packaging/man/corvella-defaults.1 | xargs -n1 | sort)
+completed=$(offers corvella-defaults write '' | xargs -n1 | sort)
+[ "$listed" = "$completed" ] || fail "settings differ: $(diff <(echo "$listed") <(echo "$completed"))"
+for setting in $(grep -ohE 'corvella-defaults (write|delete|read) [a-zA-Z]+' README.md docs/*.md | cut -d' ' -f3) \
+    $(sed -n '/^```json/,/^```/p' docs/guide.md | cat - packaging/kiosk/settings.json | grep -oE '"[a-zA-Z]+":' | tr -d '":'); do
+    grep -qx "$setting" <<<"$listed" || fail "the page of settings does not know $setting"
+done
+
 # The icon of the desktop file is there in every size, and is of that size.
 for size in 16 22 24 32 48 64 128 256 512; do
     picture=resources/icons/hicolor/${size}x$size/apps/space.tarrow.corvella.png

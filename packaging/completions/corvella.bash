@@ -7,7 +7,7 @@ _corvella() {
 }
 
 _corvella_defaults() {
-    local keys="mode products idleMinutes lockOnDismiss offline refreshMinutes shuffle loops transition attribution
+    local keys="configured mode products idleMinutes lockOnDismiss offline refreshMinutes shuffle loops transition attribution
         desktop imageryHost storeHost cacheHome appearance installUpdatesNow
         checkUpdatesNow updateFeed updateChannel"
     local words=
@@ -23,14 +23,14 @@ _corvella_defaults() {
                 products) words=-array ;;
                 idleMinutes) words=-float ;;
                 refreshMinutes | loops) words=-int ;;
-                lockOnDismiss | offline | shuffle | attribution | desktop | *UpdatesNow) words=-bool ;;
+                configured | lockOnDismiss | offline | shuffle | attribution | desktop | *UpdatesNow) words=-bool ;;
             esac
             ;;
         *)
             case ${COMP_WORDS[2]} in
                 products) words="all off rainbow 171 193 211 304 335 94 131 1600 1700 composite_uv dem" ;;
                 refreshMinutes) words="720 1440" ;;
-                lockOnDismiss | offline | shuffle | attribution | desktop | *UpdatesNow) words="true false" ;;
+                configured | lockOnDismiss | offline | shuffle | attribution | desktop | *UpdatesNow) words="true false" ;;
             esac
             ;;
     esac

@@ -19,7 +19,7 @@ constexpr QStringView kHelp = uR"(Usage: corvella-defaults read [KEY]
 
 Reads and changes the settings of Corvella, also while it runs.
 
-  read         prints all settings in force as one JSON object
+  read         prints all settings that are set as one JSON object
   read KEY     prints one: text and dates bare, anything else as JSON
   write        sets one; without a TYPE the value is text
   delete       removes one, so that its default applies again
