@@ -171,9 +171,7 @@ TEST_F(RemoteImageryTest, EndsWithinItsLimitsAtATrickle)
     serveFront([](test::FaultServer::Connection &connection) {
         connection.readRequest();
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
-        do
-            std::this_thread::sleep_for(20ms);
-        while (connection.send("x"));
+        connection.trickle(20ms);
     });
     Cache::NetworkLimits limits;
     limits.document.total = limits.file.total = 300ms;

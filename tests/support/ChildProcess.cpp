@@ -1,9 +1,13 @@
 #include "support/ChildProcess.h"
 
+#include "platform/storage/FileDescriptor.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace corvella::test {
@@ -31,12 +35,15 @@ QProcessEnvironment bareEnvironment()
 {
     const QProcessEnvironment own = QProcessEnvironment::systemEnvironment();
     QProcessEnvironment bare;
-    for (const char *name :
-         {"PATH", "TMPDIR", "ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    for (const char *name : {"PATH", "TMPDIR", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
         const QString key = QString::fromLatin1(name);
         if (own.contains(key))
             bare.insert(key, own.value(key));
     }
+    // Preloaded, DiskFaults comes before the sanitizer's own library.
+    bare.insert(QStringLiteral("ASAN_OPTIONS"),
+                own.value(QStringLiteral("ASAN_OPTIONS"))
+                    + QStringLiteral(":verify_asan_link_order=0"));
     bare.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
     bare.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
     return bare;
@@ -82,6 +89,16 @@ std::optional<int> ChildProcess::exitStatus(std::chrono::milliseconds within)
     if (m_process.exitStatus() != QProcess::NormalExit)
         return std::nullopt;
     return m_process.exitCode();
+}
+
+bool ChildProcess::endsWithin(std::chrono::microseconds time) const
+{
+    const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, id(), 0)));
+    pollfd end{.fd = process.get(), .events = POLLIN, .revents = 0};
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    const timespec limit{.tv_sec = seconds.count(),
+                         .tv_nsec = std::chrono::nanoseconds(time - seconds).count()};
+    return ::ppoll(&end, 1, &limit, nullptr) != 0;
 }
 
 void ChildProcess::signal(int number)

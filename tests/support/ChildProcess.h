@@ -46,6 +46,9 @@ public:
     // Waits for the end: the exit status, or none when it runs on for that long or a signal ended
     // it.
     [[nodiscard]] std::optional<int> exitStatus(std::chrono::milliseconds within = kGenerous);
+    // Leaves it alone for that long, to the microsecond; true at once when it ends before. For a
+    // kill at any moment of its life: exitStatus() looks every millisecond or so.
+    [[nodiscard]] bool endsWithin(std::chrono::microseconds time) const;
     // Sends a signal, if it still runs.
     void signal(int number);
 

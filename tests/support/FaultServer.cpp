@@ -8,6 +8,7 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <openssl/ssl.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 namespace corvella::test {
@@ -82,6 +83,12 @@ void FaultServer::Connection::waitForClient()
 {
     char bytes[256];
     while (::read(m_socket, bytes, sizeof bytes) > 0) {}
+}
+
+void FaultServer::Connection::trickle(std::chrono::milliseconds interval)
+{
+    pollfd client{.fd = m_socket, .events = POLLRDHUP, .revents = 0};
+    while (::poll(&client, 1, static_cast<int>(interval.count())) == 0 && send("x")) {}
 }
 
 FaultServer::FaultServer(const ServerIdentity &identity, Script script)

@@ -6,6 +6,7 @@
 #include "support/TestAuthority.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -28,6 +29,8 @@ public:
         void reset();
         // Says nothing until the client leaves.
         void waitForClient();
+        // Sends a byte at each interval until the client leaves.
+        void trickle(std::chrono::milliseconds interval);
 
     private:
         friend class FaultServer;

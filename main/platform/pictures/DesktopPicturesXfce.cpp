@@ -78,22 +78,39 @@ ServiceAnswer call(const char *method, const QVariantList &arguments)
                            QString::fromLatin1(method), arguments));
 }
 
-Failure setProperty(const QString &property, const QVariant &value)
+// Null: back to what the desktop brings along.
+Failure setProperty(const QString &property, const QJsonValue &typedValue)
 {
-    return call("SetProperty", {kChannel, property, QVariant::fromValue(QDBusVariant(value))})
-        .failure;
+    constexpr bool kWithThoseBelow = false;
+    const ServiceAnswer answer = typedValue.isNull()
+        ? call("ResetProperty", {kChannel, property, kWithThoseBelow})
+        : call("SetProperty",
+               {kChannel, property,
+                QVariant::fromValue(QDBusVariant(untyped(typedValue.toObject())))});
+    return answer.failure;
+}
+
+const QString kImage = QStringLiteral("last-image");
+const QString kStyle = QStringLiteral("image-style");
+
+QJsonObject integer(int value)
+{
+    return {{QStringLiteral("i"), value}};
 }
 
 // What a backdrop shows instead of a file: the whole of it, and black beside it.
-QMap<QString, QVariant> valuesFor(const QString &file)
+QJsonObject valuesFor(const QString &file)
 {
     constexpr int kScaled = 4;
     constexpr int kSolidColour = 0;
-    return {{QStringLiteral("last-image"), file},
-            {QStringLiteral("image-style"), kScaled},
-            {QStringLiteral("color-style"), kSolidColour},
-            {QStringLiteral("rgba1"), QVariantList{0.0, 0.0, 0.0, 1.0}},
-            {QStringLiteral("backdrop-cycle-enable"), false}};
+    QJsonArray black;
+    for (const double component : {0.0, 0.0, 0.0, 1.0})
+        black << QJsonObject{{QStringLiteral("d"), component}};
+    return {{kImage, QJsonObject{{QStringLiteral("s"), file}}},
+            {kStyle, integer(kScaled)},
+            {QStringLiteral("color-style"), integer(kSolidColour)},
+            {QStringLiteral("rgba1"), QJsonObject{{QStringLiteral("a"), black}}},
+            {QStringLiteral("backdrop-cycle-enable"), QJsonObject{{QStringLiteral("b"), false}}}};
 }
 
 int workspaces()
@@ -145,7 +162,7 @@ public:
             return QList<Failure>(screens.size(), failure);
         QList<Failure> failures;
         for (qsizetype i = 0; i < screens.size(); ++i)
-            failures << (files[i] ? show(backdropsOf(screens[i], backdrops), *files[i])
+            failures << (files[i] ? show(backdropsOf(screens[i], backdrops), *files[i], backdrops)
                                   : Failure());
         return failures;
     }
@@ -157,9 +174,9 @@ public:
             return;
         for (qsizetype i = 0; i < texts.size(); ++i) {
             if (const std::optional<QJsonObject> state = stateOf(kDesktop, texts[i]))
-                putBack(*state);
+                (void)apply(*state, backdrops);
             else if (const auto file = fileOfUrl(texts[i]); file && i < screens.size())
-                (void)show(backdropsOf(screens[i], backdrops), *file);
+                (void)show(backdropsOf(screens[i], backdrops), *file, backdrops);
         }
     }
 
@@ -189,30 +206,53 @@ private:
         return found;
     }
 
-    static Failure show(const QStringList &backdrops, const QString &file)
+    static Failure show(const QStringList &backdrops, const QString &file, const Backdrops &now)
     {
-        const QMap<QString, QVariant> values = valuesFor(file);
+        QJsonObject state;
+        const QJsonObject values = valuesFor(file);
         for (const QString &backdrop : backdrops) {
-            for (auto value = values.begin(); value != values.end(); ++value) {
-                if (Failure failure = setProperty(backdrop + value.key(), value.value()))
-                    return failure;
-            }
+            for (auto value = values.begin(); value != values.end(); ++value)
+                state[backdrop + value.key()] = value.value();
         }
-        return {};
+        return apply(state, now);
     }
 
-    static void putBack(const QJsonObject &state)
+    // Gives the properties these values; the first that cannot be set does not keep the others.
+    static Failure apply(const QJsonObject &state, const Backdrops &now)
     {
-        constexpr bool kWithThoseBelow = false;
+        QMap<QString, QJsonObject> changes; // by backdrop, then by key
         for (auto each = state.begin(); each != state.end(); ++each) {
-            const ServiceAnswer answer = each.value().isNull()
-                ? call("ResetProperty", {kChannel, each.key(), kWithThoseBelow})
-                : call("SetProperty",
-                       {kChannel, each.key(),
-                        QVariant::fromValue(QDBusVariant(untyped(each.value().toObject())))});
-            if (answer.failure && answer.failure->endsWith(QStringLiteral("does not answer")))
-                return; // nor will it for the others
+            const qsizetype key = each.key().lastIndexOf(u'/') + 1;
+            if (each.value() != typed(now.value(each.key())))
+                changes[each.key().left(key)][each.key().mid(key)] = each.value();
         }
+        Failure first;
+        for (auto each = changes.begin(); each != changes.end(); ++each) {
+            for (const auto &[key, value] : inOrder(each.value(), now.value(each.key() + kStyle))) {
+                const Failure failure = setProperty(each.key() + key, value);
+                if (failure && !first)
+                    first = failure;
+                if (failure && failure->endsWith(QStringLiteral("does not answer")))
+                    return first; // nor will it for the others
+            }
+        }
+        return first;
+    }
+
+    // xfdesktop loads the picture anew at each change, and can crash where one comes while it
+    // loads: so that it loads once, it is told to show none until all else is set.
+    static QList<std::pair<QString, QJsonValue>> inOrder(QJsonObject changes,
+                                                         const QVariant &styleNow)
+    {
+        constexpr int kNone = 0;
+        if (changes.size() == 1)
+            return {{changes.begin().key(), changes.begin().value()}};
+        const QJsonValue style = changes.contains(kStyle) ? changes.take(kStyle) : typed(styleNow);
+        QList<std::pair<QString, QJsonValue>> steps{{kStyle, integer(kNone)}};
+        for (auto change = changes.begin(); change != changes.end(); ++change)
+            steps.append({change.key(), change.value()});
+        steps.append({kStyle, style});
+        return steps;
     }
 };
 

@@ -348,9 +348,7 @@ TEST_F(HttpSessionTest, GivesUpOnATrickleThatIsNeverSilent)
     const test::FaultServer server(m_identity, [](Connection &connection) {
         connection.readRequest();
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
-        do
-            std::this_thread::sleep_for(20ms);
-        while (connection.send("x"));
+        connection.trickle(20ms);
     });
     HttpRequest trickle = request(server.host());
     trickle.total = 500ms;

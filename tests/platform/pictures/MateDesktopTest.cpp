@@ -1,9 +1,5 @@
 // MATE's real daemon, which draws the background where no file manager does.
-#include "platform/pictures/PicturesFixture.h"
-#include "support/VirtualDisplay.h"
-
-#include <QDBusConnectionInterface>
-#include <QDBusReply>
+#include "platform/pictures/WholeDesktopFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -11,42 +7,20 @@ namespace corvella {
 namespace {
 
 using namespace Qt::StringLiterals;
-using test::becomes;
 using test::kBlue;
 using test::kRed;
 
 const QColor kOwn(5, 150, 60);
 
-class MateDesktop : public test::PicturesFixture
+class MateDesktop : public test::WholeDesktopFixture
 {
 protected:
     MateDesktop()
+        : WholeDesktopFixture({500, 200})
     {
-        qputenv("DISPLAY", m_display.display().toLocal8Bit());
         m_store = start(programOf(u"ca.desrt.dconf"_s), u"ca.desrt.dconf"_s);
     }
 
-    std::unique_ptr<test::ChildProcess> start(const QString &program, const QString &service) const
-    {
-        auto process =
-            std::make_unique<test::ChildProcess>(test::Command{program, {}, environment(), {}});
-        EXPECT_TRUE(becomes([&] {
-            return QDBusConnection::sessionBus().interface()->isServiceRegistered(service).value();
-        })) << qPrintable(service);
-        return process;
-    }
-    [[nodiscard]] bool shows(int x, const QColor &colour)
-    {
-        QColor seen;
-        const bool shows = becomes([&] {
-            seen = m_display.client().picture().pixelColor(x, 100);
-            return seen == colour;
-        });
-        EXPECT_TRUE(shows) << "it shows " << qPrintable(seen.name());
-        return shows;
-    }
-
-    test::VirtualDisplay m_display{QSize(500, 200)};
     std::unique_ptr<test::ChildProcess> m_store;
     std::unique_ptr<test::ChildProcess> m_daemon;
     std::unique_ptr<DesktopPictures> m_pictures = DesktopPictures::create(folder());
@@ -63,16 +37,16 @@ TEST_F(MateDesktop, ShowsEachPictureOnItsScreenAndThenTheUsersAgain)
                      .toUtf8());
     output(u"sh"_s, {u"-c"_s, u"dconf load / < \"$0\""_s, settings});
     m_daemon = start(programOf(u"org.mate.SettingsDaemon"_s), u"org.mate.SettingsDaemon"_s);
-    ASSERT_TRUE(shows(10, kOwn));
+    ASSERT_TRUE(shows({10, 100}, kOwn));
     const QStringList texts = present(*m_pictures);
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}), m_noFailures);
-    EXPECT_TRUE(shows(200, kRed));
-    EXPECT_TRUE(shows(50, Qt::black));
-    EXPECT_TRUE(shows(450, kBlue));
+    EXPECT_TRUE(shows({200, 100}, kRed));
+    EXPECT_TRUE(shows({50, 100}, Qt::black));
+    EXPECT_TRUE(shows({450, 100}, kBlue));
     EXPECT_EQ(show(*m_pictures, {picture(u"b"_s, kBlue), picture(u"a"_s, kRed)}), m_noFailures);
-    EXPECT_TRUE(shows(200, kBlue));
+    EXPECT_TRUE(shows({200, 100}, kBlue));
     putBack(*m_pictures, texts);
-    EXPECT_TRUE(shows(10, kOwn));
+    EXPECT_TRUE(shows({10, 100}, kOwn));
 }
 
 } // namespace

@@ -1,9 +1,5 @@
 // Xfce's whole desktop: what is to be seen of its backdrops.
-#include "platform/pictures/PicturesFixture.h"
-#include "support/VirtualDisplay.h"
-
-#include <QDBusConnectionInterface>
-#include <QDBusReply>
+#include "platform/pictures/WholeDesktopFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -11,43 +7,21 @@ namespace corvella {
 namespace {
 
 using namespace Qt::StringLiterals;
-using test::becomes;
 using test::kBlue;
 using test::kRed;
 
-class XfceDesktop : public test::PicturesFixture
+class XfceDesktop : public test::WholeDesktopFixture
 {
 protected:
     XfceDesktop()
+        : WholeDesktopFixture({400, 200})
     {
-        qputenv("DISPLAY", m_display.display().toLocal8Bit());
         m_screens = {{u"screen"_s, QRect(0, 0, 400, 200), 1}}; // as this server calls it
         m_display.startWindowManager();                        // it waits for one
         m_daemon = start(programOf(u"org.xfce.Xfconf"_s), u"org.xfce.Xfconf"_s);
         m_desktop = start(u"xfdesktop"_s, u"org.xfce.xfdesktop"_s);
     }
 
-    std::unique_ptr<test::ChildProcess> start(const QString &program, const QString &service) const
-    {
-        auto process =
-            std::make_unique<test::ChildProcess>(test::Command{program, {}, environment(), {}});
-        EXPECT_TRUE(becomes([&] {
-            return QDBusConnection::sessionBus().interface()->isServiceRegistered(service).value();
-        })) << qPrintable(service);
-        return process;
-    }
-    [[nodiscard]] bool shows(int x, const QColor &colour)
-    {
-        QColor seen;
-        const bool shows = becomes([&] {
-            seen = m_display.client().picture().pixelColor(x, 150);
-            return seen == colour;
-        });
-        EXPECT_TRUE(shows) << "it shows " << qPrintable(seen.name());
-        return shows;
-    }
-
-    test::VirtualDisplay m_display{QSize(400, 200)};
     std::unique_ptr<test::ChildProcess> m_daemon;
     std::unique_ptr<test::ChildProcess> m_desktop;
     std::unique_ptr<DesktopPictures> m_pictures = DesktopPictures::create(folder());
@@ -61,15 +35,15 @@ TEST_F(XfceDesktop, ShowsThePictureFittedAndThenTheUsersAgain)
            {u"-c"_s, u"xfce4-desktop"_s, u"-p"_s,
             u"/backdrop/screen0/monitorscreen/workspace0/last-image"_s, u"-n"_s, u"-t"_s,
             u"string"_s, u"-s"_s, own});
-    ASSERT_TRUE(shows(300, QColor(5, 150, 60)));
+    ASSERT_TRUE(shows({300, 150}, QColor(5, 150, 60)));
     const QStringList texts = present(*m_pictures);
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed)}).first(), std::nullopt);
-    EXPECT_TRUE(shows(290, kRed));
-    EXPECT_TRUE(shows(310, Qt::black));
+    EXPECT_TRUE(shows({290, 150}, kRed));
+    EXPECT_TRUE(shows({310, 150}, Qt::black));
     EXPECT_EQ(show(*m_pictures, {picture(u"b"_s, kBlue)}).first(), std::nullopt);
-    EXPECT_TRUE(shows(290, kBlue));
+    EXPECT_TRUE(shows({290, 150}, kBlue));
     putBack(*m_pictures, texts);
-    EXPECT_TRUE(shows(310, QColor(5, 150, 60)));
+    EXPECT_TRUE(shows({310, 150}, QColor(5, 150, 60)));
 }
 
 } // namespace

@@ -74,6 +74,52 @@ TEST_F(Xfce, ShowsAPictureOnEachScreenFittedAndBlackBeside)
     EXPECT_EQ(rgba.section(u"\n\n"_s, 1), u"0.000000\n0.000000\n0.000000\n1.000000"_s);
 }
 
+// A desktop that is busy with one picture can crash at the next change: it loads one where the
+// picture or its style changes, unless the style is none.
+TEST_F(Xfce, HasEachPictureLoadedOnce)
+{
+    startDaemon();
+    set(property(u"Left"_s, 0, u"last-image"_s), u"string"_s, {u"/home/u/own.jpg"_s});
+    const QStringList own = present(*m_pictures);
+    test::ChildProcess monitor(test::Command{
+        u"xfconf-query"_s, {u"-c"_s, u"xfce4-desktop"_s, u"-m"_s}, environment(), {}});
+    int marks = 0;
+    const auto mark = [&] {
+        const QString name = u"/mark%1"_s.arg(++marks);
+        set(name, u"int"_s, {u"1"_s});
+        return QByteArray(name.toUtf8() + '\n');
+    };
+    ASSERT_TRUE(becomes([&] {
+        mark();
+        return monitor.output().contains("/mark");
+    }));
+    qsizetype seen = monitor.output().size();
+    const auto changesSince = [&] {
+        const QByteArray end = mark();
+        EXPECT_TRUE(becomes([&] { return monitor.output().indexOf(end, seen) >= 0; }));
+        QStringList changes;
+        for (const QByteArray &line : monitor.output().mid(seen).split('\n')) {
+            if (line.contains("/monitorLeft/"))
+                changes << QString::fromUtf8(line.mid(line.lastIndexOf('/') + 1));
+        }
+        seen = monitor.output().size();
+        return changes;
+    };
+    EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
+    const QStringList first = changesSince();
+    EXPECT_EQ(first.count(u"image-style"_s), 2);
+    EXPECT_EQ(first.front(), u"image-style"_s);
+    EXPECT_EQ(first.back(), u"image-style"_s);
+    EXPECT_EQ(first.count(u"last-image"_s), 1);
+    EXPECT_EQ(show(*m_pictures, {picture(u"b"_s, kBlue), std::nullopt}), m_noFailures);
+    EXPECT_EQ(changesSince(), QStringList{u"last-image"_s});
+    putBack(*m_pictures, own);
+    const QStringList last = changesSince();
+    EXPECT_EQ(last.front(), u"image-style"_s);
+    EXPECT_EQ(last.back(), u"image-style"_s);
+    EXPECT_EQ(last.count(u"last-image"_s), 1);
+}
+
 TEST_F(Xfce, ShowsItOnEachWorkspace)
 {
     startDaemon();
@@ -186,7 +232,11 @@ TEST_F(Xfce, SaysWhatTheDaemonSaysAndDoesTheOthers)
                      test::StandInService::Error{u"org.xfce.Xfconf.Error"_s, u"it is locked"_s});
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}),
               (QList<Failure>{u"it is locked"_s, u"it is locked"_s}));
-    EXPECT_EQ(daemon.calls(u"SetProperty"_s).size(), 2);
+    QStringList asked;
+    for (const auto &call : daemon.calls(u"SetProperty"_s))
+        asked << call.arguments.value(1).toString();
+    EXPECT_EQ(asked.count(property(u"Left"_s, 0, u"last-image"_s)), 1);
+    EXPECT_EQ(asked.count(property(u"Right"_s, 0, u"last-image"_s)), 1);
 }
 
 } // namespace

@@ -11,7 +11,6 @@
 #include <gmock/gmock.h>
 #include <random>
 #include <sys/stat.h>
-#include <thread>
 
 namespace corvella {
 namespace {
@@ -623,8 +622,7 @@ TEST_F(UpdaterControllerTest, StopsADownloadThatItsOwnerNoLongerWants)
         if (head.isEmpty())
             return; // the check is through; the download has a connection of its own
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
-        while (connection.send("x"))
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        connection.trickle(std::chrono::milliseconds(10));
         isGone = true;
     });
     m_host = server.host();
