@@ -46,7 +46,7 @@ corvella-defaults delete loops
 [ -z "$(corvella-defaults read loops 2>/dev/null)" ] || fail "loops is still set"
 corvella --selftest >/dev/null || fail "corvella --selftest"
 
-# The steps for a machine of its own that copy files, into a root of our own; the service is one that systemd knows.
+# The steps for a machine of its own that copy files, into a root of our own.
 cd "$top/packaging/kiosk"
 mapfile -t copies < <(commands kiosk.md | sed -n 's/^sudo \(install .*\)$/\1/p')
 [ "${#copies[@]}" -ge 5 ] || fail "the steps have lost their files"

@@ -35,6 +35,13 @@ cmp "$package" "$work/another place/deb/${package##*/}" || fail "two packages of
 bundle=corvella-1.2.3-7-linux-any.tar.gz
 cmp "$work/one/update/$bundle" "$work/another place/update/$bundle" || fail "two bundles of one build"
 
+# A bundle is verified by hand as docs/releasing.md tells.
+cp "$work/key.pem" "$work/one/update/corvella-updates.pem"
+verify=$(sed -nE 's/^    ((openssl pkey .*public\.pem|sed -nE|openssl pkeyutl -verify).*)/\1/p' docs/releasing.md |
+    sed 's/corvella-[0-9][a-z0-9_.-]*\.\(tar\|item\)/corvella-1.2.3-7-linux-any.\1/')
+[ "$(wc -l <<<"$verify")" -eq 3 ] || fail "docs/releasing.md has lost how a bundle is verified"
+(cd "$work/one/update" && bash -euo pipefail -c "$verify" >/dev/null) || fail "a bundle does not verify by hand"
+
 # All may read what the package brings, and it says itself what that is.
 [ "${package##*/}" = "corvella_1.2.3_$(dpkg --print-architecture).deb" ] || fail "the package is called $package"
 dpkg-deb -R "$package" "$work/root"
