@@ -8,8 +8,9 @@ work=$(mktemp -d)
 server=
 trap '[ -z "$server" ] || kill "$server" 2>/dev/null || true; rm -rf "$work"' EXIT
 
-# Small, since drawing is not what is tried here.
-"$build/bin/corvella-sun" host --size 64 --frames 2 --products 171,dem "$work/sun"
+# The guide's command, only small, since drawing is not what is tried here.
+read -ra draw < <(sed -n 's|^    \(corvella-sun host .*\) /srv/sun$|\1|p' "$guide")
+"$build/bin/${draw[0]}" "${draw[@]:1}" --size 64 --frames 2 --products 171,dem "$work/sun"
 
 openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 1 -subj /CN=localhost \
     -addext subjectAltName=DNS:localhost -keyout "$work/key.pem" -out "$work/cert.pem" 2>/dev/null
