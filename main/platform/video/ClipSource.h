@@ -4,27 +4,13 @@
 // Included by this folder's sources and the module's only.
 #pragma once
 
-#include "platform/time/MediaClock.h"
-#include "platform/video/Picture.h"
-
-#include <QString>
+#include "platform/video/VideoFrame.h"
 
 #include <atomic>
 #include <memory>
 #include <variant>
 
 namespace corvella {
-
-// A picture with its place in its lap; times are clip time from the lap's first picture.
-struct VideoFrame
-{
-    Picture picture;
-    MediaTime start{0};
-    MediaTime duration{0};
-    bool isLastOfLap = false;
-    // With the last picture of a file that breaks off early: what is missing. Else empty.
-    QString brokenOff;
-};
 
 // Nothing can be played; the text says why, for the log.
 struct ClipError

@@ -30,16 +30,16 @@ std::optional<FrameQueue::Upcoming> FrameQueue::front()
     return Upcoming{m_ready.front().start, m_ready.front().isLastOfLap};
 }
 
-std::optional<VideoFrame> FrameQueue::take()
+bool FrameQueue::take(VideoFrame &frame)
 {
     const std::lock_guard lock(m_mutex);
     m_starved = m_ready.empty();
     if (m_starved)
-        return std::nullopt;
-    VideoFrame frame = std::move(m_ready.front());
+        return false;
+    frame = std::move(m_ready.front());
     m_ready.pop_front();
     m_changed.notify_all();
-    return frame;
+    return true;
 }
 
 void FrameQueue::restart()
@@ -48,13 +48,6 @@ void FrameQueue::restart()
     m_ready.clear();
     m_restart = true;
     m_starved = true;
-    m_changed.notify_all();
-}
-
-void FrameQueue::startPlaying()
-{
-    const std::lock_guard lock(m_mutex);
-    m_capacity = kCapacity;
     m_changed.notify_all();
 }
 
@@ -114,7 +107,7 @@ bool FrameQueue::waitForRoom()
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] {
         const bool mayDecode = m_goesOnAfterLap || !m_betweenLaps;
-        return m_stopping || m_restart || (mayDecode && m_ready.size() < m_capacity);
+        return m_stopping || m_restart || (mayDecode && m_ready.size() < kCapacity);
     });
     m_betweenLaps = false;
     return !m_stopping;

@@ -47,14 +47,13 @@ void VideoPlayer::play(double rate)
 {
     if (!m_queue)
         return;
-    m_queue->startPlaying();
     if (!m_schedule.isAnchored())
         m_schedule = PlaybackSchedule(rate);
     else if (!m_playing)
         m_schedule.resume(m_clock.now());
     m_rate = rate;
     m_playing = true;
-    if (!m_picture.isNull() && !m_schedule.isAnchored())
+    if (!m_frame.picture.isNull() && !m_schedule.isAnchored())
         m_schedule.anchor(m_clock.now());
     advance();
 }
@@ -77,11 +76,11 @@ void VideoPlayer::seekToStart()
     if (m_ended) {
         // The decoder has gone on into the next lap by itself.
         m_ended = false;
-        m_frameIsLastOfLap = false;
-        m_schedule.nextLap(m_frameEnd);
+        m_frame.isLastOfLap = false;
+        m_schedule.nextLap(m_frame.start + m_frame.duration);
         return;
     }
-    m_frameIsLastOfLap = false;
+    m_frame.isLastOfLap = false;
     m_schedule = PlaybackSchedule(m_rate);
     m_queue->restart();
 }
@@ -96,7 +95,7 @@ void VideoPlayer::clear()
 {
     pause();
     m_queue.reset();
-    m_picture = {};
+    m_frame.picture = {};
 }
 
 void VideoPlayer::setRequest(const PictureRequest &request)
@@ -117,7 +116,7 @@ void VideoPlayer::frameArrived()
         return;
     // Before it plays the first picture is brought up all the same, so that it is ready when it
     // shall.
-    if (!m_playing && m_picture.isNull() && takeFrame())
+    if (!m_playing && m_frame.picture.isNull() && takeFrame())
         Q_EMIT frameDue();
     advance();
 }
@@ -149,11 +148,11 @@ bool VideoPlayer::bringUpDueFrames()
 
 bool VideoPlayer::passLapEnd(MediaTime now)
 {
-    if (!m_frameIsLastOfLap)
+    if (!m_frame.isLastOfLap)
         return true;
     if (m_ended)
         return false;
-    const MediaTime end = m_schedule.due(m_frameEnd);
+    const MediaTime end = m_schedule.due(m_frame.start + m_frame.duration);
     if (end > now) {
         wakeAt(end, now);
         return false;
@@ -166,14 +165,9 @@ bool VideoPlayer::passLapEnd(MediaTime now)
 
 bool VideoPlayer::takeFrame()
 {
-    std::optional<VideoFrame> frame = m_queue->take();
-    if (!frame)
+    const bool isFirst = m_frame.picture.isNull();
+    if (!m_queue->take(m_frame))
         return false;
-    m_frameStart = frame->start;
-    m_frameEnd = frame->start + frame->duration;
-    m_frameIsLastOfLap = frame->isLastOfLap;
-    const bool isFirst = m_picture.isNull();
-    m_picture = std::move(frame->picture);
     m_pictureSerial = ++lastPictureSerial;
     if (isFirst)
         Q_EMIT readyForDisplay();
@@ -183,9 +177,10 @@ bool VideoPlayer::takeFrame()
 void VideoPlayer::announceNearEnd()
 {
     const MediaTime length = m_queue->announcedLength();
-    const bool isNear = m_frameIsLastOfLap
+    const bool isNear = m_frame.isLastOfLap
         || (length > MediaTime(0)
-            && std::chrono::duration_cast<MediaTime>((length - m_frameStart) / m_rate) <= kNearEnd);
+            && std::chrono::duration_cast<MediaTime>((length - m_frame.start) / m_rate)
+                <= kNearEnd);
     if (!isNear || m_nearEndAnnounced)
         return;
     m_nearEndAnnounced = true;

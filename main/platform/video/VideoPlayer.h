@@ -4,8 +4,8 @@
 #pragma once
 
 #include "platform/time/MediaClock.h"
-#include "platform/video/Picture.h"
 #include "platform/video/PlaybackSchedule.h"
+#include "platform/video/VideoFrame.h"
 
 #include <QObject>
 #include <QString>
@@ -48,7 +48,7 @@ public:
     void setRequest(const PictureRequest &request);
 
     // The picture that is up now; null before the first.
-    [[nodiscard]] const Picture &picture() const { return m_picture; }
+    [[nodiscard]] const Picture &picture() const { return m_frame.picture; }
     // Another number for every picture of every player; 0 before the first.
     [[nodiscard]] quint64 pictureSerial() const { return m_pictureSerial; }
 
@@ -80,13 +80,10 @@ private:
     PlaybackSchedule m_schedule;
     QTimer m_timer;
 
-    Picture m_picture;
+    VideoFrame m_frame; // that is up
     quint64 m_pictureSerial = 0;
-    MediaTime m_frameStart{0};
-    MediaTime m_frameEnd{0};
     double m_rate = 1.0;
     bool m_playing = false;
-    bool m_frameIsLastOfLap = false;
     bool m_ended = false;
     bool m_nearEndAnnounced = false;
 

@@ -1,0 +1,21 @@
+// A picture with its place in its lap; times are clip time from the lap's first picture.
+#pragma once
+
+#include "platform/time/MediaClock.h"
+#include "platform/video/Picture.h"
+
+#include <QString>
+
+namespace corvella {
+
+struct VideoFrame
+{
+    Picture picture;
+    MediaTime start{0};
+    MediaTime duration{0};
+    bool isLastOfLap = false;
+    // With the last picture of a file that breaks off early: what is missing. Else empty.
+    QString brokenOff;
+};
+
+} // namespace corvella
