@@ -35,9 +35,11 @@ CardView::CardView(const QString &title, const QWidgetList &widgets)
     stack->setContentsMargins(kInsets);
     stack->setSpacing(kSpacing);
     stack->addWidget(titleLabel(title), 0, Qt::AlignLeading);
-    for (QWidget *widget : widgets)
-        stack->addWidget(widget, 0,
-                         widget->hasHeightForWidth() ? Qt::Alignment() : Qt::AlignLeading);
+    for (QWidget *widget : widgets) {
+        const bool usesWholeLine = widget->hasHeightForWidth()
+            || widget->sizePolicy().horizontalPolicy() == QSizePolicy::Expanding;
+        stack->addWidget(widget, 0, usesWholeLine ? Qt::Alignment() : Qt::AlignLeading);
+    }
 }
 
 void CardView::paintEvent(QPaintEvent * /*event*/)

@@ -1,5 +1,6 @@
 #include "Preferences/ElidedLabel.h"
 
+#include <QEvent>
 #include <QStyle>
 #include <QStylePainter>
 
@@ -18,6 +19,8 @@ ElidedLabel::ElidedLabel(const QString &text)
     : QLabel(text)
 {
     setTextFormat(Qt::PlainText);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    setMaximumWidth(QLabel::sizeHint().width());
 }
 
 QSize ElidedLabel::sizeHint() const
@@ -34,6 +37,13 @@ QSize ElidedLabel::room(int letters) const
 {
     const QSize whole = QLabel::sizeHint();
     return {std::min(whole.width(), fontMetrics().averageCharWidth() * letters), whole.height()};
+}
+
+void ElidedLabel::changeEvent(QEvent *event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        setMaximumWidth(QLabel::sizeHint().width());
 }
 
 void ElidedLabel::paintEvent(QPaintEvent * /*event*/)

@@ -1,5 +1,5 @@
 // A text of one line that ends in an ellipsis where there is no room for all of it; it asks for the
-// room of a name of ordinary length. Main thread only.
+// room of a name of ordinary length, and takes what is left for a longer one. Main thread only.
 #pragma once
 
 #include <QLabel>
@@ -17,6 +17,7 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 protected:
+    void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:

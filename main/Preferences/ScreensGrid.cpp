@@ -16,6 +16,7 @@ namespace {
 constexpr int kColumnSpacing = 8; // points
 constexpr int kRowSpacing = 6;
 constexpr int kSymbol = 14;
+constexpr int kFirstOfAll = 1000; // stretch, beside a 1
 
 QPushButton *shuffleButton(const QString &screenName)
 {
@@ -37,7 +38,10 @@ ScreensGrid::ScreensGrid()
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setHorizontalSpacing(kColumnSpacing);
     m_grid->setVerticalSpacing(kRowSpacing);
-    m_grid->setColumnStretch(0, 1);
+    // All that a name can use is its own; the rest stays empty, behind the row.
+    m_grid->setColumnStretch(0, kFirstOfAll);
+    m_grid->setColumnStretch(3, 1);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
 }
 
 void ScreensGrid::rebuild(const QList<Row> &rows)

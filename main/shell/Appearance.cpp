@@ -67,23 +67,40 @@ public:
             outline(*option, *painter, 0);
         else if (element == PE_PanelButtonCommand || element == PE_FrameLineEdit)
             outline(*option, *painter, kCorner);
+        else if (element == PE_PanelMenu) // around lists that pop up, too
+            outline(*option, *painter, 0, kSeen);
     }
 
-    void drawComplexControl(ComplexControl control, const QStyleOptionComplex *option,
-                            QPainter *painter, const QWidget *widget) const override
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override
     {
-        QProxyStyle::drawComplexControl(control, option, painter, widget);
-        if (control == CC_ComboBox)
-            outline(*option, *painter, kCorner);
+        const auto *const item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
+        const bool isLine = element == CE_MenuItem && item
+            && item->menuItemType == QStyleOptionMenuItem::Separator && item->text.isEmpty();
+        if (!isLine)
+            return QProxyStyle::drawControl(element, option, painter, widget);
+        QRect line(option->rect);
+        line.setTop(line.center().y());
+        line.setHeight(1);
+        painter->fillRect(line.adjusted(kLineInset, 0, -kLineInset, 0),
+                          separatorColour(option->palette));
     }
 
 private:
     static constexpr double kCorner = 2;
+    static constexpr int kLineInset = 5;
+    static constexpr float kSeen = 0.38F;
+    static constexpr float kFaint = 0.15F;
 
     static void outline(const QStyleOption &option, QPainter &painter, double corner)
     {
+        outline(option, painter, corner, option.state & State_Enabled ? kSeen : kFaint);
+    }
+
+    static void outline(const QStyleOption &option, QPainter &painter, double corner, float opacity)
+    {
         QColor light = option.palette.color(QPalette::WindowText);
-        light.setAlphaF(option.state & State_Enabled ? 0.38F : 0.15F);
+        light.setAlphaF(opacity);
         if (option.state & State_HasFocus)
             light = focusColour(option.palette);
         painter.save();

@@ -335,6 +335,11 @@ TEST_F(ControlsTest, ReturnIsStart)
     control("shuffleBox").setFocus();
     QTest::keyClick(&control("shuffleBox"), Qt::Key_Return);
     EXPECT_EQ(m_walls.calls.count(u"show"_s), 2);
+    // A button that has them is pressed itself.
+    control("armButton").setFocus();
+    QTest::keyClick(&control("armButton"), Qt::Key_Return);
+    EXPECT_EQ(m_walls.calls.count(u"show"_s), 2);
+    EXPECT_EQ(m_walls.calls.last(), u"arm"_s);
 }
 
 TEST_F(ControlsTest, OpensWithTheKeysOnNoControl)

@@ -245,6 +245,20 @@ TEST_F(LayoutTest, ALongNameOfAScreenEndsInAnEllipsisAndLeavesTheWindowAsItIs)
     EXPECT_LT(name->width(), QFontMetrics(m_font).horizontalAdvance(name->text()));
 }
 
+// Displays of one model differ at the end of their names.
+TEST_F(LayoutTest, ALongerNameOfAScreenTakesTheRoomThatIsLeft)
+{
+    const QString name = u"DELL U2720Q (DP-1-10)"_s;
+    test::setOffscreenScreens({{name, {0, 0, 1280, 1000}}, {u"L"_s, {1280, 0, 800, 600}}});
+    Settings::setProducts({u"171"_s, u"171"_s});
+    openInFont(m_font);
+    EXPECT_EQ(window().width(), 24 + 400 + 28 + 340 + 24);
+    const QLabel *const label = grid().findChild<QLabel *>();
+    const int whole = QFontMetrics(m_font).horizontalAdvance(name);
+    EXPECT_GE(label->width(), whole);
+    EXPECT_LE(label->width(), whole + 4) << "and no more, or its menu would stand apart";
+}
+
 TEST_F(LayoutTest, SomeNotesAreInSmallerLetters)
 {
     openInFont(m_font);

@@ -56,6 +56,8 @@ protected:
         return lightness > 20 && lightness < 80;
     }
 
+    [[nodiscard]] bool isLight() { return ground().lightness() > 200; }
+
     test::VirtualDisplay m_display{QSize(1200, 800)};
     test::ProgramUnderTest m_program;
 };
@@ -174,13 +176,13 @@ TEST_F(SettingsWindow, ADisplayMayGoWhileItsMenuIsOpen)
 TEST_F(SettingsWindow, IsAsDarkAsTheUserWants)
 {
     m_program.start();
-    EXPECT_TRUE(becomes([this] { return ground().lightness() > 200; }));
+    EXPECT_TRUE(becomes([this] { return isLight(); }));
     m_program.configure({{u"appearance"_s, u"dark"_s}});
     m_program.start();
     EXPECT_TRUE(becomes([this] { return isDark(); }));
 }
 
-TEST_F(SettingsWindow, IsDarkWhereTheDesktopsPortalSaysSo)
+TEST_F(SettingsWindow, IsDarkWhileTheDesktopsPortalSaysSo)
 {
     const auto scheme = [](uint number) {
         return QVariant::fromValue(QDBusVariant(QVariant::fromValue(number)));
@@ -191,6 +193,17 @@ TEST_F(SettingsWindow, IsDarkWhereTheDesktopsPortalSaysSo)
     m_program.setSessionBus(bus);
     m_program.start();
     EXPECT_TRUE(becomes([this] { return isDark(); }));
+    const auto choose = [&](uint number) {
+        portal.tell(u"/org/freedesktop/portal/desktop"_s, u"org.freedesktop.portal.Settings"_s,
+                    u"SettingChanged"_s,
+                    {u"org.freedesktop.appearance"_s, u"color-scheme"_s, scheme(number)});
+    };
+    choose(2);
+    EXPECT_TRUE(becomes([this] { return isLight(); }));
+    choose(1);
+    EXPECT_TRUE(becomes([this] { return isDark(); }));
+    choose(0);
+    EXPECT_TRUE(becomes([this] { return isLight(); }));
     // What the user wants of this program alone comes first.
     m_program.configure({{u"appearance"_s, u"dark"_s}});
     portal.setAnswer(u"Read"_s, QVariantList{QVariant::fromValue(QDBusVariant(scheme(2)))});

@@ -5,6 +5,7 @@
 #include "support/QtPrinting.h"
 
 #include <QApplication>
+#include <QMenu>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyle>
@@ -90,6 +91,51 @@ TEST_F(AppearanceTest, ControlsHaveOutlinesThatAreSeenInTheDark)
     const QColor focused = outlineOfCheckBox(QStyle::State_HasFocus);
     EXPECT_GE(focused.lightness(), plain.lightness()) << "which has the keys is seen, too";
     EXPECT_GT(focused.saturation(), plain.saturation() + 50) << "in colour";
+}
+
+// What a control of this height and width looks like at the middle of its left edge.
+template <typename Draw> QColor leftEdge(const Draw &draw)
+{
+    QImage image(80, 24, QImage::Format_RGB32);
+    image.fill(QApplication::palette().color(QPalette::Base));
+    QPainter painter(&image);
+    draw(painter);
+    return image.pixelColor(0, 12);
+}
+
+TEST_F(AppearanceTest, PopupsAndButtonsHaveOutlinesOfOneBrightnessInTheDark)
+{
+    setAppearance(Appearance::dark);
+    const QStyle *const style = QApplication::style();
+    QStyleOptionButton button;
+    QStyleOptionComboBox popup;
+    for (QStyleOption *option :
+         {static_cast<QStyleOption *>(&button), static_cast<QStyleOption *>(&popup)}) {
+        option->rect = QRect(0, 0, 80, 24);
+        option->palette = QApplication::palette();
+        option->state = QStyle::State_Enabled;
+    }
+    EXPECT_EQ(leftEdge([&](QPainter &painter) {
+                  style->drawComplexControl(QStyle::CC_ComboBox, &popup, &painter);
+              }),
+              leftEdge([&](QPainter &painter) {
+                  style->drawPrimitive(QStyle::PE_PanelButtonCommand, &button, &painter);
+              }));
+}
+
+TEST_F(AppearanceTest, MenusStandOutFromWhatTheyLieOnInTheDark)
+{
+    setAppearance(Appearance::dark);
+    QMenu menu;
+    menu.addAction(u"one"_s);
+    QAction *const line = menu.addSeparator();
+    menu.addAction(u"two"_s);
+    menu.resize(menu.sizeHint());
+    const QImage picture = menu.grab().toImage();
+    const auto lightness = [&picture](QPoint at) { return picture.pixelColor(at).lightness(); };
+    const int ground = lightness({2, 2});
+    EXPECT_GT(lightness({0, picture.height() / 2}), ground + 40);
+    EXPECT_GT(lightness(menu.actionGeometry(line).center()), ground + 15);
 }
 
 // Its first line cannot be chosen, and says what the program is doing.

@@ -40,6 +40,8 @@ DarkPreference::DarkPreference()
     auto *const owners =
         new QDBusServiceWatcher(kPortal, bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(owners, &QDBusServiceWatcher::serviceRegistered, this, &DarkPreference::ask);
+    // Qt finds the slot's type by its name, and else connects nothing.
+    qRegisterMetaType<QDBusVariant>();
     bus.connect(kPortal, kPath, kSettings, QStringLiteral("SettingChanged"), this,
                 SLOT(take(QString, QString, QDBusVariant)));
     ask();
