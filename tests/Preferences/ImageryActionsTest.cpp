@@ -202,6 +202,18 @@ TEST_F(ImageryActionsTest, UpdatingNowAsksTheHostAndSetsThePictures)
     EXPECT_THAT(m_desktopCalls, Contains(u"show"_s));
 }
 
+TEST_F(ImageryActionsTest, AnUpdateThatEndsAfterTheDesktopWasTurnedOffLeavesItOff)
+{
+    serve(QString::fromLatin1(kSlow));
+    Settings::setDesktop(true);
+    open();
+    click("desktopNow");
+    click("desktopBox");
+    EXPECT_TRUE(test::becomes([] { return isEnabled("startButton"); }));
+    EXPECT_FALSE(isEnabled("desktopNow"));
+    EXPECT_TRUE(m_desktop->finish(test::kGenerous));
+}
+
 TEST_F(ImageryActionsTest, TheDesktopBoxShowsWhatIsOnDiskAtOnce)
 {
     serve();

@@ -138,6 +138,8 @@ TEST_F(LayoutTest, WidthsAreAsWritten)
     openInFont(m_font);
     EXPECT_EQ(control("idleField").width(), 44);
     EXPECT_EQ(control("loopsField").width(), 44);
+    for (const char *field : {"idleField", "loopsField"})
+        EXPECT_TRUE(control<QLineEdit>(field).alignment().testFlag(Qt::AlignRight)) << field;
     EXPECT_EQ(popup(0).width(), 168);
     EXPECT_EQ(popup(1).width(), 168);
     EXPECT_EQ(popup(1).x(), popup(0).x());
