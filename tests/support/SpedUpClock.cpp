@@ -115,22 +115,25 @@ extern "C" int ppoll(pollfd *files, nfds_t count, const timespec *limit, const s
     return pollFor(files, count, limit, signals);
 }
 
-extern "C" int __ppoll_chk(pollfd *files, nfds_t count, const timespec *limit,
-                           const sigset_t *signals, size_t /*size*/)
-{
-    return pollFor(files, count, limit, signals);
-}
-
 extern "C" int poll(pollfd *files, nfds_t count, int milliseconds)
 {
     const timespec limit = timespecOf(milliseconds * kNanosecondsPerMillisecond);
     return pollFor(files, count, milliseconds < 0 ? nullptr : &limit, nullptr);
 }
 
+// What poll() and ppoll() become where the C library checks the size of the list.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" int __ppoll_chk(pollfd *files, nfds_t count, const timespec *limit,
+                           const sigset_t *signals, size_t /*size*/)
+{
+    return pollFor(files, count, limit, signals);
+}
+
 extern "C" int __poll_chk(pollfd *files, nfds_t count, int milliseconds, size_t /*size*/)
 {
     return poll(files, count, milliseconds);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 extern "C" int pthread_cond_clockwait(pthread_cond_t *condition, pthread_mutex_t *mutex,
                                       clockid_t clock, const timespec *until)
@@ -142,8 +145,8 @@ extern "C" int pthread_cond_clockwait(pthread_cond_t *condition, pthread_mutex_t
     return next(condition, mutex, clock, &real);
 }
 
-// Which clock such a condition was made for cannot be asked; a machine that has been up since
-// before the real clock's first year is none.
+// Which clock such a condition goes by cannot be asked. The moment tells: the real clock is at one
+// that is far later than any machine has been up.
 extern "C" int pthread_cond_timedwait(pthread_cond_t *condition, pthread_mutex_t *mutex,
                                       const timespec *until)
 {
