@@ -11,7 +11,7 @@ build_packages="g++ cmake ninja-build pkg-config ccache qt6-base-dev qt6-base-pr
 virtual_display_packages="xvfb imagemagick"
 # The real servers, managers and tools that the tests run the program against.
 test_packages="libgtest-dev libgmock-dev $virtual_display_packages xserver-xorg-core
-    xserver-xorg-video-dummy x11-xserver-utils xdotool libxcb-xtest0-dev openbox sway swayidle grim wtype dbus-daemon at-spi2-core
+    xserver-xorg-video-dummy x11-xserver-utils xdotool libxcb-res0-dev libxcb-xtest0-dev openbox sway swayidle grim wtype dbus-daemon at-spi2-core
     libssl-dev openssl libzbar-dev nginx xscreensaver
     swaybg dconf-service dconf-gsettings-backend dconf-cli gsettings-desktop-schemas mate-desktop-common
     cinnamon-desktop-data xfconf libxfconf-0-3 pcmanfm-qt duktape x11-utils

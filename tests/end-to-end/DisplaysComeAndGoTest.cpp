@@ -260,6 +260,22 @@ TEST_F(DisplaysComeAndGo, WallsFollowOneLayoutAfterTheOther)
     EXPECT_TRUE(m_program.process().isRunning());
 }
 
+// The pointer that is hidden over them, too.
+TEST_F(DisplaysComeAndGo, LeaveNothingInTheServer)
+{
+    const auto held = [this] { return m_server->client().heldBy(m_program.process().id()); };
+    startOn({kFirst, kSecond});
+    EXPECT_TRUE(becomes([&] { return held()[u"XFixesCursorHideCount"_s] == 1; }));
+    const QMap<QString, double> before = held();
+    for (int i = 0; i < 2; ++i) {
+        pullOut(kSecond);
+        ASSERT_TRUE(becomes([this] { return areCovered({kFirst}); }));
+        plugIn(kSecond);
+        ASSERT_TRUE(becomes([this] { return areCovered({kFirst, kSecond}); }));
+    }
+    EXPECT_TRUE(becomes([&] { return held() == before; }));
+}
+
 TEST_F(DisplaysComeAndGo, NobodyMindsWhileNoWallIsUp)
 {
     m_program.configure({{u"mode"_s, u"saver"_s}});

@@ -23,6 +23,10 @@ mount --bind "$4" "$4"
 mount -o remount,bind,ro "$4"
 )";
 
+constexpr const char *kLayGraphicsDevice = R"(
+touch "$1/nvidiactl"
+)";
+
 constexpr const char *kMountBareDevices = R"(
 for device in null zero random urandom; do
     touch "$1/$device"
@@ -42,6 +46,8 @@ QString AlteredMachine::script() const
         script += QString::fromLatin1(kMountEmptyFolder);
     if (!m_readOnlyFolder.isEmpty())
         script += QString::fromLatin1(kMountReadOnlyFolder);
+    if (m_pretendsGraphics)
+        script += QString::fromLatin1(kLayGraphicsDevice);
     if (!m_hasDevices)
         script += QString::fromLatin1(kMountBareDevices);
     return script + QStringLiteral("shift 4\nexec \"$@\"\n");

@@ -15,6 +15,12 @@ public:
     void setJournal(const QString &folder) { m_journal = folder; }
     // There are no devices but the few that every program needs: no graphics, no framebuffer.
     void removeDevices() { m_hasDevices = false; }
+    // There are no devices but those, and one that says there is a graphics processor.
+    void pretendGraphicsProcessor()
+    {
+        m_hasDevices = false;
+        m_pretendsGraphics = true;
+    }
     // Nothing is in this folder, of which there is one at most.
     void emptyFolder(const QString &path) { m_emptyFolder = path; }
     // Nobody, not even root, can write below this folder, of which there is one at most.
@@ -32,6 +38,7 @@ private:
     QString m_emptyFolder;
     QString m_readOnlyFolder;
     bool m_hasDevices = true;
+    bool m_pretendsGraphics = false;
     bool m_hasNetwork = true;
     QTemporaryDir m_folder; // to build in
 };

@@ -1,7 +1,9 @@
 #include "support/PrivateBus.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDBusReply>
 #include <QFile>
 
@@ -57,6 +59,23 @@ void PrivateBus::offerToStart(const QString &service) const
     EXPECT_TRUE(becomes(
         [&] { return bus.interface()->activatableServiceNames().value().contains(service); }));
     QDBusConnection::disconnectFromBus(connection);
+}
+
+int PrivateBus::matchRules() const
+{
+    const QString connection = QStringLiteral("match-rules");
+    QDBusConnection bus = QDBusConnection::connectToBus(m_address, connection);
+    const QDBusMessage answer = bus.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Debug.Stats"), QStringLiteral("GetAllMatchRules")));
+    EXPECT_EQ(answer.type(), QDBusMessage::ReplyMessage) << answer.errorMessage().toStdString();
+    QDBusConnection::disconnectFromBus(connection);
+    const auto rules =
+        qdbus_cast<QMap<QString, QStringList>>(answer.arguments().value(0).value<QDBusArgument>());
+    int count = 0;
+    for (const QStringList &ofOne : rules)
+        count += static_cast<int>(ofOne.size());
+    return count;
 }
 
 QString PrivateBus::startedFile() const

@@ -24,6 +24,10 @@ public:
     // Whether it did.
     [[nodiscard]] bool wasAskedToStartAny() const;
 
+    // How many rules there are by which the bus chooses what it tells to whom, of all that are
+    // connected.
+    [[nodiscard]] int matchRules() const;
+
     // It hangs: takes what comes and answers nothing, until it goes on.
     void hang() { m_daemon->signal(SIGSTOP); }
     void goOn() { m_daemon->signal(SIGCONT); }

@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <xcb/res.h>
 #include <xcb/screensaver.h>
 #include <xcb/xcb.h>
 
@@ -25,6 +27,8 @@ constexpr int kDeepestFrame = 2;
 constexpr uint32_t kLongestProperty = 1024; // in units of four bytes
 
 } // namespace
+
+const QString XClient::kPixmapBytes = QStringLiteral("bytes of pixmaps");
 
 void XClient::Disconnect::operator()(xcb_connection_t *connection) const
 {
@@ -86,6 +90,56 @@ quint32 XClient::atom(const char *name) const
     const auto cookie = xcb_intern_atom(server, 1, static_cast<uint16_t>(std::strlen(name)), name);
     const ReplyOf<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(server, cookie, nullptr));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+QString XClient::nameOf(quint32 atom) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const ReplyOf<xcb_get_atom_name_reply_t> reply(
+        xcb_get_atom_name_reply(server, xcb_get_atom_name(server, atom), nullptr));
+    return reply ? QString::fromLatin1(xcb_get_atom_name_name(reply.get()),
+                                       xcb_get_atom_name_name_length(reply.get()))
+                 : QString();
+}
+
+QList<quint32> XClient::clientsOf(qint64 process) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    const xcb_res_client_id_spec_t all{0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const ReplyOf<xcb_res_query_client_ids_reply_t> reply(
+        xcb_res_query_client_ids_reply(server, xcb_res_query_client_ids(server, 1, &all), nullptr));
+    QList<quint32> clients;
+    if (!reply)
+        return clients;
+    for (auto id = xcb_res_query_client_ids_ids_iterator(reply.get()); id.rem > 0;
+         xcb_res_client_id_value_next(&id)) {
+        if (xcb_res_client_id_value_value_length(id.data) > 0
+            && *xcb_res_client_id_value_value(id.data) == process)
+            clients << id.data->spec.client;
+    }
+    return clients;
+}
+
+QMap<QString, double> XClient::heldBy(qint64 process) const
+{
+    xcb_connection_t *const server = m_connection.get();
+    QMap<QString, double> held;
+    for (const quint32 client : clientsOf(process)) {
+        const ReplyOf<xcb_res_query_client_resources_reply_t> resources(
+            xcb_res_query_client_resources_reply(
+                server, xcb_res_query_client_resources(server, client), nullptr));
+        const ReplyOf<xcb_res_query_client_pixmap_bytes_reply_t> pixmaps(
+            xcb_res_query_client_pixmap_bytes_reply(
+                server, xcb_res_query_client_pixmap_bytes(server, client), nullptr));
+        if (!resources || !pixmaps)
+            return {};
+        const xcb_res_type_t *const types = xcb_res_query_client_resources_types(resources.get());
+        for (int i = 0; i < xcb_res_query_client_resources_types_length(resources.get()); ++i)
+            held[nameOf(types[i].resource_type)] += types[i].count;
+        held[kPixmapBytes] +=
+            pixmaps->bytes + std::ldexp(static_cast<double>(pixmaps->bytes_overflow), 32);
+    }
+    return held;
 }
 
 QByteArray XClient::property(quint32 window, const char *name) const

@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QImage>
 #include <QList>
+#include <QMap>
 #include <QRect>
 #include <QString>
 
@@ -67,6 +68,11 @@ public:
     void resizeWindow(quint32 window, QSize size);
     void closeWindow(quint32 window);
 
+    // What a process of this machine holds in the server: how many of each type, by the server's
+    // own names ("WINDOW", "PIXMAP"), and how many bytes its pixmaps take.
+    [[nodiscard]] QMap<QString, double> heldBy(qint64 process) const;
+    static const QString kPixmapBytes;
+
     // Whether the server's own saver blanks the screen.
     [[nodiscard]] bool isBlanked() const;
     // Whether a window manager is at work.
@@ -81,6 +87,9 @@ private:
     // None when the window is not visible.
     [[nodiscard]] std::optional<XWindow> describe(quint32 window) const;
     [[nodiscard]] quint32 atom(const char *name) const; // none where nobody has used the name
+    [[nodiscard]] QString nameOf(quint32 atom) const;
+    // The connections of a process, by the base of what they number.
+    [[nodiscard]] QList<quint32> clientsOf(qint64 process) const;
     [[nodiscard]] QList<quint32> numbers(quint32 window, const char *property) const;
     [[nodiscard]] QByteArray property(quint32 window, const char *name) const;
 

@@ -17,7 +17,8 @@ public:
 
     // Its display, such as ":3".
     [[nodiscard]] const QString &display() const { return m_display; }
-    [[nodiscard]] XClient &client() { return *m_client; }
+    [[nodiscard]] XClient &client() const { return *m_client; }
+    [[nodiscard]] qint64 id() const { return m_server->id(); }
 
     // Plugs a monitor in at this place, or pulls one out again. Names are the server's own; see
     // there.

@@ -1,0 +1,19 @@
+// What a running program holds of its machine, as far as it can be counted from outside.
+#pragma once
+
+#include <QMap>
+#include <QString>
+
+namespace corvella::test {
+
+class PrivateBus;
+class XServer;
+
+// By name, each in the unit that its name tells. What the X server, and the bus, hold for it is
+// counted with it.
+using Holdings = QMap<QString, double>;
+
+// Fails the test when one of them cannot be asked. Main thread only.
+[[nodiscard]] Holdings holdingsOf(qint64 process, const XServer &server, const PrivateBus &bus);
+
+} // namespace corvella::test
