@@ -23,10 +23,7 @@ namespace corvella::test {
 class PicturesFixture : public testing::Test
 {
 protected:
-    PicturesFixture()
-    {
-        qputenv("XDG_RUNTIME_DIR", m_home.path().toLocal8Bit());
-    }
+    PicturesFixture() { qputenv("XDG_RUNTIME_DIR", m_home.path().toLocal8Bit()); }
 
     // A picture of one colour, which is as high as it is wide.
     QString picture(const QString &name, const QColor &colour) const
