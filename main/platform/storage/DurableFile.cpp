@@ -84,7 +84,7 @@ FileDescriptor openAlone(const QByteArray &name)
 {
     for (;;) {
         FileDescriptor file(::open(name.constData(),
-                                   O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
+                                   O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
         if (!file.isOpen())
             return file;
         if (!lockAlone(file.get()))
@@ -97,9 +97,11 @@ FileDescriptor openAlone(const QByteArray &name)
 void keepPermissions(const QByteArray &from, const FileDescriptor &to)
 {
     struct stat before = {};
-    // A failure leaves the ordinary permissions of a new file, with which it can be read all the
-    // same.
-    if (::stat(from.constData(), &before) == 0)
+    if (::stat(from.constData(), &before) != 0)
+        return;
+    // An administrator's shell may change a user's settings; they stay the user's. A failure leaves
+    // the permissions of a new file, with which the writer can read it all the same.
+    if (::fchown(to.get(), before.st_uid, before.st_gid) == 0)
         (void)::fchmod(to.get(), before.st_mode & kPermissionBits);
 }
 

@@ -6,7 +6,8 @@
 // In every call: a failure leaves the file at `path` as it was. The folder of `path` must exist.
 // The new content waits under `path` + ".tmp" until it is whole; writers of one path take turns by
 // themselves, also between processes. A symbolic link at `path` stays and what it points to is
-// replaced; permission bits stay too.
+// replaced; owner and permission bits stay too. A new file is its writer's alone, whatever the
+// umask.
 #pragma once
 
 #include "platform/storage/FileDescriptor.h"

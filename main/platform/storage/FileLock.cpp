@@ -28,7 +28,7 @@ std::optional<FileLock> FileLock::acquire(const QString &path,
                                           std::chrono::milliseconds longestWait)
 {
     const QByteArray name = QFile::encodeName(path);
-    FileDescriptor file(::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+    FileDescriptor file(::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
     // Made by another user (an administrator's shell), it may be open to us for reading only, which
     // locks as well.
     if (!file.isOpen() && errno == EACCES) {

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace corvella {
@@ -54,6 +55,42 @@ TEST_F(DurableFileTest, KeepsThePermissionBits)
     ASSERT_TRUE(QFile::setPermissions(m_path, ownerOnly));
     EXPECT_TRUE(DurableFile::write(m_path, "secret too").isOk());
     EXPECT_FALSE(QFile::permissions(m_path) & (QFile::ReadGroup | QFile::ReadOther));
+}
+
+TEST_F(DurableFileTest, MakesFilesForTheUserAloneWhateverTheUmask)
+{
+    for (const mode_t umask : {0U, 022U, 077U}) {
+        const mode_t before = ::umask(umask);
+        const QString path = m_home.path(QString::number(umask));
+        EXPECT_TRUE(DurableFile::write(path, "secret").isOk());
+        ::umask(before);
+        struct stat status = {};
+        ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, 0600U) << "umask " << umask;
+    }
+}
+
+TEST_F(DurableFileTest, LeavesAFileItsOwner)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only an administrator can change another's files";
+    constexpr uid_t kSomebody = 65534;
+    m_home.write(m_path, "old");
+    ASSERT_EQ(::chown(QFile::encodeName(m_path).constData(), kSomebody, kSomebody), 0);
+    EXPECT_TRUE(DurableFile::write(m_path, "new").isOk());
+    struct stat status = {};
+    ASSERT_EQ(::stat(QFile::encodeName(m_path).constData(), &status), 0);
+    EXPECT_EQ(status.st_uid, kSomebody);
+    EXPECT_EQ(status.st_gid, kSomebody);
+}
+
+TEST_F(DurableFileTest, WritesThroughNoLinkThatStandsAtTheTemporaryName)
+{
+    const QString foreign = m_home.path(QStringLiteral("foreign"));
+    m_home.write(foreign, "theirs");
+    ASSERT_TRUE(QFile::link(foreign, m_path + QStringLiteral(".tmp")));
+    EXPECT_FALSE(DurableFile::write(m_path, "ours").isOk());
+    EXPECT_EQ(m_home.read(foreign), QByteArray("theirs"));
 }
 
 TEST_F(DurableFileTest, ReplacesWhatASymbolicLinkPointsTo)

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 namespace corvella {
 namespace {
@@ -36,6 +37,18 @@ TEST(FileLockTest, CanBeTakenAgainWithTheFileOfBefore)
     const QString path = home.path(QStringLiteral("lock"));
     EXPECT_TRUE(FileLock::acquire(path));
     EXPECT_TRUE(FileLock::acquire(path));
+}
+
+TEST(FileLockTest, IsNothingThatOthersCanWriteToWhateverTheUmask)
+{
+    const test::TemporaryHome home;
+    const QString path = home.path(QStringLiteral("lock"));
+    const mode_t before = ::umask(0);
+    EXPECT_TRUE(FileLock::acquire(path));
+    ::umask(before);
+    struct stat status = {};
+    ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0644U);
 }
 
 TEST(FileLockTest, GivesUpOnAHolderThatDoesNotLetGo)

@@ -79,10 +79,12 @@ TEST_F(StandardFoldersTest, ListTheMachinesFoldersTheMostImportantFirst)
     EXPECT_EQ(StandardFolders::machineConfig(), etc);
 }
 
-TEST_F(StandardFoldersTest, AreMadeForTheUserAlone)
+TEST_F(StandardFoldersTest, AreMadeForTheUserAloneWhateverTheUmask)
 {
     const QString folder = m_home.path(QStringLiteral("one/two"));
+    const mode_t before = ::umask(0);
     EXPECT_TRUE(StandardFolders::make(folder).isOk());
+    ::umask(before);
     for (const QString &made : {folder, m_home.path(QStringLiteral("one"))}) {
         struct stat status = {};
         ASSERT_EQ(::stat(QFile::encodeName(made).constData(), &status), 0);
@@ -94,6 +96,18 @@ TEST_F(StandardFoldersTest, MayBeThereAlready)
 {
     EXPECT_TRUE(StandardFolders::make(m_home.path()).isOk());
     EXPECT_TRUE(StandardFolders::make(QStringLiteral("/")).isOk());
+}
+
+TEST_F(StandardFoldersTest, KeepTheModeThatTheirOwnerGaveThem)
+{
+    const QString folder = m_home.path(QStringLiteral("shared"));
+    const QByteArray name = QFile::encodeName(folder);
+    ASSERT_EQ(::mkdir(name.constData(), 0700), 0);
+    ASSERT_EQ(::chmod(name.constData(), 0755), 0);
+    EXPECT_TRUE(StandardFolders::make(folder).isOk());
+    struct stat status = {};
+    ASSERT_EQ(::stat(name.constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0755U);
 }
 
 TEST_F(StandardFoldersTest, CannotBeMadeWhereAFileIs)
