@@ -44,24 +44,24 @@ verify=$(sed -nE 's/^    ((openssl pkey .*public\.pem|sed -nE|openssl pkeyutl -v
 
 # All may read what the package brings, and it says itself what that is.
 [ "${package##*/}" = "corvella_1.2.3_$(dpkg --print-architecture).deb" ] || fail "the package is called $package"
-dpkg-deb -R "$package" "$work/root"
-private=$(find "$work/root/usr" ! -type l ! -perm -u=rw,go=r)
+dpkg-deb -R "$package" "$work/unpacked"
+private=$(find "$work/unpacked/usr" ! -type l ! -perm -u=rw,go=r)
 [ -z "$private" ] || fail "not for all to read: $private"
-(cd "$work/root" && md5sum --quiet -c DEBIAN/md5sums) || fail "its sums"
-size=$(sed -n 's/^Installed-Size: //p' "$work/root/DEBIAN/control")
-bytes=$(find "$work/root/usr" -type f -printf '%s\n' | awk '{ sum += $1 } END { print sum }')
-entries=$(find "$work/root/usr" | wc -l)
+(cd "$work/unpacked" && md5sum --quiet -c DEBIAN/md5sums) || fail "its sums"
+size=$(sed -n 's/^Installed-Size: //p' "$work/unpacked/DEBIAN/control")
+bytes=$(find "$work/unpacked/usr" -type f -printf '%s\n' | awk '{ sum += $1 } END { print sum }')
+entries=$(find "$work/unpacked/usr" | wc -l)
 [ "$size" -ge $((bytes / 1024)) ] && [ "$size" -le $((bytes / 1024 + entries)) ] || fail "it is $bytes bytes, and says $size KiB"
 # Programs lie outside of share, and every link leads somewhere.
-misplaced=$(find "$work/root/usr/share" -type f -exec sh -c 'head -c 4 "$1" | grep -q ELF' _ {} \; -print)
+misplaced=$(find "$work/unpacked/usr/share" -type f -exec sh -c 'head -c 4 "$1" | grep -q ELF' _ {} \; -print)
 [ -z "$misplaced" ] || fail "a program below share: $misplaced"
-dangling=$(find "$work/root/usr" -xtype l)
+dangling=$(find "$work/unpacked/usr" -xtype l)
 [ -z "$dangling" ] || fail "a link to nowhere: $dangling"
-[ -x "$work/root/usr/libexec/xscreensaver/corvella-saver" ] || fail "the screen savers' link"
-[ -x "$work/root/usr/share/corvella/PlugIns/Corvella.saver/Contents/bin/corvella-saver" ] || fail "the saver's bundle"
+[ -x "$work/unpacked/usr/libexec/xscreensaver/corvella-saver" ] || fail "the screen savers' link"
+[ -x "$work/unpacked/usr/share/corvella/PlugIns/Corvella.saver/Contents/bin/corvella-saver" ] || fail "the saver's bundle"
 
 # The pages that come with it name no page that does not.
 while IFS=: read -r page target; do
     [ -e "$(dirname "$page")/$target" ] || fail "$page: there is no $target"
-done < <(grep -oHE '\]\([^):#]+' "$work"/root/usr/share/doc/corvella/*.md | sed 's/](//')
+done < <(grep -oHE '\]\([^):#]+' "$work"/unpacked/usr/share/doc/corvella/*.md | sed 's/](//')
 exit $failed

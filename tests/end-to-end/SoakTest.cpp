@@ -112,13 +112,6 @@ protected:
         m_time.take(m_program);
     }
 
-    void SetUp() override
-    {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "a sanitizer keeps memory and descriptors of its own";
-#endif
-    }
-
     // Reads on in the log, and looks at the walls.
     void watch()
     {
