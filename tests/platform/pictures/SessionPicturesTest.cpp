@@ -131,8 +131,9 @@ TEST_F(SessionPictures, WaitsNoMoreWhenTheProgramEnds)
 TEST_F(SessionPictures, PutsBackWhereItWasRemembered)
 {
     const auto daemon = startXfce();
-    putBack(*m_pictures, {stateText(u"xfce"_s, {{u"/backdrop/x"_s, QJsonValue::Null}})});
-    EXPECT_EQ(daemon->calls(u"ResetProperty"_s).value(0).arguments.value(1), u"/backdrop/x"_s);
+    const QJsonObject own{{u"s"_s, u"/home/u/own.jpg"_s}};
+    putBack(*m_pictures, {stateText(u"xfce"_s, {{u"/backdrop/x"_s, own}})});
+    EXPECT_EQ(daemon->calls(u"SetProperty"_s).value(0).arguments.value(1), u"/backdrop/x"_s);
 }
 
 TEST_F(SessionPictures, ABusThatHangsIsSoonGivenUp)
