@@ -80,11 +80,11 @@ bool isStillNamed(const FileDescriptor &file, const QByteArray &name)
 // Opens the temporary file for this writer alone, emptied of what a crash may have left in it;
 // closed on failure, with errno set. It must not be truncated before it is locked: until then it is
 // another writer's.
-FileDescriptor openAlone(const QByteArray &name)
+FileDescriptor openAlone(const QByteArray &name, mode_t mode)
 {
     for (;;) {
         FileDescriptor file(::open(name.constData(),
-                                   O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+                                   O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode));
         if (!file.isOpen())
             return file;
         if (!lockAlone(file.get()))
@@ -132,10 +132,10 @@ QString resolved(const QString &path)
 
 } // namespace
 
-PendingFile::PendingFile(const QString &path)
+PendingFile::PendingFile(const QString &path, mode_t mode)
     : m_path(resolved(path))
     , m_temporary(QFile::encodeName(m_path + kTemporarySuffix))
-    , m_file(openAlone(m_temporary))
+    , m_file(openAlone(m_temporary, mode))
 {
     if (m_file.isOpen())
         keepPermissions(QFile::encodeName(m_path), m_file);
@@ -195,7 +195,10 @@ FileResult copy(const QString &source, const QString &path)
         ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!from.isOpen())
         return lastError();
-    PendingFile file(path);
+    struct stat original = {};
+    if (::fstat(from.get(), &original) != 0)
+        return lastError();
+    PendingFile file(path, original.st_mode & kPermissionBits);
     std::array<char, 1 << 16> buffer;
     for (;;) {
         const ssize_t got = ::read(from.get(), buffer.data(), buffer.size());

@@ -44,7 +44,7 @@ class PendingFile
 {
 public:
     // Waits for its turn; a failure shows itself in the calls below.
-    explicit PendingFile(const QString &path);
+    explicit PendingFile(const QString &path, mode_t mode = 0600); // of a new file
     ~PendingFile();
     PendingFile(const PendingFile &) = delete;
     PendingFile &operator=(const PendingFile &) = delete;
@@ -70,7 +70,7 @@ namespace DurableFile {
 // Makes `bytes` the content of `path`.
 FileResult write(const QString &path, const QByteArray &bytes, Flush flush = Flush::first);
 
-// Makes `path` a copy of the plain file `source`.
+// Makes `path` a copy of the plain file `source`; a new one has its permission bits.
 FileResult copy(const QString &source, const QString &path);
 
 // Removes the temporary files that writers which crashed have left in a folder, and links and pipes
