@@ -39,7 +39,7 @@ sub expect {
 my $text = qr/"((?:[^"\\]|\\.)*)"/;
 my $literal = qr/(?:QStringLiteral\(\s*|\bu)$text/;
 # What an argument of log() is made by, where there is no literal in it: its texts begin with a subject.
-my $made_elsewhere = qr/^\((?:const QString &message|message|start \+.*|sayingOf\(.*|url \+.*)\)$/s;
+my $made_elsewhere = qr/^\((?:const QString &message|message|line|\*failure|start \+.*|sayingOf\(.*|url \+.*)\)$/s;
 my ($calls, $reasons) = (0, 0);
 
 sub check {
