@@ -63,4 +63,8 @@ done
 # What the service starts is where the steps put it.
 grep -q "^ExecStart=sway --config /etc/corvella-kiosk/sway.conf$" "$work/etc/systemd/system/corvella-kiosk.service" ||
     fail "the service starts something else"
+# It follows logind, without which its compositor shows nothing, and does not wait for one that waits for logind.
+for line in PartOf=systemd-logind.service After=.*systemd-logind.service Restart=always TimeoutStopSec=5; do
+    grep -q "^$line\b" "$work/etc/systemd/system/corvella-kiosk.service" || fail "the service lacks $line"
+done
 exit $failed
