@@ -1,6 +1,7 @@
 // Clips are read by processes of their own, which come with the first clip and go with the last,
 // reach nothing, and whose end is not the wall's.
 #include "support/AlteredMachine.h"
+#include "support/Processes.h"
 #include "support/ProgramUnderTest.h"
 #include "support/SpedUpTime.h"
 #include "support/TestClip.h"
@@ -21,28 +22,9 @@ namespace {
 
 using namespace Qt::StringLiterals;
 using test::becomes;
+using test::procFile;
 
 constexpr QRect kOnlyScreen(0, 0, 640, 480);
-
-QByteArray procFile(qint64 process, const QString &name)
-{
-    QFile file(u"/proc/%1/%2"_s.arg(process).arg(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QList<qint64> childrenOf(qint64 process)
-{
-    QList<qint64> children;
-    const QDir tasks(u"/proc/%1/task"_s.arg(process));
-    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        for (const QByteArray &child :
-             procFile(process, u"task/%1/children"_s.arg(task)).split(' ')) {
-            if (!child.trimmed().isEmpty())
-                children << child.toLongLong();
-        }
-    }
-    return children;
-}
 
 bool hasFFmpeg(qint64 process)
 {
@@ -65,22 +47,13 @@ protected:
         return seen && seen->clip == clip;
     }
 
-    // The process that has seen no clip, and those that read one each.
     [[nodiscard]] QList<qint64> starters()
     {
-        QList<qint64> found;
-        for (const qint64 child : childrenOf(m_program.process().id())) {
-            if (hasFFmpeg(child))
-                found << child;
-        }
-        return found;
+        return test::clipReadersOf(m_program.process().id()).starters;
     }
     [[nodiscard]] QList<qint64> readers()
     {
-        QList<qint64> found;
-        for (const qint64 starter : starters())
-            found << childrenOf(starter);
-        return found;
+        return test::clipReadersOf(m_program.process().id()).readers;
     }
     [[nodiscard]] qsizetype complaints(const QString &reason)
     {
@@ -100,6 +73,7 @@ TEST_F(ClipReaders, AreThereWhileAWallShows)
     ASSERT_TRUE(becomes([this] { return shows(1); }));
     EXPECT_EQ(starters().size(), 1);
     EXPECT_EQ(readers().size(), 1);
+    EXPECT_TRUE(hasFFmpeg(readers().value(0)));
     EXPECT_FALSE(hasFFmpeg(m_program.process().id()));
 }
 
