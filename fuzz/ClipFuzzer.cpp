@@ -8,12 +8,15 @@ namespace {
 
 constexpr int kMostPictures = 64;
 
-void play(const QString &path)
+void play(corvella::FileDescriptor file)
 {
     using namespace corvella;
-    const std::atomic_bool cancelled = false;
-    const OpenedClip opened = FFmpegClip::open(path, cancelled);
-    const auto *clip = std::get_if<std::unique_ptr<ClipSource>>(&opened);
+    const HardwareDecoder software({}, {});
+    const auto onTheHeap = [](size_t bytes) {
+        return std::shared_ptr<uint8_t>(static_cast<uint8_t *>(av_malloc(bytes)), av_free);
+    };
+    const auto opened = FFmpegClip::open(std::move(file), software, onTheHeap);
+    const auto *clip = std::get_if<std::unique_ptr<FFmpegClip>>(&opened);
     for (int i = 0; clip && i < kMostPictures; ++i) {
         const auto next = (*clip)->next({PixelLayout::rgb32, QSize(64, 64)});
         if (std::holds_alternative<ClipError>(next))
@@ -25,9 +28,8 @@ void play(const QString &path)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const int file = ::memfd_create("clip", MFD_CLOEXEC);
-    if (file >= 0 && ::write(file, data, size) == static_cast<ssize_t>(size))
-        play(QStringLiteral("/proc/self/fd/%1").arg(file));
-    ::close(file);
+    corvella::FileDescriptor file(::memfd_create("clip", MFD_CLOEXEC));
+    if (file.isOpen() && ::write(file.get(), data, size) == static_cast<ssize_t>(size))
+        play(std::move(file));
     return 0;
 }

@@ -37,6 +37,12 @@ SpedUpClockPage &page()
     return *page;
 }
 
+// Before the program gives up its right to open files, as the one that reads clips does.
+[[gnu::constructor]] void openPage()
+{
+    (void)page();
+}
+
 template <typename Function> Function original(const char *name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));

@@ -1,45 +1,174 @@
 #include "platform/video/ClipSource.h"
 
 #include "log.h"
-#include "platform/storage/Resources.h"
-#include "platform/video/ClipModule.h"
+#include "platform/video/ReceivedFrame.h"
 
 #include <QFile>
+#include <QSet>
 
-#include <dlfcn.h>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <mutex>
+#include <sys/stat.h>
 
 namespace corvella {
 
 namespace {
 
-// What the module opens clips with, or why it cannot be loaded. Another try is made with the next
-// clip then. Once loaded it stays: pictures that it made may be anywhere.
-std::variant<OpenClip *, ClipError> loadModule()
+// No picture of a clip is larger: four planes' worth of 8K.
+constexpr uint64_t kMostBytes = uint64_t{7680} * 4320 * 4 + 4096;
+// What readers say is said once; they have little to say.
+constexpr qsizetype kMostLines = 16;
+
+ClipError systemError(int code)
+{
+    return {QString::fromLocal8Bit(std::strerror(code))};
+}
+
+ClipError noMemory()
+{
+    return {QStringLiteral("there is no memory for its pictures")};
+}
+
+void sayOnce(const QString &line)
 {
     static std::mutex mutex;
-    static OpenClip *open = nullptr; // guarded by mutex
+    static QSet<QString> said; // guarded by mutex
     const std::lock_guard lock(mutex);
-    if (open)
-        return open;
-    const QByteArray path = QFile::encodeName(modulePath(QStringLiteral(CORVELLA_CLIP_MODULE)));
-    void *module = ::dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    void *entry = module ? ::dlsym(module, kClipModuleEntry) : nullptr;
-    if (!entry)
-        return ClipError{QStringLiteral("what reads clips cannot be loaded: ")
-                         + QFile::decodeName(::dlerror())};
-    open = reinterpret_cast<ClipModuleEntry *>(entry)(log);
-    return open;
+    if (said.contains(line) || said.size() >= kMostLines)
+        return;
+    said.insert(line);
+    log(line);
+}
+
+std::variant<FileDescriptor, ClipError> openFile(const QString &path)
+{
+    FileDescriptor file(
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status = {};
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
+        return systemError(errno);
+    if (S_ISDIR(status.st_mode))
+        return systemError(EISDIR);
+    if (!S_ISREG(status.st_mode))
+        return ClipError{QStringLiteral("not a plain file")};
+    if (status.st_size == 0)
+        return ClipError{QStringLiteral("the file is empty")};
+    return file;
 }
 
 } // namespace
 
-OpenedClip openClip(const QString &path, const std::atomic_bool &cancelled)
+ClipSource::ClipSource(ReaderProcess reader, std::stop_token stop)
+    : m_reader(std::move(reader))
+    , m_stopped(std::move(stop), [this] { m_reader.hangUp(); })
 {
-    const auto module = loadModule();
-    if (const auto *error = std::get_if<ClipError>(&module))
+}
+
+ClipSource::Opened ClipSource::open(const QString &path, std::stop_token stop)
+{
+    auto file = openFile(path);
+    if (auto *error = std::get_if<ClipError>(&file))
+        return std::move(*error);
+    auto reader = ReaderProcess::start();
+    if (const auto *reason = std::get_if<QString>(&reader))
+        return ClipError{QStringLiteral("what reads clips cannot be started: ") + *reason};
+    std::unique_ptr<ClipSource> clip(
+        new ClipSource(std::get<ReaderProcess>(std::move(reader)), std::move(stop)));
+    ClipRequest request;
+    request.kind = ClipRequest::Kind::open;
+    // A reader that is gone already is found out about by its reply.
+    (void)sendMessage(clip->m_reader.socket(), request, std::get<FileDescriptor>(file).get());
+    const auto opened = clip->reply();
+    if (const auto *error = std::get_if<ClipError>(&opened))
         return *error;
-    return std::get<OpenClip *>(module)(path, cancelled);
+    const auto &reply = std::get<ClipReply>(opened);
+    if (reply.kind != ClipReply::Kind::opened || !isClipTime(reply.length))
+        return ClipError{QStringLiteral("what reads it makes no sense")};
+    clip->m_announcedLength = MediaTime(reply.length);
+    return clip;
+}
+
+std::variant<VideoFrame, ClipError> ClipSource::next(const PictureRequest &request)
+{
+    const std::optional<uint32_t> index = freeBuffer();
+    if (!index)
+        return noMemory();
+    std::shared_ptr<const SharedPixels> &buffer = m_buffers[*index];
+    ClipRequest wanted;
+    wanted.buffer = *index;
+    wanted.bytes = buffer ? buffer->bytes() : 0;
+    wanted.layout = request.layout;
+    wanted.width = request.bounds.width();
+    wanted.height = request.bounds.height();
+    wanted.rewinds = std::exchange(m_rewinds, false) ? 1 : 0;
+    (void)sendMessage(m_reader.socket(), wanted);
+    auto answer = reply();
+    if (const auto *reply = std::get_if<ClipReply>(&answer);
+        reply && reply->kind == ClipReply::Kind::wantsBuffer) {
+        if (!lendBuffer(*index, reply->bytes))
+            return noMemory();
+        answer = this->reply();
+    }
+    if (auto *error = std::get_if<ClipError>(&answer))
+        return std::move(*error);
+    const auto &reply = std::get<ClipReply>(answer);
+    VideoFrame frame;
+    if (reply.kind == ClipReply::Kind::picture && buffer)
+        frame = frameIn(reply, request.layout, buffer);
+    if (frame.picture.isNull())
+        return ClipError{QStringLiteral("what reads it makes no sense")};
+    return frame;
+}
+
+std::variant<ClipReply, ClipError> ClipSource::reply()
+{
+    // What is said before a picture is little; a reader that does nothing else is not waited for.
+    for (qsizetype lines = 0; lines <= kMostLines; ++lines) {
+        if (!waitForMessage(m_reader.socket()))
+            return ClipError{QStringLiteral("what reads it does not answer")};
+        const std::optional<ClipReply> reply = receiveReply(m_reader.socket());
+        if (!reply)
+            return ClipError{QStringLiteral("what reads it has ended: ") + m_reader.ending()};
+        if (reply->kind == ClipReply::Kind::failed)
+            return ClipError{textIn(*reply)};
+        if (reply->kind != ClipReply::Kind::said)
+            return *reply;
+        sayOnce(textIn(*reply));
+    }
+    return ClipError{QStringLiteral("what reads it makes no sense")};
+}
+
+bool ClipSource::lendBuffer(uint32_t index, uint64_t bytes)
+{
+    std::shared_ptr<const SharedPixels> &buffer = m_buffers[index];
+    buffer.reset();
+    if (bytes == 0 || bytes > kMostBytes)
+        return false;
+    FileDescriptor file;
+    buffer = SharedPixels::make(bytes, file);
+    ClipRequest request;
+    request.kind = ClipRequest::Kind::buffer;
+    request.buffer = index;
+    request.bytes = bytes;
+    return buffer && sendMessage(m_reader.socket(), request, file.get());
+}
+
+std::optional<uint32_t> ClipSource::freeBuffer() const
+{
+    // One that has had a picture, if possible: its memory is warm, and the reader knows it.
+    std::optional<uint32_t> unused;
+    for (uint32_t i = 0; i < kMostPictureBuffers; ++i) {
+        if (m_buffers[i].use_count() == 1) {
+            // Whoever had the picture has done with it before the reader writes.
+            std::atomic_thread_fence(std::memory_order_acquire);
+            return i;
+        }
+        if (!m_buffers[i] && !unused)
+            unused = i;
+    }
+    return unused;
 }
 
 } // namespace corvella

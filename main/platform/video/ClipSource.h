@@ -1,46 +1,59 @@
-// One clip file as pictures, lap after lap. What reads it stands behind this interface and comes
-// from a module of its own, which is loaded with the first clip: it brings 90 shared libraries and
-// 17 MB along, and a program that shows no clip does without them.
-// Included by this folder's sources and the module's only.
+// One clip file as pictures, lap after lap. It comes from outside and is read by intricate code, so
+// a process of its own reads it, confined to that one file (see ffmpeg/Confinement.h). A clip that
+// makes its reader crash, spin or eat memory is one that does not play, and no more.
+// Included by this folder's sources only.
 #pragma once
 
+#include "platform/video/ClipProtocol.h"
+#include "platform/video/ReaderProcess.h"
+#include "platform/video/SharedPixels.h"
 #include "platform/video/VideoFrame.h"
 
-#include <atomic>
+#include <array>
+#include <functional>
 #include <memory>
+#include <stop_token>
 #include <variant>
 
 namespace corvella {
 
-// Nothing can be played; the text says why, for the log.
-struct ClipError
-{
-    QString text;
-};
-
-// Blocking: lives on a decoding thread. Its pictures may outlive it.
+// Blocking: lives on a thread of its own. Its pictures may outlive it.
 class ClipSource
 {
 public:
-    virtual ~ClipSource() = default;
+    using Opened = std::variant<std::unique_ptr<ClipSource>, ClipError>;
+
+    // Opens a clip file. When `stop` is asked for, whatever waits here comes back at once, with an
+    // error of no meaning; another thread may do that.
+    [[nodiscard]] static Opened open(const QString &path, std::stop_token stop);
 
     // The next picture, or why there is none; after an error there are no more. The last picture of
     // a lap is followed by the first of the next.
-    [[nodiscard]] virtual std::variant<VideoFrame, ClipError>
-    next(const PictureRequest &request) = 0;
+    [[nodiscard]] std::variant<VideoFrame, ClipError> next(const PictureRequest &request);
 
     // Goes back to the clip's first picture, which comes next.
-    virtual void rewind() = 0;
+    void rewind() { m_rewinds = true; }
 
     // The clip's length as the file announces it; 0 where it does not. A torn file still announces
     // all.
-    [[nodiscard]] virtual MediaTime announcedLength() const = 0;
+    [[nodiscard]] MediaTime announcedLength() const { return m_announcedLength; }
+
+private:
+    ClipSource(ReaderProcess reader, std::stop_token stop);
+
+    // What the reader has to say next, other than for the log.
+    [[nodiscard]] std::variant<ClipReply, ClipError> reply();
+    // Gives the reader memory for a picture.
+    [[nodiscard]] bool lendBuffer(uint32_t index, uint64_t bytes);
+    // A buffer whose last picture is gone; none where all are in use.
+    [[nodiscard]] std::optional<uint32_t> freeBuffer() const;
+
+    ReaderProcess m_reader;
+    std::stop_callback<std::function<void()>> m_stopped;
+    MediaTime m_announcedLength{0};
+    // Their pictures hold them too.
+    std::array<std::shared_ptr<const SharedPixels>, kMostPictureBuffers> m_buffers;
+    bool m_rewinds = false;
 };
-
-using OpenedClip = std::variant<std::unique_ptr<ClipSource>, ClipError>;
-
-// Opens a clip file. `cancelled` is watched during slow reads and must outlive the source. The
-// first call loads the module. Blocking, any decoding thread.
-[[nodiscard]] OpenedClip openClip(const QString &path, const std::atomic_bool &cancelled);
 
 } // namespace corvella

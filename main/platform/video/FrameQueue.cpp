@@ -13,7 +13,7 @@ FrameQueue::FrameQueue(const QString &path, const PictureRequest &request, Event
 
 FrameQueue::~FrameQueue()
 {
-    m_stopping = true;
+    m_stop.request_stop();
     {
         const std::lock_guard lock(m_mutex);
         m_changed.notify_all();
@@ -72,10 +72,10 @@ PictureRequest FrameQueue::request()
 
 void FrameQueue::run(const QString &path)
 {
-    pthread_setname_np(pthread_self(), "clip-decoder");
-    const OpenedClip opened = openClip(path, m_stopping);
+    pthread_setname_np(pthread_self(), "clip-reader");
+    const ClipSource::Opened opened = ClipSource::open(path, m_stop.get_token());
     if (const auto *error = std::get_if<ClipError>(&opened)) {
-        if (!m_stopping)
+        if (!m_stop.stop_requested())
             m_events.failed(error->text);
         return;
     }
@@ -91,7 +91,7 @@ void FrameQueue::decode(ClipSource &clip)
         if (consumeRestart())
             clip.rewind();
         auto next = clip.next(request());
-        if (m_stopping)
+        if (m_stop.stop_requested())
             return;
         if (const auto *error = std::get_if<ClipError>(&next))
             return m_events.failed(error->text);
@@ -107,10 +107,10 @@ bool FrameQueue::waitForRoom()
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] {
         const bool mayDecode = m_goesOnAfterLap || !m_betweenLaps;
-        return m_stopping || m_restart || (mayDecode && m_ready.size() < kCapacity);
+        return m_stop.stop_requested() || m_restart || (mayDecode && m_ready.size() < kCapacity);
     });
     m_betweenLaps = false;
-    return !m_stopping;
+    return !m_stop.stop_requested();
 }
 
 bool FrameQueue::consumeRestart()

@@ -1,15 +1,17 @@
-// A clip decoded a few frames ahead on a thread of its own, lap after lap without a gap.
+// A clip fetched a picture ahead on a thread of its own, lap after lap without a gap.
 // Included by this folder's sources only. All members may be called from one thread, the main one;
 // none of them waits for the decoder but the destructor, for the picture in work.
 #pragma once
 
 #include "platform/video/ClipSource.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <thread>
 
 namespace corvella {
@@ -70,7 +72,7 @@ private:
     bool consumeRestart();
 
     const Events m_events;
-    std::atomic_bool m_stopping = false;
+    std::stop_source m_stop;
     std::atomic<MediaTime> m_announcedLength{MediaTime(0)};
 
     std::mutex m_mutex;

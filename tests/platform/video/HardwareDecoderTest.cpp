@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
 #include <memory>
 
 namespace corvella {
@@ -24,6 +26,11 @@ const QString kNvidia = QStringLiteral("/dev/nvidia0");
 ffmpeg::Frame asItIs(ffmpeg::Frame frame)
 {
     return frame;
+}
+
+std::shared_ptr<uint8_t> onTheHeap(size_t bytes)
+{
+    return {static_cast<uint8_t *>(av_malloc(bytes)), av_free};
 }
 
 // A VAAPI device without a driver behind it: it can be attached, and refuses every stream.
@@ -77,10 +84,6 @@ TEST(HardwareDecoder, IsADecoderOfItsOwnWhereAVideoNodeIs)
 class HardwareFallback : public testing::Test
 {
 protected:
-    // What is said once for each process is caught from the first test on.
-    static void SetUpTestSuite() { s_log = std::make_unique<test::CapturedLog>(); }
-    static void TearDownTestSuite() { s_log.reset(); }
-
     void SetUp() override
     {
         m_path = m_dir.filePath(QStringLiteral("clip.mp4"));
@@ -90,10 +93,10 @@ protected:
     // The numbers of the frames of two laps; -1 for an end.
     std::vector<int> played(const HardwareDecoder &hardware) const
     {
-        const std::atomic_bool cancelled = false;
-        auto opened = ClipDecoder::open(m_path, cancelled, hardware);
+        FileDescriptor file(::open(m_path.toLocal8Bit().constData(), O_RDONLY | O_CLOEXEC));
+        auto opened = ClipDecoder::open(std::move(file), hardware);
         auto *clip = std::get_if<ClipDecoder>(&opened);
-        PictureConverter converter;
+        PictureConverter converter(onTheHeap);
         std::vector<int> numbers;
         for (int ends = 0; clip && ends < 2;) {
             auto next = clip->next();
@@ -117,7 +120,6 @@ protected:
 
     const std::vector<int> kTwoLaps{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, -1,
                                     0, 1, 2, 3, 4, 5, 6, 7, 8, 9, -1};
-    static inline std::unique_ptr<test::CapturedLog> s_log;
     QTemporaryDir m_dir;
     QString m_path;
 };
@@ -153,19 +155,18 @@ TEST_F(HardwareFallback, GoesOnInSoftwareWhereTheDeviceFails)
     }
 }
 
-TEST_F(HardwareFallback, IsSaidOnce)
+TEST_F(HardwareFallback, IsSaidOnceForAClip)
 {
-    const HardwareDecoder hardware({kFirstNode}, {refusingDevice, asItIs});
-    (void)played(hardware);
-    (void)played(hardware);
-    EXPECT_EQ(s_log->messages(), QStringList{QStringLiteral("decoder: software")});
+    test::CapturedLog log;
+    (void)played(HardwareDecoder({kFirstNode}, {refusingDevice, asItIs}));
+    EXPECT_EQ(log.messages(), QStringList{QStringLiteral("decoder: software")});
 }
 
 TEST_F(HardwareFallback, NothingIsSaidWhereThereIsNoChoice)
 {
-    const QStringList before = s_log->messages();
+    test::CapturedLog log;
     (void)played(HardwareDecoder({}, {refusingDevice, asItIs}));
-    EXPECT_EQ(s_log->messages(), before);
+    EXPECT_EQ(log.messages(), QStringList());
 }
 
 } // namespace

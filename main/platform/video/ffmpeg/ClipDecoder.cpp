@@ -1,8 +1,5 @@
 #include "platform/video/ffmpeg/ClipDecoder.h"
 
-#include <QFile>
-#include <QFileInfo>
-
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -28,9 +25,10 @@ QString errorText(int code)
     return QString::fromUtf8(text);
 }
 
-int isCancelled(void *flag)
+// A clip is one file; one that names others, as a list of clips does, gets none of them.
+int openNoOther(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
-    return static_cast<const std::atomic_bool *>(flag)->load() ? 1 : 0;
+    return AVERROR(EPERM);
 }
 
 nanoseconds toTime(int64_t timestamp, AVRational unit)
@@ -72,24 +70,19 @@ int threadCount(qint64 pixels)
 
 } // namespace
 
-std::variant<ClipDecoder, ClipError> ClipDecoder::open(const QString &path,
-                                                       const std::atomic_bool &cancelled,
+std::variant<ClipDecoder, ClipError> ClipDecoder::open(FileDescriptor file,
                                                        const HardwareDecoder &hardware)
 {
     av_log_set_level(AV_LOG_QUIET); // what matters is logged once, in our own words
-    if (QFileInfo(path).size() == 0 && QFileInfo::exists(path))
-        return ClipError{QStringLiteral("the file is empty")};
-
-    AVFormatContext *context = avformat_alloc_context();
+    ClipDecoder clip;
+    clip.m_input = std::make_unique<FileInput>(std::move(file));
+    AVFormatContext *context = clip.m_input->context() ? avformat_alloc_context() : nullptr;
     if (!context)
         return ClipError{QStringLiteral("out of memory")};
-    context->interrupt_callback = {isCancelled, const_cast<std::atomic_bool *>(&cancelled)};
-    // "file:" keeps a name with a colon from being taken for another protocol.
-    const QByteArray url = "file:" + QFile::encodeName(path);
-    if (const int code = avformat_open_input(&context, url.constData(), nullptr, nullptr); code < 0)
+    context->pb = clip.m_input->context();
+    context->io_open = openNoOther;
+    if (const int code = avformat_open_input(&context, nullptr, nullptr, nullptr); code < 0)
         return ClipError{errorText(code)}; // avformat_open_input has freed the context
-
-    ClipDecoder clip;
     clip.m_format.reset(context);
     if (!isDescribed(*context)) {
         if (const int code = avformat_find_stream_info(context, nullptr); code < 0)
@@ -151,6 +144,7 @@ std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::next()
 
 std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::decodeNext()
 {
+    const QString notDecoded = QStringLiteral("its pictures cannot be decoded");
     while (true) {
         ffmpeg::Frame frame(av_frame_alloc());
         if (!frame)
@@ -169,10 +163,12 @@ std::variant<DecodedFrame, EndOfLap, ClipError> ClipDecoder::decodeNext()
         }
         if (code == AVERROR_EOF)
             return endOfLap();
+        if (code == AVERROR(EAGAIN) && m_draining)
+            return ClipError{notDecoded}; // it wants more, and there is no more
         if (code != AVERROR(EAGAIN) && ++m_badPacketsInARow > patience())
             return ClipError{errorText(code)};
         if (!feed() && m_badPacketsInARow > patience())
-            return ClipError{QStringLiteral("its pictures cannot be decoded")};
+            return ClipError{notDecoded};
     }
 }
 

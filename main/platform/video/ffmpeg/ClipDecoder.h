@@ -1,13 +1,16 @@
-// Reads one clip file frame by frame, lap after lap. Blocking: lives on a decoding thread.
+// Reads one clip file frame by frame, lap after lap. Blocking.
 // No audio is ever opened, so a clip is muted by nature.
 #pragma once
 
-#include "platform/video/ClipSource.h"
+#include "platform/video/VideoFrame.h"
 #include "platform/video/ffmpeg/FFmpegHandles.h"
+#include "platform/video/ffmpeg/FileInput.h"
 #include "platform/video/ffmpeg/HardwareDecoder.h"
 
 #include <chrono>
+#include <memory>
 #include <optional>
+#include <variant>
 
 namespace corvella {
 
@@ -32,11 +35,10 @@ public:
     // Pictures larger than 8K (7680 x 4320) are refused: a few frames of more would take gigabytes.
     static constexpr qint64 kMaxPixels = qint64{1} << 25;
 
-    // Opens a clip. `cancelled` is watched during slow reads. It and `hardware` must outlive the
-    // decoder. Where hardware does not serve, at once or later on, software goes on unnoticed.
-    [[nodiscard]] static std::variant<ClipDecoder, ClipError>
-    open(const QString &path, const std::atomic_bool &cancelled,
-         const HardwareDecoder &hardware = HardwareDecoder::ofThisMachine());
+    // Opens a clip. `hardware` must outlive the decoder. Where it does not serve, at once or later
+    // on, software goes on unnoticed.
+    [[nodiscard]] static std::variant<ClipDecoder, ClipError> open(FileDescriptor file,
+                                                                   const HardwareDecoder &hardware);
 
     // The next frame of the lap, or its end, or why there is none.
     // A lap without a single frame is an error, so that a caller never loops over nothing.
@@ -73,6 +75,7 @@ private:
     [[nodiscard]] std::variant<DecodedFrame, EndOfLap, ClipError> endOfLap();
     [[nodiscard]] DecodedFrame timed(ffmpeg::Frame frame);
 
+    std::unique_ptr<FileInput> m_input; // outlives m_format, which reads it
     ffmpeg::Format m_format;
     ffmpeg::Codec m_codec;
     ffmpeg::Packet m_packet;

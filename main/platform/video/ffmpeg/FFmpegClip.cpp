@@ -2,12 +2,15 @@
 
 namespace corvella {
 
-OpenedClip FFmpegClip::open(const QString &path, const std::atomic_bool &cancelled)
+std::variant<std::unique_ptr<FFmpegClip>, ClipError>
+FFmpegClip::open(FileDescriptor file, const HardwareDecoder &hardware,
+                 PictureConverter::Allocate allocate)
 {
-    auto opened = ClipDecoder::open(path, cancelled);
+    auto opened = ClipDecoder::open(std::move(file), hardware);
     if (auto *error = std::get_if<ClipError>(&opened))
         return std::move(*error);
-    return std::make_unique<FFmpegClip>(std::get<ClipDecoder>(std::move(opened)));
+    return std::unique_ptr<FFmpegClip>(
+        new FFmpegClip(std::get<ClipDecoder>(std::move(opened)), std::move(allocate)));
 }
 
 std::variant<VideoFrame, ClipError> FFmpegClip::next(const PictureRequest &request)

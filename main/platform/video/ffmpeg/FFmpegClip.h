@@ -2,28 +2,35 @@
 // folder's sources only.
 #pragma once
 
-#include "platform/video/ClipSource.h"
+#include "platform/video/VideoFrame.h"
 #include "platform/video/ffmpeg/ClipDecoder.h"
 #include "platform/video/ffmpeg/PictureConverter.h"
 
+#include <memory>
+
 namespace corvella {
 
-class FFmpegClip final : public ClipSource
+class FFmpegClip
 {
 public:
-    // See openClip().
-    [[nodiscard]] static OpenedClip open(const QString &path, const std::atomic_bool &cancelled);
+    // Opens a clip file, whose pictures will lie where `allocate` says. `hardware` must outlive it.
+    [[nodiscard]] static std::variant<std::unique_ptr<FFmpegClip>, ClipError>
+    open(FileDescriptor file, const HardwareDecoder &hardware, PictureConverter::Allocate allocate);
 
-    explicit FFmpegClip(ClipDecoder decoder)
-        : m_decoder(std::move(decoder))
-    {
-    }
-
-    [[nodiscard]] std::variant<VideoFrame, ClipError> next(const PictureRequest &request) override;
-    void rewind() override;
-    [[nodiscard]] MediaTime announcedLength() const override;
+    // The next picture, or why there is none; after an error there are no more. The last picture of
+    // a lap is followed by the first of the next.
+    [[nodiscard]] std::variant<VideoFrame, ClipError> next(const PictureRequest &request);
+    // Goes back to the clip's first picture, which comes next.
+    void rewind();
+    // The clip's length as the file announces it; 0 where it does not.
+    [[nodiscard]] MediaTime announcedLength() const;
 
 private:
+    FFmpegClip(ClipDecoder decoder, PictureConverter::Allocate allocate)
+        : m_decoder(std::move(decoder))
+        , m_converter(std::move(allocate))
+    {
+    }
     [[nodiscard]] Picture converted(const AVFrame &frame, const PictureRequest &request);
 
     ClipDecoder m_decoder;

@@ -3,9 +3,6 @@
 #include "log.h"
 
 #include <QDir>
-#include <QSet>
-
-#include <mutex>
 
 namespace corvella {
 
@@ -140,12 +137,7 @@ void logDecoder(const AVCodecContext &context, const AVFrame &frame)
     } else if (HardwareDecoder::isFlushable(context)) {
         kind = QStringLiteral("software");
     }
-    static std::mutex mutex;
-    static QSet<QString> said;
-    const std::lock_guard lock(mutex);
-    if (!said.contains(kind))
-        log(QStringLiteral("decoder: ") + kind);
-    said.insert(kind);
+    log(QStringLiteral("decoder: ") + kind);
 }
 
 } // namespace corvella

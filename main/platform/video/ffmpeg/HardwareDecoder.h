@@ -41,6 +41,9 @@ public:
     // What this machine has, looked for once; opening a GPU's driver may take a while.
     [[nodiscard]] static const HardwareDecoder &ofThisMachine();
 
+    // Whether there is anything but software.
+    [[nodiscard]] bool isThere() const { return m_context || m_mayHaveV4l2; }
+
     // The decoder to try instead of `software`, which may be that itself with a device attached to
     // it; null for none.
     [[nodiscard]] const AVCodec *decoderInsteadOf(const AVCodec &software) const;
@@ -61,7 +64,7 @@ private:
     bool m_mayHaveV4l2 = false;
 };
 
-// Says in the log what decodes, once for each kind; nothing where software is all there is.
+// Says in the log what decodes.
 void logDecoder(const AVCodecContext &context, const AVFrame &frame);
 
 } // namespace corvella

@@ -2,8 +2,6 @@
 
 #include "platform/video/ffmpeg/ColourDescription.h"
 
-#include <QTransform>
-
 #include <algorithm>
 #include <cmath>
 
@@ -46,14 +44,6 @@ int scalerMatrix(ColourMatrix matrix)
     return SWS_CS_ITU709;
 }
 
-// Enlarging by little, as a wall does, the fast filter looks like the slow one; reducing, a filter
-// that averages keeps fine loops from flickering.
-int scalerFlags(QSize from, QSize size)
-{
-    const bool reduces = size.width() < from.width() || size.height() < from.height();
-    return reduces ? SWS_BILINEAR : SWS_FAST_BILINEAR;
-}
-
 // A chroma plane's size for a picture of this size.
 QSize halved(QSize size)
 {
@@ -66,18 +56,9 @@ QSizeF shownSize(const AVFrame &frame, const PictureConverter::Presentation &pre
     return presentation.quarterTurns % 2 == 0 ? upright : upright.transposed();
 }
 
-Picture turned(const Picture &picture, int quarterTurns)
+std::shared_ptr<uint8_t> onTheHeap(size_t bytes)
 {
-    if (quarterTurns == 0 || picture.isNull())
-        return picture;
-    const auto image =
-        std::make_shared<const QImage>(picture.image()
-                                           .transformed(QTransform().rotate(90.0 * quarterTurns))
-                                           .convertToFormat(QImage::Format_RGB32));
-    Picture result = picture;
-    result.planes[0] = {image->constBits(), static_cast<int>(image->bytesPerLine()), image->size()};
-    result.storage = image;
-    return result;
+    return {static_cast<uint8_t *>(av_malloc(bytes)), av_free};
 }
 
 } // namespace
@@ -93,8 +74,11 @@ Picture PictureConverter::convert(const AVFrame &frame, const Presentation &pres
     } else {
         const QSize fitted = fittedRect(shown, QRect(QPoint(0, 0), request.bounds)).size();
         const bool upright = presentation.quarterTurns % 2 == 0;
-        picture = turned(scaled(frame, AV_PIX_FMT_BGRA, upright ? fitted : fitted.transposed()),
-                         presentation.quarterTurns);
+        picture = presentation.quarterTurns == 0
+            ? scaled(frame, AV_PIX_FMT_BGRA, fitted, m_allocate)
+            : turned(
+                scaled(frame, AV_PIX_FMT_BGRA, upright ? fitted : fitted.transposed(), onTheHeap),
+                presentation.quarterTurns);
         picture.layout = PixelLayout::rgb32;
     }
     picture.displaySize = shown;
@@ -105,37 +89,67 @@ Picture PictureConverter::convert(const AVFrame &frame, const Presentation &pres
 
 Picture PictureConverter::planes(const AVFrame &frame)
 {
-    const QSize size(frame.width, frame.height);
-    if (plainFormat(frame.format) != AV_PIX_FMT_YUV420P) {
-        Picture converted = scaled(frame, AV_PIX_FMT_YUV420P, size);
-        converted.layout = PixelLayout::yuv420;
-        return converted;
-    }
-    Picture picture;
+    Picture picture =
+        scaled(frame, AV_PIX_FMT_YUV420P, QSize(frame.width, frame.height), m_allocate);
     picture.layout = PixelLayout::yuv420;
-    for (size_t i = 0; i < 3; ++i)
-        picture.planes[i] = {frame.data[i], frame.linesize[i], i == 0 ? size : halved(size)};
-    picture.storage = std::shared_ptr<const AVFrame>(av_frame_clone(&frame), ffmpeg::FreeFrame());
-    return picture.storage ? picture : Picture();
+    return picture;
 }
 
-Picture PictureConverter::scaled(const AVFrame &frame, AVPixelFormat format, QSize size)
+Picture PictureConverter::turned(const Picture &picture, int quarterTurns)
+{
+    if (picture.isNull())
+        return {};
+    const Plane &from = picture.planes[0];
+    const int width = from.size.width();
+    const int height = from.size.height();
+    const QSize size = quarterTurns % 2 == 0 ? from.size : from.size.transposed();
+    const auto stride = static_cast<ptrdiff_t>(size.width());
+    const std::shared_ptr<uint8_t> pixels = m_allocate(
+        static_cast<size_t>(stride) * static_cast<size_t>(size.height()) * sizeof(uint32_t));
+    if (!pixels)
+        return {};
+    // Where pixel (0, 0) goes, and how far it is from there to those right of and below it.
+    const ptrdiff_t starts[] = {0, height - 1, stride * height - 1, stride * (width - 1)};
+    const ptrdiff_t rights[] = {1, stride, -1, -stride};
+    const ptrdiff_t belows[] = {stride, -1, -stride, 1};
+    auto *const to = reinterpret_cast<uint32_t *>(pixels.get()) + starts[quarterTurns];
+    for (int y = 0; y < height; ++y) {
+        const auto *row =
+            reinterpret_cast<const uint32_t *>(from.data + ptrdiff_t{y} * from.bytesPerLine);
+        for (int x = 0; x < width; ++x)
+            to[x * rights[quarterTurns] + y * belows[quarterTurns]] = row[x];
+    }
+    Picture result;
+    result.planes[0] = {pixels.get(), static_cast<int>(stride * ptrdiff_t{sizeof(uint32_t)}), size};
+    result.storage = pixels;
+    return result;
+}
+
+Picture PictureConverter::scaled(const AVFrame &frame, AVPixelFormat format, QSize size,
+                                 const Allocate &allocate)
 {
     const QSize from(frame.width, frame.height);
     const bool inStrips = format == AV_PIX_FMT_BGRA && size != from
         && plainFormat(frame.format) == AV_PIX_FMT_YUV420P && PlaneEnlarger::serves(from, size);
-    if (size.isEmpty() || !prepareScaler(frame, inStrips ? size : from, format, size))
+    const bool isAsItIs = size == from && plainFormat(frame.format) == format;
+    if (size.isEmpty()
+        || (!isAsItIs && !prepareScaler(frame, inStrips ? size : from, format, size)))
         return {};
     uint8_t *data[4] = {};
     int strides[4] = {};
     const int bytes = av_image_get_buffer_size(format, size.width(), size.height(), kAlignment);
-    uint8_t *buffer = nullptr;
-    Picture picture;
-    picture.storage = bytes > 0 ? allocate(bytes + kAlignment, &buffer) : nullptr;
-    if (!picture.storage)
+    const std::shared_ptr<uint8_t> pixels =
+        bytes > 0 ? allocate(static_cast<size_t>(bytes + kAlignment)) : nullptr;
+    if (!pixels)
         return {};
-    av_image_fill_arrays(data, strides, buffer, format, size.width(), size.height(), kAlignment);
-    if (inStrips)
+    Picture picture;
+    picture.storage = pixels;
+    av_image_fill_arrays(data, strides, pixels.get(), format, size.width(), size.height(),
+                         kAlignment);
+    if (isAsItIs)
+        av_image_copy(data, strides, const_cast<const uint8_t **>(frame.data), frame.linesize,
+                      format, size.width(), size.height());
+    else if (inStrips)
         enlarge(frame, size, data, strides);
     else
         sws_scale(m_scaler.get(), frame.data, frame.linesize, 0, frame.height, data, strides);
@@ -172,9 +186,9 @@ void PictureConverter::enlarge(const AVFrame &frame, QSize size, uint8_t *const 
 bool PictureConverter::prepareScaler(const AVFrame &frame, QSize from, AVPixelFormat format,
                                      QSize size)
 {
-    m_scaler.reset(sws_getCachedContext(
-        m_scaler.release(), from.width(), from.height(), plainFormat(frame.format), size.width(),
-        size.height(), format, scalerFlags(from, size), nullptr, nullptr, nullptr));
+    m_scaler.reset(sws_getCachedContext(m_scaler.release(), from.width(), from.height(),
+                                        plainFormat(frame.format), size.width(), size.height(),
+                                        format, SWS_BILINEAR, nullptr, nullptr, nullptr));
     if (!m_scaler)
         return false;
     // Planes keep the stream's own coding; only RGB decodes it.
@@ -184,19 +198,6 @@ bool PictureConverter::prepareScaler(const AVFrame &frame, QSize from, AVPixelFo
     sws_setColorspaceDetails(m_scaler.get(), matrix, range, matrix, range, 0, kUnchanged,
                              kUnchanged);
     return true;
-}
-
-std::shared_ptr<const void> PictureConverter::allocate(int bytes, uint8_t **data)
-{
-    if (bytes != m_pooledBytes) {
-        m_pool.reset(av_buffer_pool_init(static_cast<size_t>(bytes), nullptr));
-        m_pooledBytes = bytes;
-    }
-    AVBufferRef *buffer = m_pool ? av_buffer_pool_get(m_pool.get()) : nullptr;
-    if (!buffer)
-        return nullptr;
-    *data = buffer->data;
-    return {buffer->data, [buffer](const void *) mutable { av_buffer_unref(&buffer); }};
 }
 
 } // namespace corvella

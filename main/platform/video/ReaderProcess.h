@@ -1,0 +1,53 @@
+// The process that reads one clip, and the socket to it. Readers are copies of one process that has
+// everything loaded and has seen no clip, so that a new one is there in a millisecond or two; it
+// lives as long as any of them. Included by this folder's sources only.
+#pragma once
+
+#include "platform/storage/FileDescriptor.h"
+
+#include <QString>
+
+#include <memory>
+#include <sys/types.h>
+#include <utility>
+#include <variant>
+
+namespace corvella {
+
+class ReaderStarter;
+
+// Any one thread at a time; hangUp() from any.
+class ReaderProcess
+{
+public:
+    // Starts one, or says why that is impossible. It ends with this object, and with the program,
+    // whatever it is at.
+    [[nodiscard]] static std::variant<ReaderProcess, QString> start();
+    ReaderProcess(ReaderProcess &&other) noexcept
+        : m_starter(std::move(other.m_starter))
+        , m_process(std::exchange(other.m_process, 0))
+        , m_socket(std::move(other.m_socket))
+    {
+    }
+    ~ReaderProcess();
+
+    [[nodiscard]] int socket() const { return m_socket.get(); }
+    // Ends the conversation: whoever waits for the reader is told that it has ended.
+    void hangUp() const;
+    // How the reader ended, once it has said no more; it is made to end if it has not.
+    [[nodiscard]] QString ending();
+
+private:
+    ReaderProcess(std::shared_ptr<ReaderStarter> starter, pid_t process, FileDescriptor socket)
+        : m_starter(std::move(starter))
+        , m_process(process)
+        , m_socket(std::move(socket))
+    {
+    }
+
+    std::shared_ptr<ReaderStarter> m_starter;
+    pid_t m_process; // 0: none any more
+    FileDescriptor m_socket;
+};
+
+} // namespace corvella

@@ -1,0 +1,22 @@
+// What a reader says, made safe to use: a clip may have got hold of it. Included by this folder's
+// sources only; any thread.
+#pragma once
+
+#include "platform/video/ClipProtocol.h"
+#include "platform/video/SharedPixels.h"
+#include "platform/video/VideoFrame.h"
+
+namespace corvella {
+
+// The picture that the reply describes, over the pixels in `buffer`; a null one where it is not of
+// this layout, does not lie in the buffer or cannot be shown.
+[[nodiscard]] VideoFrame frameIn(const ClipReply &reply, PixelLayout layout,
+                                 const std::shared_ptr<const SharedPixels> &buffer);
+
+// The reply's text as one line that can be printed.
+[[nodiscard]] QString textIn(const ClipReply &reply);
+
+// Whether a clip may have such a time in it.
+[[nodiscard]] bool isClipTime(int64_t nanoseconds);
+
+} // namespace corvella
