@@ -9,10 +9,10 @@
 #include "settings/Settings.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <cerrno>
 #include <thread>
+#include <unistd.h>
 
 namespace corvella::Cache {
 
@@ -69,9 +69,11 @@ Refresher::Refresher(CacheFolder folder, HttpSession &session, Clock now,
 {
 }
 
+// What cannot be looked at just now is there: taken for lost, it would leave the manifest.
 bool Refresher::has(const QString &name) const
 {
-    return QFileInfo::exists(file(name));
+    return ::access(QFile::encodeName(file(name)).constData(), F_OK) == 0
+        || (errno != ENOENT && errno != ENOTDIR);
 }
 
 void Refresher::refresh()
