@@ -182,11 +182,13 @@ Refresher::Wanted Refresher::dropUnwanted(bool everything)
 {
     const std::optional<QSet<QString>> inUse =
         everything ? std::nullopt : Settings::productsInUse();
+    // Where the user's choice cannot be read, nobody knows what is unwanted.
+    const bool mayDrop = Settings::d().isReadable() && !Settings::offline();
     Wanted wanted;
     for (const Product &product : imageryProducts()) {
         if (!inUse || inUse->contains(product.id)) {
             wanted.ids << product.id;
-        } else if (!Settings::offline() && has(clipName(product.id))) {
+        } else if (mayDrop && has(clipName(product.id))) {
             for (const QString &name : allNames(product.id))
                 QFile::remove(file(name));
             ++wanted.dropped;
