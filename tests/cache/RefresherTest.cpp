@@ -205,6 +205,18 @@ TEST_F(RefresherTest, DropsWhatNoScreenShows)
                             QStringLiteral("refresh.lock"), QStringLiteral("seed.mp4")));
 }
 
+TEST_F(RefresherTest, DropsNothingWhileTheChoiceOfProductsCannotBeRead)
+{
+    layProduct(QStringLiteral("94")); // which no screen shows by default
+    QFile::remove(Settings::d().filePath());
+    EXPECT_TRUE(QDir().mkpath(Settings::d().filePath()));
+    m_refresher.pass(false, false, true);
+    EXPECT_TRUE(has(QStringLiteral("94.mp4")));
+    EXPECT_TRUE(QDir().rmdir(Settings::d().filePath()));
+    m_refresher.pass(false, false, true);
+    EXPECT_FALSE(has(QStringLiteral("94.mp4")));
+}
+
 TEST_F(RefresherTest, DropsNothingOfflineOrWhenEverythingIsWanted)
 {
     const TestImageryHost host(TestImageryHost::kProducts);

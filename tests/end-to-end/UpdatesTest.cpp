@@ -5,6 +5,7 @@
 #include "support/ProgramUnderTest.h"
 #include "support/QtPrinting.h"
 #include "support/Repetitions.h"
+#include "support/SystemCallFaults.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -362,6 +363,50 @@ TEST_F(Updates, LeaveOneWholeBuildWheneverTheyAreKilled)
     }
     std::cout << whole.count() / 1000 << " ms each; the old build was left " << leftAt[1]
               << " times, the new one " << leftAt[2] << " times" << std::endl;
+}
+
+// Makes one system call of an update fail, of the program and of all that it starts.
+TEST_F(Updates, LeaveOneWholeBuildWhicheverSystemCallFails)
+{
+    announce();
+    m_program.configure({{u"installUpdatesNow"_s, true}});
+    const QString pristine = m_program.home() + u"/pristine"_s;
+    shell({u"cp"_s, u"-a"_s, prefix(), pristine});
+    const auto goBack = [&] {
+        QDir(prefix()).removeRecursively();
+        shell({u"cp"_s, u"-al"_s, pristine, prefix()});
+    };
+    goBack();
+    // Through, when the new build runs, or the program has said why not, or is gone.
+    const auto attempt = [&] {
+        m_program.start();
+        EXPECT_TRUE(becomes([this] {
+            const QStringList told = m_program.messages().filter(u"update: "_s);
+            return running(2) || !m_program.process().isRunning()
+                || told.size() > told.count(kInstalling);
+        })) << "hangs: "
+            << m_program.process().errors().toStdString();
+        m_program.process().signal(SIGTERM);
+        EXPECT_TRUE(becomes([this] {
+            return !m_program.process().isRunning() && !running(1) && !running(2);
+        })) << "does not end: "
+            << m_program.process().errors().toStdString();
+    };
+    test::failEachCall(m_program, {test::repetitions("CORVELLA_UPDATE_FAULTS", 2)}, attempt,
+                       [&](const std::string &when) {
+                           const bool isUpdated = current() == 2;
+                           EXPECT_TRUE(isUpdated || !m_program.process().errors().isEmpty())
+                               << "not a word";
+                           expectOneWholeBuild(when);
+                           if (!isUpdated) {
+                               m_program.start();
+                               EXPECT_TRUE(starts(2)) << "the next start does not get through";
+                               end();
+                               expectOneWholeBuild("after " + when);
+                           }
+                           goBack();
+                           return isUpdated ? "updated" : "not updated, with a line";
+                       });
 }
 
 } // namespace
