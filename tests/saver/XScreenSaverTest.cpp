@@ -78,22 +78,24 @@ protected:
         });
     }
 
-    // How many processes of the module there are for this display.
-    [[nodiscard]] int modules() const
+    // The processes of this display whose names begin so.
+    [[nodiscard]] QList<pid_t> processes(const QByteArray &name) const
     {
         const QByteArray display = "DISPLAY=" + m_display.display().toLatin1();
-        int count = 0;
+        QList<pid_t> processes;
         for (const QString &id : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
-            QFile name(u"/proc/%1/comm"_s.arg(id));
+            QFile is(u"/proc/%1/comm"_s.arg(id));
             QFile environment(u"/proc/%1/environ"_s.arg(id));
-            if (name.open(QIODevice::ReadOnly) && name.readAll() == "corvella-saver\n"
-                && environment.open(QIODevice::ReadOnly)) {
-                const QList<QByteArray> variables = environment.readAll().split('\0');
-                count += variables.contains(display) || variables.contains(display + ".0") ? 1 : 0;
-            }
+            if (!is.open(QIODevice::ReadOnly) || !is.readAll().startsWith(name)
+                || !environment.open(QIODevice::ReadOnly))
+                continue;
+            const QList<QByteArray> variables = environment.readAll().split('\0');
+            if (variables.contains(display) || variables.contains(display + ".0"))
+                processes << id.toInt();
         }
-        return count;
+        return processes;
     }
+    [[nodiscard]] qsizetype modules() const { return processes("corvella-saver").size(); }
 
     void choose() const { write(m_settings, settings().replace("selected: 1", "selected: 2")); }
     // Starts the daemon and waits until ours is on both monitors, with another clip on each.
@@ -139,7 +141,9 @@ TEST_F(XScreenSaver, LeavesNoModuleBehindWhenItIsKilled)
     choose();
     ASSERT_NO_FATAL_FAILURE(show());
     EXPECT_EQ(modules(), 2);
-    m_daemon->signal(SIGKILL);
+    // Itself, and what it has its windows from, which would take ten seconds to notice.
+    for (const pid_t process : processes("xscreensaver"))
+        ::kill(process, SIGKILL);
     EXPECT_TRUE(becomes([this] { return modules() == 0; }));
     EXPECT_TRUE(becomes([this] {
         return test::isFilledWith(m_display.client().picture(), {0, 0, 800, 300}, Qt::blue);
