@@ -247,6 +247,26 @@ TEST_P(RestartsOfTheCompositor, EndTheProgramAndItSaysSo)
               u"The Wayland connection broke. Did the Wayland compositor die?"_s);
 }
 
+// As in the session of a machine that is a kiosk and nothing else.
+TEST(RestartsUnderACompositor, OfTheSessionBusHaveAKioskLockedAgain)
+{
+    test::HeadlessSway sway({kScreen});
+    test::PrivateBus bus;
+    test::ProgramUnderTest program;
+    program.showOn(sway);
+    program.setSessionBus(bus);
+    program.configureWall();
+    program.configure({{u"mode"_s, u"kiosk"_s}});
+    program.addClip(u"171"_s, 1);
+    program.start();
+    ASSERT_TRUE(program.logs(kLocked));
+    bus.crash();
+    ASSERT_TRUE(program.logs(u"session bus: gone; waiting for it to come back"_s));
+    bus.startAgain();
+    EXPECT_TRUE(program.logs(kLocked, 2));
+    EXPECT_TRUE(becomes([&] { return test::seenPattern(sway.picture(0), kScreen).has_value(); }));
+}
+
 INSTANTIATE_TEST_SUITE_P(Modes, RestartsOfTheCompositor, kModes,
                          [](const auto &row) { return std::string(row.param.name); });
 
