@@ -78,17 +78,19 @@ bool Refresher::has(const QString &name) const
 
 void Refresher::refresh()
 {
+    const QDateTime now = m_now();
+    const QDateTime last = Settings::lastCheck();
     const auto every = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::duration<double, std::ratio<60>>(Settings::refreshMinutes()));
-    pass(isDue(Settings::lastCheck(), every, m_now()), false, false);
+    pass(isDue(last, every, now) || isFromAnotherTime(last, every, now), false, false);
 }
 
 std::optional<QDateTime> Refresher::refreshNow(bool everything, const Progress &progress)
 {
     const QDateTime now = m_now();
-    const QDateTime next = Settings::lastManual().addSecs(manualSpacing.count());
-    if (now < next)
-        return next;
+    const QDateTime last = Settings::lastManual();
+    if (!isDue(last, manualSpacing, now) && !isFromAnotherTime(last, manualSpacing, now))
+        return last.addSecs(manualSpacing.count());
     Settings::setLastManual(now);
     pass(true, everything, true, progress);
     return std::nullopt;
