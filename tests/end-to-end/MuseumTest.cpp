@@ -141,7 +141,8 @@ protected:
     }
     ~Museum() override
     {
-        endAll();
+        if (m_process)
+            endAll();
         if (HasFailure())
             std::fprintf(stderr, "The program wrote:\n%s\n", m_log.constData());
     }
@@ -149,7 +150,7 @@ protected:
     // As the unit does it: with all that it started.
     void endAll()
     {
-        ::kill(-static_cast<pid_t>(m_process->id()), SIGKILL);
+        ::kill(-m_group, SIGKILL);
         (void)m_process->exitStatus();
         keepLog();
     }
@@ -171,6 +172,7 @@ protected:
                           {m_prefix + u"/bin/corvella"_s, u"--start"_s},
                           environment,
                           m_program.home()});
+        m_group = static_cast<pid_t>(m_process->id());
     }
     // Looks after it as the unit does.
     void look()
@@ -182,6 +184,7 @@ protected:
             ADD_FAILURE() << "it ended by itself in the night after day " << m_day;
         else
             ++m_cutsInAWrite;
+        ::kill(-m_group, SIGKILL); // what it started
         start();
     }
     // Waits until something holds, while the unit looks after the program.
@@ -318,8 +321,7 @@ protected:
     void offerNews()
     {
         const QString stamp = m_time.now().toString(u"yyyyMMdd'T'HHmmss"_s);
-        m_host.offer(u"171"_s, stamp);
-        m_host.write(u"v/171/%1.mp4"_s.arg(stamp), clipOf(m_day + 1));
+        m_host.offerClip(u"171"_s, stamp, clipOf(m_day + 1));
         m_host.setGenerated(m_time.now());
     }
     void goThroughDay(Trouble trouble)
@@ -395,6 +397,7 @@ protected:
     test::ProgramUnderTest m_program;
     const QString m_prefix = m_program.home() + u"/opt/corvella"_s;
     std::unique_ptr<test::ChildProcess> m_process;
+    pid_t m_group = 0; // of it and of all that it starts
 
     QDateTime m_morning; // the first
 
