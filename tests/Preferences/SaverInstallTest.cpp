@@ -36,7 +36,7 @@ protected:
         m_home.write(program, {});
         QFile::remove(program);
         EXPECT_TRUE(QFile::copy(u"/bin/sleep"_s, program));
-        m_home.write(path + u"/Contents/lib/corvella/clips.so"_s, "of build " + build);
+        m_home.write(path + u"/Contents/lib/corvella/corvella-clips"_s, "of build " + build);
         return path;
     }
 
@@ -70,7 +70,7 @@ TEST_F(SaverInstall, CopiesTheWholeSaver)
               installedNote(QSysInfo::productVersion().section(u'.', 0, 0).toInt()));
     EXPECT_EQ(installedSaver(), m_installed);
     EXPECT_EQ(saverBuild(m_installed), 14);
-    EXPECT_EQ(installed(u"lib/corvella/clips.so"_s), "of build 14");
+    EXPECT_EQ(installed(u"lib/corvella/corvella-clips"_s), "of build 14");
     EXPECT_TRUE(QFileInfo(m_installed + u"/Contents/bin/corvella-saver"_s).isExecutable());
     EXPECT_TRUE(isOpened(u"xscreensaver-settings"_s));
 }
@@ -209,7 +209,7 @@ TEST_F(InstalledSaver, IsReplacedByANewerOne)
     install("12");
     refreshInstalledSaver(bundle("14"));
     EXPECT_EQ(saverBuild(m_installed), 14);
-    EXPECT_EQ(installed(u"lib/corvella/clips.so"_s), "of build 14");
+    EXPECT_EQ(installed(u"lib/corvella/corvella-clips"_s), "of build 14");
     EXPECT_EQ(m_log.messages(), QStringList{u"screen saver updated from build 12 to 14"_s});
 }
 
@@ -219,7 +219,7 @@ TEST_F(InstalledSaver, StaysWhereTheProgramsOwnIsOlderOrTheSame)
     for (const char *build : {"12", "14"}) {
         refreshInstalledSaver(bundle(build));
         EXPECT_EQ(saverBuild(m_installed), 14);
-        EXPECT_EQ(installed(u"lib/corvella/clips.so"_s), "of build 14");
+        EXPECT_EQ(installed(u"lib/corvella/corvella-clips"_s), "of build 14");
     }
     EXPECT_EQ(m_log.messages(), QStringList());
 }
@@ -269,11 +269,11 @@ TEST_F(InstalledSaver, StaysWholeWhereItCannotBeReplaced)
     install("12");
     const QString saver = bundle("14");
     // What cannot be copied.
-    QFile::remove(saver + u"/Contents/lib/corvella/clips.so"_s);
-    ASSERT_TRUE(QFile::link(u"/nonexistent"_s, saver + u"/Contents/lib/corvella/clips.so"_s));
+    QFile::remove(saver + u"/Contents/lib/corvella/corvella-clips"_s);
+    ASSERT_TRUE(QFile::link(u"/nonexistent"_s, saver + u"/Contents/lib/corvella/corvella-clips"_s));
     refreshInstalledSaver(saver);
     EXPECT_EQ(saverBuild(m_installed), 12);
-    EXPECT_EQ(installed(u"lib/corvella/clips.so"_s), "of build 12");
+    EXPECT_EQ(installed(u"lib/corvella/corvella-clips"_s), "of build 12");
     ASSERT_EQ(m_log.messages().size(), 1);
     EXPECT_TRUE(
         m_log.messages().first().startsWith(u"could not update the installed screen saver: "_s));
