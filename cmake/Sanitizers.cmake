@@ -3,6 +3,8 @@ set(CORVELLA_SANITIZE "" CACHE STRING "Sanitizers to build with, comma-separated
 if(CORVELLA_SANITIZE)
     add_compile_options(-fsanitize=${CORVELLA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${CORVELLA_SANITIZE})
+    # They look at themselves through files and processes, which what reads clips otherwise has none of.
+    add_compile_definitions(CORVELLA_UNCONFINED)
     # GCC's manual: what the sanitizers put in makes it see uninitialised values that there are none of.
     add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     # A check of virtual calls holds an interface in the program and in the module that it loads for two, unless the

@@ -9,14 +9,17 @@
 #include "platform/session/DisplayServer.h"
 #include "platform/session/DisplaySleep.h"
 #include "platform/session/IdleClock.h"
+#include "platform/session/LostBus.h"
 #include "platform/session/LostDisplay.h"
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/session/SingleInstance.h"
 #include "platform/session/TerminationSignals.h"
 #include "platform/storage/BuildIdentity.h"
+#include "platform/storage/Resources.h"
 #include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
+#include "platform/update/Relaunch.h"
 #include "shell/App.h"
 #include "shell/CommandLine.h"
 #include "shell/SelfTest.h"
@@ -33,6 +36,11 @@
 using namespace corvella;
 
 namespace {
+
+// How the event loop ends where the program is to be started anew, and what the program ends with
+// where that fails.
+constexpr int kAnewShowing = 75;
+constexpr int kAnewWithoutWindows = 76;
 
 // Clips come and go for months: their buffers are given back to the system when they are freed,
 // instead of wearing holes into the heap.
@@ -105,6 +113,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     if (commandLine.action == u"quit")
         return EXIT_SUCCESS; // nobody is there who could
 
+    const LostBus lostBus;
     const TerminationSignals signals;
     QObject::connect(&signals, &TerminationSignals::received, &app, &QApplication::quit);
     Screens screens;
@@ -121,6 +130,11 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &App::applicationWillTerminate);
     QObject::connect(&instance, &SingleInstance::activated, &delegate, &App::perform);
     delegate.applicationDidFinishLaunching(commandLine);
+    // All that goes over a bus is asked for anew by a program that is started anew.
+    QObject::connect(&lostBus, &LostBus::returned, &delegate, [&delegate] {
+        log(QStringLiteral("message bus is back; starting anew"));
+        QApplication::exit(delegate.isShowing() ? kAnewShowing : kAnewWithoutWindows);
+    });
     const LostDisplay lostDisplay;
     return QApplication::exec();
 }
@@ -140,7 +154,10 @@ int main(int argc, char **argv)
         return refresh(argc, argv, !commandLine.refreshOnly);
     const int status = runApplication(argc, argv, commandLine);
     // A session that ends meanwhile wants no program back.
-    if (!TerminationSignals::wereReceived())
-        Updater::shared().relaunchIfInstalled(commandLine.allArgs);
+    if (TerminationSignals::wereReceived())
+        return status;
+    Updater::shared().relaunchIfInstalled(commandLine.allArgs);
+    if (status == kAnewShowing || status == kAnewWithoutWindows)
+        relaunch(executablePath(), commandLine.toGoOn(status == kAnewShowing));
     return status;
 }

@@ -61,6 +61,14 @@ for file in corvella-kiosk/sway.conf systemd/system/corvella-kiosk.service sysct
     [ -f "$work/etc/$file" ] || fail "no step brings /etc/$file"
 done
 # What the service starts is where the steps put it.
+# However it ends, and however often, it is started again.
+for line in Restart=always StartLimitIntervalSec=0; do
+    grep -qx "$line" "$work/etc/systemd/system/corvella-kiosk.service" || fail "the kiosk's unit has no $line"
+done
 grep -q "^ExecStart=sway --config /etc/corvella-kiosk/sway.conf$" "$work/etc/systemd/system/corvella-kiosk.service" ||
     fail "the service starts something else"
+# It follows logind, without which its compositor shows nothing, and does not wait for one that waits for logind.
+for line in PartOf=systemd-logind.service After=.*systemd-logind.service Restart=always TimeoutStopSec=5; do
+    grep -q "^$line\b" "$work/etc/systemd/system/corvella-kiosk.service" || fail "the service lacks $line"
+done
 exit $failed

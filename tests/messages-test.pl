@@ -39,7 +39,7 @@ sub expect {
 my $text = qr/"((?:[^"\\]|\\.)*)"/;
 my $literal = qr/(?:QStringLiteral\(\s*|\bu)$text/;
 # What an argument of log() is made by, where there is no literal in it: its texts begin with a subject.
-my $made_elsewhere = qr/^\((?:const QString &message|message|start \+.*|sayingOf\(.*|url \+.*)\)$/s;
+my $made_elsewhere = qr/^\((?:const QString &message|message|line|\*failure|start \+.*|sayingOf\(.*|url \+.*)\)$/s;
 my ($calls, $reasons) = (0, 0);
 
 sub check {
@@ -59,7 +59,7 @@ sub check {
     # Wherever else a text begins as messages do.
     expect($source, $_, 1) for grep { /^(?:$subjects): ./ } $code =~ /$literal/g;
     # Reasons. Two are never told.
-    return unless $source =~ m{/(?:HttpSession|RemoteImagery|ClipSource|ReaderProcess|ClipDecoder|FFmpegClip|UpdatePreparation|Installation)\.cpp$};
+    return unless $source =~ m{/(?:HttpSession|RemoteImagery|ClipSource|FrameQueue|ReaderProcess|ClipDecoder|FFmpegClip|UpdatePreparation|Installation)\.cpp$};
     for my $reason ($code =~ /(?:ClipError\{|EndOfLap\{|complaint = |\.reason = |fault\(\s*UpdateFault::\w+,\s*(?:[\w.]+ \+ )?|complain\(\w+, |silence = |return )$literal/g) {
         $reasons++;
         expect($source, $reason) unless $reason =~ /^(?:cancelled|checked less than a day ago)$/;

@@ -9,7 +9,12 @@ namespace corvella::BrokenClips {
 
 namespace {
 
-using Table = QHash<QString, FileStamp>;
+struct Entry
+{
+    FileStamp stamp;
+    MediaTime since;
+};
+using Table = QHash<QString, Entry>;
 
 Table &unplayable()
 {
@@ -23,33 +28,40 @@ Table &brokenOff()
     return table;
 }
 
-bool isListed(const Table &table, const QString &path)
+// What is known of the file as it is on disk now; null for nothing.
+const Entry *find(const Table &table, const QString &path)
 {
     const auto found = table.constFind(path);
-    return found != table.cend() && *found == stampOf(path);
+    return found != table.cend() && found->stamp == stampOf(path) ? &*found : nullptr;
+}
+
+// Whether that is new of the file.
+bool enter(Table &table, const QString &path, MediaTime now)
+{
+    const bool isNew = !find(table, path);
+    table.insert(path, {stampOf(path), now});
+    return isNew;
 }
 
 } // namespace
 
-void add(const QString &path, const QString &reason)
+void add(const QString &path, const QString &reason, MediaTime now)
 {
-    if (isListed(unplayable(), path))
-        return;
-    unplayable().insert(path, stampOf(path));
-    log(QStringLiteral("clip does not play, passing it over: %1: %2").arg(path, reason));
+    if (enter(unplayable(), path, now))
+        log(QStringLiteral("clip does not play, passing it over: %1: %2").arg(path, reason));
 }
 
 void noteBrokenOff(const QString &path, const QString &reason)
 {
-    if (isListed(brokenOff(), path))
-        return;
-    brokenOff().insert(path, stampOf(path));
-    log(QStringLiteral("clip is damaged, playing it as far as it goes: %1: %2").arg(path, reason));
+    if (enter(brokenOff(), path, MediaTime(0)))
+        log(QStringLiteral("clip is damaged, playing it as far as it goes: %1: %2")
+                .arg(path, reason));
 }
 
-bool contains(const QString &path)
+bool contains(const QString &path, MediaTime now)
 {
-    return isListed(unplayable(), path);
+    const Entry *const entry = find(unplayable(), path);
+    return entry && now - entry->since < kPassedOverFor;
 }
 
 } // namespace corvella::BrokenClips

@@ -1,19 +1,25 @@
-// Clip files that turned out not to play, for the whole process: they are passed over and named in
-// the log once, until another file takes their place. Main thread only.
+// Clip files that turned out not to play, for the whole process: they are named in the log once and
+// passed over, until another file takes their place or ten minutes are over. Not every reason lies
+// in the file: on a machine that was short of memory for a moment it plays again. Main thread only.
 #pragma once
+
+#include "platform/time/MediaClock.h"
 
 #include <QString>
 
 namespace corvella::BrokenClips {
 
+inline constexpr MediaTime kPassedOverFor = std::chrono::minutes(10);
+
 // This file, as it is on disk now, does not play. Logs it with the reason unless it is known
 // already.
-void add(const QString &path, const QString &reason);
+void add(const QString &path, const QString &reason, MediaTime now);
 
 // This file ends early but plays as far as it goes. Logged once; it stays playable.
 void noteBrokenOff(const QString &path, const QString &reason);
 
-// Whether the file is known not to play and has not been replaced since.
-[[nodiscard]] bool contains(const QString &path);
+// Whether the file is to be passed over: it did not play less than ten minutes ago and has not been
+// replaced since.
+[[nodiscard]] bool contains(const QString &path, MediaTime now);
 
 } // namespace corvella::BrokenClips

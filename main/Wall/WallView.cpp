@@ -150,11 +150,12 @@ void WallView::reload()
     m_playlist = loadedPlaylist();
 }
 
-QList<WallView::Entry> WallView::playable(const QList<Entry> &playlist)
+QList<WallView::Entry> WallView::playable(const QList<Entry> &playlist) const
 {
     QList<Entry> result;
     for (const Entry &entry : playlist) {
-        if (entry.value(QLatin1String("video")).isString() && !BrokenClips::contains(fileOf(entry)))
+        if (entry.value(QLatin1String("video")).isString()
+            && !BrokenClips::contains(fileOf(entry), m_tree.clock().now()))
             result << entry;
     }
     return result;
@@ -286,7 +287,7 @@ void WallView::clipEnded()
 
 void WallView::clipFailed(const std::shared_ptr<VideoPlayer> &player, const QString &reason)
 {
-    BrokenClips::add(player->path(), reason);
+    BrokenClips::add(player->path(), reason, m_tree.clock().now());
     if (m_prepared && m_prepared->player == player)
         m_prepared.reset();
     else if (active().player() == player && !m_stopped)

@@ -78,7 +78,7 @@ private:
     void playCurrent();
     void reload();
     [[nodiscard]] QList<Entry> loadedPlaylist() const;
-    [[nodiscard]] static QList<Entry> playable(const QList<Entry> &playlist);
+    [[nodiscard]] QList<Entry> playable(const QList<Entry> &playlist) const;
     [[nodiscard]] std::optional<int> choose(const QList<Entry> &playlist, int from) const;
     void waitForContent();
 

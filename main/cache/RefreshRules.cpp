@@ -36,6 +36,11 @@ bool isDue(const QDateTime &last, std::chrono::milliseconds every, const QDateTi
     return between(last, now) >= every;
 }
 
+bool isFromAnotherTime(const QDateTime &last, std::chrono::milliseconds every, const QDateTime &now)
+{
+    return between(now, last) >= every;
+}
+
 bool shouldUseOrigin(bool reached, const std::optional<QDateTime> &generated, const QDateTime &now)
 {
     if (!reached)

@@ -25,6 +25,11 @@ inline constexpr std::chrono::seconds oldestLivingIndex{64800};
 [[nodiscard]] bool isDue(const QDateTime &last, std::chrono::milliseconds every,
                          const QDateTime &now);
 
+// Whether the last time lies so far ahead that the clock must have been wrong then, and would have
+// to be waited for, a year perhaps.
+[[nodiscard]] bool isFromAnotherTime(const QDateTime &last, std::chrono::milliseconds every,
+                                     const QDateTime &now);
+
 // Whether to go past the imagery host: it was not reached, or the index it gave was generated too
 // long ago. An index without a date (`generated` is none) is believed.
 [[nodiscard]] bool shouldUseOrigin(bool reached, const std::optional<QDateTime> &generated,

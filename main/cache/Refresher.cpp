@@ -9,10 +9,10 @@
 #include "settings/Settings.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <cerrno>
 #include <thread>
+#include <unistd.h>
 
 namespace corvella::Cache {
 
@@ -69,24 +69,28 @@ Refresher::Refresher(CacheFolder folder, HttpSession &session, Clock now,
 {
 }
 
+// What cannot be looked at just now is there: taken for lost, it would leave the manifest.
 bool Refresher::has(const QString &name) const
 {
-    return QFileInfo::exists(file(name));
+    return ::access(QFile::encodeName(file(name)).constData(), F_OK) == 0
+        || (errno != ENOENT && errno != ENOTDIR);
 }
 
 void Refresher::refresh()
 {
+    const QDateTime now = m_now();
+    const QDateTime last = Settings::lastCheck();
     const auto every = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::duration<double, std::ratio<60>>(Settings::refreshMinutes()));
-    pass(isDue(Settings::lastCheck(), every, m_now()), false, false);
+    pass(isDue(last, every, now) || isFromAnotherTime(last, every, now), false, false);
 }
 
 std::optional<QDateTime> Refresher::refreshNow(bool everything, const Progress &progress)
 {
     const QDateTime now = m_now();
-    const QDateTime next = Settings::lastManual().addSecs(manualSpacing.count());
-    if (now < next)
-        return next;
+    const QDateTime last = Settings::lastManual();
+    if (!isDue(last, manualSpacing, now) && !isFromAnotherTime(last, manualSpacing, now))
+        return last.addSecs(manualSpacing.count());
     Settings::setLastManual(now);
     pass(true, everything, true, progress);
     return std::nullopt;
@@ -180,11 +184,13 @@ Refresher::Wanted Refresher::dropUnwanted(bool everything)
 {
     const std::optional<QSet<QString>> inUse =
         everything ? std::nullopt : Settings::productsInUse();
+    // Where the user's choice cannot be read, nobody knows what is unwanted.
+    const bool mayDrop = Settings::d().isReadable() && !Settings::offline();
     Wanted wanted;
     for (const Product &product : imageryProducts()) {
         if (!inUse || inUse->contains(product.id)) {
             wanted.ids << product.id;
-        } else if (!Settings::offline() && has(clipName(product.id))) {
+        } else if (mayDrop && has(clipName(product.id))) {
             for (const QString &name : allNames(product.id))
                 QFile::remove(file(name));
             ++wanted.dropped;

@@ -1,5 +1,6 @@
 #include "cache/RemoteImagery.h"
 
+#include "cache/Address.h"
 #include "cache/RefreshRules.h"
 #include "log.h"
 #include "platform/storage/BoundedFile.h"
@@ -10,7 +11,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QUrl>
 
 #include <algorithm>
 
@@ -41,7 +41,7 @@ void writeSideFile(const QString &path, const QByteArray &text)
 }
 
 // The last steps of a download, on a thread of its own.
-FileResult putInPlace(const std::unique_ptr<PendingFile> &download, const QString &target,
+FileResult putInPlace(const std::shared_ptr<PendingFile> &download, const QString &target,
                       const QString &path, const std::optional<QByteArray> &etag,
                       const std::function<FileResult()> &note)
 {
@@ -110,9 +110,8 @@ void RemoteImagery::setOnOrigin(bool onOrigin)
 // Empty when the parts do not form an address.
 QString RemoteImagery::url(const QString &host, const QString &path)
 {
-    const QUrl url(u"https://" + host + u'/' + path, QUrl::StrictMode);
-    return url.isValid() && !url.host().isEmpty() ? QString::fromLatin1(url.toEncoded())
-                                                  : QString();
+    const std::optional<QUrl> url = address(host, path);
+    return url ? QString::fromLatin1(url->toEncoded()) : QString();
 }
 
 std::optional<QByteArray> RemoteImagery::get(const QString &path)
@@ -159,11 +158,11 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
                             isDocument(path) ? m_limits.document.largest : m_limits.file.largest};
     if (const std::optional<QString> known = readSideFile(tag))
         request.ifNoneMatch = known->toUtf8();
-    std::unique_ptr<PendingFile> download; // opened by the first byte: most answers have none
+    std::shared_ptr<PendingFile> download; // opened by the first byte: most answers have none
     FileResult writing;
     const HttpAnswer answer = m_session.get(request, [&](const char *bytes, size_t count) {
         if (!download)
-            download = std::make_unique<PendingFile>(target);
+            download = std::make_shared<PendingFile>(target);
         writing = download->append(bytes, count);
         return writing.isOk();
     });
@@ -181,12 +180,14 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
     }
 
     if (!download)
-        download = std::make_unique<PendingFile>(target); // an empty body
+        download = std::make_shared<PendingFile>(target); // an empty body
     if (m_filings.size() == kMostFilings)
         finishOldest();
-    m_filings.push_back({name, address,
-                         std::async(std::launch::async, putInPlace, std::move(download), target,
-                                    path, answer.etag, note)});
+    // Where there is no thread for it, finish() does it.
+    constexpr auto kWherePossible = std::launch::async | std::launch::deferred;
+    m_filings.push_back(
+        {name, address,
+         std::async(kWherePossible, putInPlace, download, target, path, answer.etag, note)});
     if (isDocument(path))
         finish();
     return Fetched::changed;

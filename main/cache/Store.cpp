@@ -1,5 +1,6 @@
 #include "cache/Store.h"
 
+#include "cache/Address.h"
 #include "platform/storage/IsoDate.h"
 #include "settings/Settings.h"
 
@@ -22,9 +23,10 @@ std::optional<QUrl> link(const QJsonObject &entry)
     if (isWavelength && id == id.trimmed())
         query.addQueryItem(QStringLiteral("wl"), id);
 
-    QUrl url(u"https://" + Settings::storeHost() + u'/', QUrl::StrictMode);
-    url.setQuery(query);
-    return url.isValid() && !url.host().isEmpty() ? std::optional(url) : std::nullopt;
+    std::optional<QUrl> url = Cache::address(Settings::storeHost(), {});
+    if (url)
+        url->setQuery(query);
+    return url;
 }
 
 } // namespace corvella::Store

@@ -186,6 +186,8 @@ void App::decideWhatToShow(const CommandLine &commandLine)
     // Who asks for one thing does not want another.
     if (!commandLine.action.isEmpty())
         perform(commandLine.action);
+    else if (commandLine.quiet)
+        log(QStringLiteral("resident, no windows"));
     else if (commandLine.forceStart || (configured && (mode == Mode::wall || mode == Mode::kiosk)))
         show();
     else if (configured && mode == Mode::desktop)

@@ -6,6 +6,9 @@ namespace corvella {
 
 namespace {
 
+const QString kStart = QStringLiteral("--start");
+const QString kQuiet = QStringLiteral("--quiet");
+
 std::optional<double> seconds(const QStringList &args)
 {
     const qsizetype option = args.indexOf(QStringLiteral("--seconds"));
@@ -30,10 +33,19 @@ CommandLine CommandLine::parse(const QStringList &allArgs)
     line.primeOnly = allArgs.contains(QStringLiteral("--prime"));
     line.refreshOnly = allArgs.contains(QStringLiteral("--refresh"));
     line.selfTest = allArgs.contains(QStringLiteral("--selftest"));
-    line.forceStart = allArgs.contains(QStringLiteral("--start"));
+    line.forceStart = allArgs.contains(kStart);
+    line.quiet = allArgs.contains(kQuiet);
     if (const qsizetype option = allArgs.indexOf(QStringLiteral("--action")); option >= 0)
         line.action = allArgs.value(option + 1);
     return line;
+}
+
+QStringList CommandLine::toGoOn(bool isShowing) const
+{
+    QStringList args{isShowing ? kStart : kQuiet};
+    if (autoQuit)
+        args << QStringLiteral("--seconds") << QString::number(*autoQuit);
+    return args;
 }
 
 QString CommandLine::wordForTheOther() const

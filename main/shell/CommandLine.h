@@ -15,10 +15,15 @@ struct CommandLine
     bool refreshOnly = false;
     bool primeOnly = false;
     bool forceStart = false;
-    QString action; // of the program's desktop entry, by its name; empty for none
+    bool quiet = false; // opens no window by itself
+    QString action;     // of the program's desktop entry, by its name; empty for none
 
     // What to tell a program that runs already: an action, or nothing but to come forward.
     [[nodiscard]] QString wordForTheOther() const;
+
+    // With what a program that starts itself anew goes on as it was: with its walls, or without
+    // any window. What it was asked for at its start is done.
+    [[nodiscard]] QStringList toGoOn(bool isShowing) const;
 
     // Options match whole arguments, exactly, wherever they stand; what matches nothing is passed
     // over.

@@ -214,10 +214,10 @@ void Updater::waitUntilNight()
 
 void Updater::nightlyFired()
 {
-    if (m_surroundings.now() < m_installAt)
-        waitUntilNight();
-    else
-        installIfStillQuiet(m_nightlyVersion);
+    if (m_surroundings.now() >= m_installAt)
+        return installIfStillQuiet(m_nightlyVersion);
+    m_installAt = std::min(m_installAt, nextQuietHour()); // the clock may have been set back
+    waitUntilNight();
 }
 
 void Updater::installIfStillQuiet(const QString &version)

@@ -1,7 +1,7 @@
 # Completion for corvella, corvella-defaults and corvella-sun.
 
 _corvella() {
-    local words="--start --seconds --action --refresh --prime --selftest"
+    local words="--start --quiet --seconds --action --refresh --prime --selftest"
     [ "${COMP_WORDS[COMP_CWORD - 1]}" != --action ] || words="start settings update-desktop quit"
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
 }

@@ -13,6 +13,8 @@
 namespace corvella {
 namespace {
 
+constexpr MediaTime kNow = std::chrono::hours(5);
+
 class BrokenClipsTest : public testing::Test
 {
 protected:
@@ -24,8 +26,8 @@ protected:
 TEST_F(BrokenClipsTest, AreNamedInTheLogOnce)
 {
     m_home.write(m_path, "junk");
-    BrokenClips::add(m_path, QStringLiteral("no video stream in it"));
-    BrokenClips::add(m_path, QStringLiteral("no video stream in it"));
+    BrokenClips::add(m_path, QStringLiteral("no video stream in it"), kNow);
+    BrokenClips::add(m_path, QStringLiteral("no video stream in it"), kNow);
     EXPECT_EQ(
         m_log.messages(),
         QStringList{QStringLiteral("clip does not play, passing it over: %1: no video stream in it")
@@ -35,17 +37,17 @@ TEST_F(BrokenClipsTest, AreNamedInTheLogOnce)
 TEST_F(BrokenClipsTest, AreForgottenWhenAnotherFileTakesTheirPlace)
 {
     m_home.write(m_path, "junk");
-    BrokenClips::add(m_path, QStringLiteral("why"));
-    EXPECT_TRUE(BrokenClips::contains(m_path));
+    BrokenClips::add(m_path, QStringLiteral("why"), kNow);
+    EXPECT_TRUE(BrokenClips::contains(m_path, kNow));
     m_home.write(m_path, "other junk");
-    EXPECT_FALSE(BrokenClips::contains(m_path));
+    EXPECT_FALSE(BrokenClips::contains(m_path, kNow));
 }
 
 TEST_F(BrokenClipsTest, AreForgottenWhenAFileOfTheSameSizeAndDateTakesTheirPlace)
 {
     m_home.write(m_path, "junk");
     const QDateTime date = QFileInfo(m_path).lastModified();
-    BrokenClips::add(m_path, QStringLiteral("why"));
+    BrokenClips::add(m_path, QStringLiteral("why"), kNow);
     const QString other = m_path + QStringLiteral(".new");
     m_home.write(other, "clip");
     QFile file(other);
@@ -54,15 +56,28 @@ TEST_F(BrokenClipsTest, AreForgottenWhenAFileOfTheSameSizeAndDateTakesTheirPlace
     file.close();
     ASSERT_EQ(std::rename(qPrintable(other), qPrintable(m_path)), 0);
     ASSERT_EQ(QFileInfo(m_path).lastModified(), date);
-    EXPECT_FALSE(BrokenClips::contains(m_path));
+    EXPECT_FALSE(BrokenClips::contains(m_path, kNow));
+}
+
+// What was wrong may have been wrong with the machine.
+TEST_F(BrokenClipsTest, AreTriedAgainAfterTenMinutesAndNotNamedAgain)
+{
+    m_home.write(m_path, "junk");
+    BrokenClips::add(m_path, QStringLiteral("why"), kNow);
+    const MediaTime tenMinutes = std::chrono::minutes(10);
+    EXPECT_TRUE(BrokenClips::contains(m_path, kNow + tenMinutes - MediaTime(1)));
+    EXPECT_FALSE(BrokenClips::contains(m_path, kNow + tenMinutes));
+    BrokenClips::add(m_path, QStringLiteral("why"), kNow + tenMinutes);
+    EXPECT_TRUE(BrokenClips::contains(m_path, kNow + tenMinutes));
+    EXPECT_EQ(m_log.messages().size(), 1);
 }
 
 TEST_F(BrokenClipsTest, AMissingFileIsOneUntilItIsThere)
 {
-    BrokenClips::add(m_path, QStringLiteral("No such file or directory"));
-    EXPECT_TRUE(BrokenClips::contains(m_path));
+    BrokenClips::add(m_path, QStringLiteral("No such file or directory"), kNow);
+    EXPECT_TRUE(BrokenClips::contains(m_path, kNow));
     m_home.write(m_path, "clip");
-    EXPECT_FALSE(BrokenClips::contains(m_path));
+    EXPECT_FALSE(BrokenClips::contains(m_path, kNow));
 }
 
 TEST_F(BrokenClipsTest, AClipThatBreaksOffStaysPlayable)
@@ -70,7 +85,7 @@ TEST_F(BrokenClipsTest, AClipThatBreaksOffStaysPlayable)
     m_home.write(m_path, "half a clip");
     BrokenClips::noteBrokenOff(m_path, QStringLiteral("breaks off after 48 of 96 pictures"));
     BrokenClips::noteBrokenOff(m_path, QStringLiteral("breaks off after 48 of 96 pictures"));
-    EXPECT_FALSE(BrokenClips::contains(m_path));
+    EXPECT_FALSE(BrokenClips::contains(m_path, kNow));
     EXPECT_EQ(m_log.messages().size(), 1);
 }
 

@@ -53,6 +53,15 @@ TEST(IsDueTest, CountsFromExactlyTheInterval)
     EXPECT_FALSE(Cache::isDue(now(), 3600s, now().addSecs(-3600))) << "the clock was set back";
 }
 
+TEST(IsDueTest, TellsATimeOfAnotherClock)
+{
+    EXPECT_FALSE(Cache::isFromAnotherTime(now(), 3600s, now().addSecs(3600)));
+    EXPECT_FALSE(Cache::isFromAnotherTime(now(), 3600s, now()));
+    EXPECT_FALSE(Cache::isFromAnotherTime(now(), 3600s, now().addSecs(-3599)));
+    EXPECT_TRUE(Cache::isFromAnotherTime(now(), 3600s, now().addSecs(-3600)));
+    EXPECT_TRUE(Cache::isFromAnotherTime(now(), 24h, QDateTime::fromSecsSinceEpoch(0)));
+}
+
 TEST(IsDueTest, IsAlwaysDueAfterTheDistantPast)
 {
     EXPECT_TRUE(Cache::isDue(QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC), 24h, now()));

@@ -205,6 +205,18 @@ TEST_F(RefresherTest, DropsWhatNoScreenShows)
                             QStringLiteral("refresh.lock"), QStringLiteral("seed.mp4")));
 }
 
+TEST_F(RefresherTest, DropsNothingWhileTheChoiceOfProductsCannotBeRead)
+{
+    layProduct(QStringLiteral("94")); // which no screen shows by default
+    QFile::remove(Settings::d().filePath());
+    EXPECT_TRUE(QDir().mkpath(Settings::d().filePath()));
+    m_refresher.pass(false, false, true);
+    EXPECT_TRUE(has(QStringLiteral("94.mp4")));
+    EXPECT_TRUE(QDir().rmdir(Settings::d().filePath()));
+    m_refresher.pass(false, false, true);
+    EXPECT_FALSE(has(QStringLiteral("94.mp4")));
+}
+
 TEST_F(RefresherTest, DropsNothingOfflineOrWhenEverythingIsWanted)
 {
     const TestImageryHost host(TestImageryHost::kProducts);
@@ -393,6 +405,27 @@ TEST_F(RefresherTest, ManualRefreshesKeepTheirDistance)
     EXPECT_FALSE(m_refresher.refreshNow(true));
     EXPECT_EQ(m_front->takeRequests().size(), 1);
     EXPECT_EQ(Settings::lastManual(), m_now);
+}
+
+// It was a year ahead when it was noted, and is right again.
+TEST_F(RefresherTest, ChecksAlsoWhereTheClockWasAhead)
+{
+    TestImageryHost host({QStringLiteral("171")});
+    host.setGenerated({}); // else it would have stopped updating a year ago
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    const QDateTime right = m_now;
+    m_now = right.addYears(1);
+    EXPECT_FALSE(m_refresher.refreshNow(false));
+    m_front->takeRequests();
+    m_now = right;
+    m_refresher.refresh();
+    EXPECT_EQ(log().last(), QStringLiteral("pass: checked, 0 clips moved, 0 products dropped"));
+    EXPECT_EQ(Settings::lastCheck().toSecsSinceEpoch(), right.toSecsSinceEpoch());
+    m_front->takeRequests();
+    m_refresher.refresh(); // and not again
+    EXPECT_THAT(m_front->takeRequests(), IsEmpty());
+    EXPECT_FALSE(m_refresher.refreshNow(false));
 }
 
 TEST_F(RefresherTest, NotesWhenAUsersRefreshBeganAndWhenTheCheckEnded)

@@ -1,10 +1,12 @@
 // The real program, installed from a bundle, updates itself to another real build from a real web
 // server; and what is left of it when that is interrupted.
+#include "end-to-end/BuiltUpdates.h"
 #include "support/AlteredMachine.h"
 #include "support/NginxServer.h"
 #include "support/ProgramUnderTest.h"
 #include "support/QtPrinting.h"
 #include "support/Repetitions.h"
+#include "support/SystemCallFaults.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -24,9 +26,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 
-const QString kUpdates = QStringLiteral(CORVELLA_UPDATES);
-const QString kPackaging = QStringLiteral(CORVELLA_PACKAGING);
-const QString kKey = kUpdates + u"/key.pem"_s;
 const QString kInstalling = u"update: installing 1.2.0 now and relaunching"_s;
 
 // A zone in which it is this hour now.
@@ -66,38 +65,19 @@ protected:
                              {u"imageryHost"_s, u"localhost:1"_s},
                              {u"checkUpdatesNow"_s, true},
                              {u"updateFeed"_s, u"https://%1/appcast.xml"_s.arg(m_server->host())}});
-        makeBundle(kUpdates + u"/1"_s, m_program.home() + u"/first"_s);
-        const QString bundle =
-            QDir(m_program.home() + u"/first"_s).entryList({u"*.tar.gz"_s}).value(0);
-        // As for a user who shares files with a group.
-        shell({u"sh"_s, u"-c"_s, u"umask 002; exec \"$@\""_s, u"sh"_s,
-               kPackaging + u"/install-bundle"_s, m_program.home() + u"/first/"_s + bundle,
-               prefix()});
-        m_program.setExecutable(path(u"bin/corvella"_s));
+        installFirstBuild(m_program, prefix());
     }
 
-    void shell(const QStringList &words) const
-    {
-        test::run({words.first(), words.mid(1), m_program.environment(), m_program.home()});
-    }
+    void shell(const QStringList &words) const { corvella::shell(m_program, words); }
     void makeBundle(const QString &tree, const QString &folder) const
     {
-        QFile notes(m_program.home() + u"/notes"_s);
-        EXPECT_TRUE(notes.open(QIODevice::WriteOnly));
-        notes.write("Sharper loops & <more>\n");
-        notes.close();
-        shell({kPackaging + u"/make-update"_s, u"--tree"_s, tree, u"--key"_s, kKey, u"--url"_s,
-               u"https://"_s + m_server->host(), u"--out"_s, folder, u"--notes"_s,
-               notes.fileName()});
+        corvella::makeBundle(m_program, tree, folder, u"https://"_s + m_server->host());
     }
     void announce() const { makeBundle(kUpdates + u"/2"_s, m_www); }
 
     [[nodiscard]] QString prefix() const { return m_program.home() + u"/opt/corvella"_s; }
     [[nodiscard]] QString path(const QString &name) const { return prefix() + u'/' + name; }
-    [[nodiscard]] int current() const
-    {
-        return QFileInfo(QFile::symLinkTarget(path(u"current"_s))).fileName().toInt();
-    }
+    [[nodiscard]] int current() const { return currentBuild(prefix()); }
 
     // The arguments of the process that runs this build of the copy; none when there is none.
     [[nodiscard]] std::optional<QStringList> running(int build) const
@@ -362,6 +342,50 @@ TEST_F(Updates, LeaveOneWholeBuildWheneverTheyAreKilled)
     }
     std::cout << whole.count() / 1000 << " ms each; the old build was left " << leftAt[1]
               << " times, the new one " << leftAt[2] << " times" << std::endl;
+}
+
+// Makes one system call of an update fail, of the program and of all that it starts.
+TEST_F(Updates, LeaveOneWholeBuildWhicheverSystemCallFails)
+{
+    announce();
+    m_program.configure({{u"installUpdatesNow"_s, true}});
+    const QString pristine = m_program.home() + u"/pristine"_s;
+    shell({u"cp"_s, u"-a"_s, prefix(), pristine});
+    const auto goBack = [&] {
+        QDir(prefix()).removeRecursively();
+        shell({u"cp"_s, u"-al"_s, pristine, prefix()});
+    };
+    goBack();
+    // Through, when the new build runs, or the program has said why not, or is gone.
+    const auto attempt = [&] {
+        m_program.start();
+        EXPECT_TRUE(becomes([this] {
+            const QStringList told = m_program.messages().filter(u"update: "_s);
+            return running(2) || !m_program.process().isRunning()
+                || told.size() > told.count(kInstalling);
+        })) << "hangs: "
+            << m_program.process().errors().toStdString();
+        m_program.process().signal(SIGTERM);
+        EXPECT_TRUE(becomes([this] {
+            return !m_program.process().isRunning() && !running(1) && !running(2);
+        })) << "does not end: "
+            << m_program.process().errors().toStdString();
+    };
+    test::failEachCall(m_program, {test::repetitions("CORVELLA_UPDATE_FAULTS", 2)}, attempt,
+                       [&](const std::string &when) {
+                           const bool isUpdated = current() == 2;
+                           EXPECT_TRUE(isUpdated || !m_program.process().errors().isEmpty())
+                               << "not a word";
+                           expectOneWholeBuild(when);
+                           if (!isUpdated) {
+                               m_program.start();
+                               EXPECT_TRUE(starts(2)) << "the next start does not get through";
+                               end();
+                               expectOneWholeBuild("after " + when);
+                           }
+                           goBack();
+                           return isUpdated ? "updated" : "not updated, with a line";
+                       });
 }
 
 } // namespace

@@ -3,8 +3,10 @@
 #include "saver/TwoMonitors.h"
 #include "support/OrdinaryUserCommand.h"
 
+#include <QDir>
 #include <QFile>
 
+#include <csignal>
 #include <gtest/gtest.h>
 
 namespace corvella {
@@ -76,7 +78,38 @@ protected:
         });
     }
 
+    // The processes of this display whose names begin so.
+    [[nodiscard]] QList<pid_t> processes(const QByteArray &name) const
+    {
+        const QByteArray display = "DISPLAY=" + m_display.display().toLatin1();
+        QList<pid_t> processes;
+        for (const QString &id : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
+            QFile is(u"/proc/%1/comm"_s.arg(id));
+            QFile environment(u"/proc/%1/environ"_s.arg(id));
+            if (!is.open(QIODevice::ReadOnly) || !is.readAll().startsWith(name)
+                || !environment.open(QIODevice::ReadOnly))
+                continue;
+            const QList<QByteArray> variables = environment.readAll().split('\0');
+            if (variables.contains(display) || variables.contains(display + ".0"))
+                processes << id.toInt();
+        }
+        return processes;
+    }
+    [[nodiscard]] qsizetype modules() const { return processes("corvella-saver").size(); }
+
+    void choose() const { write(m_settings, settings().replace("selected: 1", "selected: 2")); }
+    // Starts the daemon and waits until ours is on both monitors, with another clip on each.
+    void show()
+    {
+        m_daemon.emplace(command(u"xscreensaver"_s, {u"--no-splash"_s, u"--verbose"_s}));
+        ASSERT_TRUE(becomes([this] { return m_daemon->errors().contains("running in process"); }));
+        ASSERT_TRUE(isTold(u"-activate"_s)) << m_daemon->errors().toStdString();
+        ASSERT_TRUE(becomes([this] { return clipOn(kLeft) + clipOn(kRight) == 1 + 2; }))
+            << m_daemon->errors().toStdString();
+    }
+
     const QString m_settings = m_program.home() + u"/.xscreensaver"_s;
+    std::optional<test::ChildProcess> m_daemon;
 };
 
 TEST_F(XScreenSaver, ShowsTheInstalledModuleOnEveryScreenAndLetsItGoOnInput)
@@ -87,14 +120,9 @@ TEST_F(XScreenSaver, ShowsTheInstalledModuleOnEveryScreenAndLetsItGoOnInput)
     withoutOurs.replace(ours, QByteArray());
     EXPECT_EQ(withoutOurs, kBefore);
 
-    const QByteArray chosen = settings().replace("selected: 1", "selected: 2");
-    write(m_settings, chosen);
-    test::ChildProcess daemon(command(u"xscreensaver"_s, {u"--no-splash"_s, u"--verbose"_s}));
-    ASSERT_TRUE(becomes([&] { return daemon.errors().contains("running in process"); }));
-    ASSERT_TRUE(isTold(u"-activate"_s)) << daemon.errors().toStdString();
-    // Never the same on both.
-    ASSERT_TRUE(becomes([&] { return clipOn(kLeft) + clipOn(kRight) == 1 + 2; }))
-        << daemon.errors().toStdString();
+    choose();
+    const QByteArray chosen = settings();
+    ASSERT_NO_FATAL_FAILURE(show());
 
     // Right after it was told to show, the daemon takes no notice of input.
     EXPECT_TRUE(becomes(
@@ -103,8 +131,25 @@ TEST_F(XScreenSaver, ShowsTheInstalledModuleOnEveryScreenAndLetsItGoOnInput)
             return test::isFilledWith(m_display.client().picture(), {0, 0, 800, 300}, Qt::blue);
         },
         test::kGenerous, std::chrono::milliseconds(200)))
-        << daemon.errors().toStdString();
+        << m_daemon->errors().toStdString();
     EXPECT_EQ(settings(), chosen);
+}
+
+// Nothing of it is left over its screens, and one that is started anew shows it again.
+TEST_F(XScreenSaver, LeavesNoModuleBehindWhenItIsKilled)
+{
+    choose();
+    ASSERT_NO_FATAL_FAILURE(show());
+    EXPECT_EQ(modules(), 2);
+    // Itself, and what it has its windows from, which would take ten seconds to notice.
+    for (const pid_t process : processes("xscreensaver"))
+        ::kill(process, SIGKILL);
+    EXPECT_TRUE(becomes([this] { return modules() == 0; }));
+    EXPECT_TRUE(becomes([this] {
+        return test::isFilledWith(m_display.client().picture(), {0, 0, 800, 300}, Qt::blue);
+    }));
+    ASSERT_NO_FATAL_FAILURE(show());
+    EXPECT_EQ(modules(), 2);
 }
 
 } // namespace

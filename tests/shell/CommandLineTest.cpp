@@ -57,6 +57,16 @@ TEST(CommandLine, OptionsMatchWholeArgumentsWhereverTheyStand)
     EXPECT_TRUE(line.selfTest);
 }
 
+TEST(CommandLine, ProgramThatStartsItselfAnewGoesOnAsItWas)
+{
+    const CommandLine line = CommandLine::parse(words("--action settings --seconds 2.5"));
+    EXPECT_EQ(line.toGoOn(true), words("--start --seconds 2.5"));
+    EXPECT_EQ(line.toGoOn(false), words("--quiet --seconds 2.5"));
+    EXPECT_TRUE(CommandLine::parse(line.toGoOn(true)).forceStart);
+    EXPECT_TRUE(CommandLine::parse(line.toGoOn(false)).quiet);
+    EXPECT_EQ(CommandLine::parse(words("--start")).toGoOn(false), words("--quiet"));
+}
+
 TEST(CommandLine, NearMissesAreNoOptions)
 {
     const CommandLine line =

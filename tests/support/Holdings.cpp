@@ -1,10 +1,10 @@
 #include "support/Holdings.h"
 
 #include "support/PrivateBus.h"
+#include "support/Processes.h"
 #include "support/XServer.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -29,10 +29,8 @@ int entries(const QString &folder)
 // same libraries is not its own, and comes and goes with them.
 double ownMemory(qint64 process)
 {
-    QFile file(folderOf(process) + QStringLiteral("/smaps_rollup"));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
     double kibibytes = 0;
-    for (const QByteArray &line : file.readAll().split('\n')) {
+    for (const QByteArray &line : procFile(process, QStringLiteral("smaps_rollup")).split('\n')) {
         if (line.startsWith("Anonymous:") || line.startsWith("SwapPss:"))
             kibibytes += line.simplified().split(' ').value(1).toDouble();
     }
@@ -52,9 +50,13 @@ Holdings holdingsOf(qint64 process, const XServer &server, const PrivateBus &bus
         {QStringLiteral("mappings"), 0},
         {QStringLiteral("D-Bus matches"), bus.matchRules()},
     };
-    QFile maps(folderOf(process) + QStringLiteral("/maps"));
-    EXPECT_TRUE(maps.open(QIODevice::ReadOnly));
-    holdings[QStringLiteral("mappings")] = static_cast<double>(maps.readAll().count('\n'));
+    holdings[QStringLiteral("mappings")] =
+        static_cast<double>(procFile(process, QStringLiteral("maps")).count('\n'));
+    const ClipReaderProcesses clips = clipReadersOf(process);
+    EXPECT_EQ(clips.starters.size(), 1);
+    holdings[QStringLiteral("clip readers")] = static_cast<double>(clips.readers.size());
+    holdings[QStringLiteral("memory of what starts them, KiB")] =
+        clips.starters.isEmpty() ? 0 : ownMemory(clips.starters[0]);
     QMap<QString, double> inServer = server.client().heldBy(process);
     EXPECT_GT(inServer.value(QStringLiteral("WINDOW")), 0);
     const double windows = inServer.take(QStringLiteral("WINDOW"));

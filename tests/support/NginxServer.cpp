@@ -80,18 +80,29 @@ NginxServer::NginxServer(const ServerIdentity &identity, const QString &servedFo
         conf.write(
             configuration(m_folder.path(), m_port, identity, servedFolder, locations).toUtf8());
         conf.close();
-        // Debian keeps servers where an ordinary user's PATH does not look.
-        m_process = std::make_unique<ChildProcess>(
-            Command{QStringLiteral("/usr/sbin/nginx"),
-                    {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-e"),
-                     m_folder.filePath(QStringLiteral("error.log")), QStringLiteral("-c"), file},
-                    bareEnvironment(),
-                    {}});
-        if (becomes([this] { return knock() || !m_process->isRunning(); })
-            && m_process->isRunning())
+        if (start())
             return;
     }
     ADD_FAILURE() << "nginx does not start: " << m_process->errors().constData();
+}
+
+bool NginxServer::start()
+{
+    // Debian keeps servers where an ordinary user's PATH does not look.
+    m_process = std::make_unique<ChildProcess>(
+        Command{QStringLiteral("/usr/sbin/nginx"),
+                {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-e"),
+                 m_folder.filePath(QStringLiteral("error.log")), QStringLiteral("-c"),
+                 m_folder.filePath(QStringLiteral("nginx.conf"))},
+                bareEnvironment(),
+                {}});
+    return becomes([this] { return knock() || !m_process->isRunning(); }) && m_process->isRunning();
+}
+
+void NginxServer::startAgain()
+{
+    QFile::remove(m_folder.filePath(QStringLiteral("knock"))); // the socket of one that was killed
+    EXPECT_TRUE(start()) << "nginx does not start: " << m_process->errors().constData();
 }
 
 NginxServer::~NginxServer() = default;

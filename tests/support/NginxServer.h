@@ -5,6 +5,7 @@
 #include "support/ChildProcess.h"
 #include "support/TestAuthority.h"
 
+#include <csignal>
 #include <memory>
 
 namespace corvella::test {
@@ -18,6 +19,13 @@ public:
                 const QString &locations = {});
     ~NginxServer();
 
+    // Goes, and is there again where it was.
+    void stop() { m_process.reset(); }
+    void startAgain();
+    // Takes connections and says nothing, until it goes on.
+    void hang() { m_process->signal(SIGSTOP); }
+    void goOn() { m_process->signal(SIGCONT); }
+
     [[nodiscard]] quint16 port() const { return m_port; }
     // "localhost:PORT"
     [[nodiscard]] QString host() const;
@@ -29,6 +37,8 @@ public:
     [[nodiscard]] int connections() const;
 
 private:
+    // False where it does not come up.
+    [[nodiscard]] bool start();
     [[nodiscard]] bool knock() const;
     [[nodiscard]] QStringList logLines() const;
 

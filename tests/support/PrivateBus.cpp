@@ -22,10 +22,11 @@ void writeFile(const QString &path, const QString &text)
 
 } // namespace
 
+// Without the number that its daemon prints with it, which is another one after a crash.
 PrivateBus::PrivateBus()
+    : m_address(QStringLiteral("unix:path=%1/bus").arg(m_folder.path()))
 {
-    const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
-    writeFile(configuration,
+    writeFile(configurationFile(),
               QStringLiteral(R"(<busconfig>
     <type>session</type>
     <listen>unix:path=%1/bus</listen>
@@ -38,15 +39,31 @@ PrivateBus::PrivateBus()
 </busconfig>
 )")
                   .arg(m_folder.path()));
+    startDaemon();
+}
+
+void PrivateBus::startDaemon()
+{
     m_daemon = std::make_unique<ChildProcess>(
         Command{QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--config-file"), configuration, QStringLiteral("--nofork"),
+                {QStringLiteral("--config-file"), configurationFile(), QStringLiteral("--nofork"),
                  QStringLiteral("--nopidfile"), QStringLiteral("--print-address")},
                 bareEnvironment(),
                 {}});
     EXPECT_TRUE(becomes([this] { return m_daemon->output().endsWith('\n'); }))
         << "no bus: " << m_daemon->errors().toStdString();
-    m_address = QString::fromLatin1(m_daemon->output().trimmed());
+}
+
+void PrivateBus::crash()
+{
+    m_daemon->signal(SIGKILL);
+    EXPECT_TRUE(becomes([this] { return !m_daemon->isRunning(); }));
+}
+
+void PrivateBus::startAgain()
+{
+    QFile::remove(m_folder.filePath(QStringLiteral("bus"))); // the socket of the one that crashed
+    startDaemon();
 }
 
 void PrivateBus::offerToStart(const QString &service) const
@@ -76,6 +93,11 @@ int PrivateBus::matchRules() const
     for (const QStringList &ofOne : rules)
         count += static_cast<int>(ofOne.size());
     return count;
+}
+
+QString PrivateBus::configurationFile() const
+{
+    return m_folder.filePath(QStringLiteral("bus.conf"));
 }
 
 QString PrivateBus::startedFile() const

@@ -31,12 +31,17 @@ public:
     // It hangs: takes what comes and answers nothing, until it goes on.
     void hang() { m_daemon->signal(SIGSTOP); }
     void goOn() { m_daemon->signal(SIGCONT); }
+    // It is killed; and is there again, at the same address and without a service.
+    void crash();
+    void startAgain();
 
 private:
+    [[nodiscard]] QString configurationFile() const;
     [[nodiscard]] QString startedFile() const;
+    void startDaemon();
 
     QTemporaryDir m_folder;
-    QString m_address;
+    const QString m_address;
     std::unique_ptr<ChildProcess> m_daemon;
 };
 

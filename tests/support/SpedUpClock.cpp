@@ -58,10 +58,20 @@ timespec timespecOf(int64_t nanoseconds)
     return {nanoseconds / kNanosecondsPerSecond, nanoseconds % kNanosecondsPerSecond};
 }
 
+bool isRealtime(clockid_t clock)
+{
+    return clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE;
+}
+
 int64_t startOf(clockid_t clock)
 {
-    const bool isRealtime = clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE;
-    return isRealtime ? page().realtimeStart : page().monotonicStart;
+    return isRealtime(clock) ? page().realtimeStart : page().monotonicStart;
+}
+
+// What it is ahead of a clock that is merely sped up.
+int64_t aheadBy(clockid_t clock)
+{
+    return page().skipped + (isRealtime(clock) ? page().set.load() : 0);
 }
 
 bool isSpedUp(clockid_t clock)
@@ -72,13 +82,13 @@ bool isSpedUp(clockid_t clock)
 int64_t toFast(clockid_t clock, int64_t real)
 {
     const int64_t start = startOf(clock);
-    return start + (real - start) * page().speed + page().skipped;
+    return start + (real - start) * page().speed + aheadBy(clock);
 }
 
 int64_t toReal(clockid_t clock, int64_t fast)
 {
     const int64_t start = startOf(clock);
-    return start + (fast - page().skipped - start) / page().speed;
+    return start + (fast - aheadBy(clock) - start) / page().speed;
 }
 
 timespec shortened(const timespec &duration)
@@ -151,14 +161,19 @@ extern "C" int pthread_cond_clockwait(pthread_cond_t *condition, pthread_mutex_t
     return next(condition, mutex, clock, &real);
 }
 
-// Which clock such a condition goes by cannot be asked. The moment tells: the real clock is at one
-// that is far later than any machine has been up.
+// Which clock such a condition goes by cannot be asked. The moment tells: it is not far from what
+// that clock shows.
 extern "C" int pthread_cond_timedwait(pthread_cond_t *condition, pthread_mutex_t *mutex,
                                       const timespec *until)
 {
-    const bool isRealtime = nanoseconds(*until) > page().realtimeStart / 2;
-    return pthread_cond_clockwait(condition, mutex, isRealtime ? CLOCK_REALTIME : CLOCK_MONOTONIC,
-                                  until);
+    const auto distance = [until](clockid_t clock) {
+        timespec now{};
+        clock_gettime(clock, &now);
+        return std::llabs(nanoseconds(*until) - nanoseconds(now));
+    };
+    const clockid_t clock =
+        distance(CLOCK_REALTIME) < distance(CLOCK_MONOTONIC) ? CLOCK_REALTIME : CLOCK_MONOTONIC;
+    return pthread_cond_clockwait(condition, mutex, clock, until);
 }
 
 extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec *time, timespec *left)

@@ -33,6 +33,7 @@ SpedUpTime::SpedUpTime(int speed)
                                           nanosecondsNow<std::chrono::steady_clock>(),
                                           nanosecondsNow<std::chrono::system_clock>(),
                                           {0},
+                                          {0},
                                           {0}};
 }
 
@@ -55,6 +56,19 @@ void SpedUpTime::take(ProgramUnderTest &program) const
 void SpedUpTime::skip(std::chrono::nanoseconds time)
 {
     m_page->skipped += time.count();
+}
+
+void SpedUpTime::setClockOff(std::chrono::nanoseconds by)
+{
+    m_page->set = by.count();
+}
+
+QDateTime SpedUpTime::now() const
+{
+    const std::int64_t real = nanosecondsNow<std::chrono::system_clock>();
+    const std::int64_t start = m_page->realtimeStart;
+    const std::int64_t there = start + (real - start) * m_page->speed + m_page->skipped;
+    return QDateTime::fromMSecsSinceEpoch(there / 1'000'000, Qt::UTC);
 }
 
 qint64 SpedUpTime::waits() const

@@ -52,12 +52,17 @@ QByteArray TestImageryHost::still(const QString &id, const QString &stamp)
 
 void TestImageryHost::offer(const QString &id, const QString &stamp, qsizetype clipBytes)
 {
+    offerClip(id, stamp, clip(id, stamp, clipBytes));
+}
+
+void TestImageryHost::offerClip(const QString &id, const QString &stamp, const QByteArray &clip)
+{
     const QString versioned = u"v/" + id + u'/' + stamp;
     const QString video = u"video/" + id + u"_1k.mp4";
     const QString image = u"img/" + id + u"_1k.png";
-    write(versioned + u".mp4", clip(id, stamp, clipBytes));
+    write(versioned + u".mp4", clip);
     write(versioned + u".png", still(id, stamp));
-    write(video, clip(id, stamp, clipBytes));
+    write(video, clip);
     write(image, still(id, stamp));
     if (!m_order.contains(id))
         m_order << id;

@@ -32,6 +32,8 @@ public:
 
     // Offers a product's clip of another moment from now on.
     void offer(const QString &id, const QString &stamp, qsizetype clipBytes = 1000);
+    // Likewise one of these bytes, which are there before anybody is told of them.
+    void offerClip(const QString &id, const QString &stamp, const QByteArray &clip);
     // Changes a key of a product's record; an undefined value removes it.
     void setRecord(const QString &id, const QString &key, const QJsonValue &value);
     // The index's own date; none for an index that has no such date.

@@ -357,7 +357,10 @@ bool XClient::isBlanked() const
 
 bool XClient::isManaged() const
 {
-    return !property(m_root, "_NET_SUPPORTING_WM_CHECK").isEmpty();
+    // What a manager that was killed said of itself stays, but not the window that it named.
+    constexpr const char *kCheck = "_NET_SUPPORTING_WM_CHECK";
+    const QList<quint32> named = numbers(m_root, kCheck);
+    return !named.isEmpty() && !property(named.first(), kCheck).isEmpty();
 }
 
 } // namespace corvella::test

@@ -1,5 +1,6 @@
 #include "support/XServer.h"
 
+#include <csignal>
 #include <gtest/gtest.h>
 
 namespace corvella::test {
@@ -37,6 +38,13 @@ void XServer::startWindowManager(const QString &configuration)
     m_windowManager = std::make_unique<ChildProcess>(
         Command{QStringLiteral("openbox"), arguments, environmentOf(m_display), {}});
     EXPECT_TRUE(becomes([this] { return m_client->isManaged(); })) << "no window manager";
+}
+
+void XServer::killWindowManager()
+{
+    m_windowManager->signal(SIGKILL);
+    EXPECT_TRUE(becomes([this] { return !m_client->isManaged(); }));
+    m_windowManager.reset();
 }
 
 void XServer::input(const QStringList &arguments) const

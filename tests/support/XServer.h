@@ -28,6 +28,8 @@ public:
     // Starts a window manager (openbox), with this configuration file or its own, and waits until
     // it is at work.
     void startWindowManager(const QString &configuration = {});
+    // Kills it.
+    void killWindowManager();
     // Sends input through the server, in the words of xdotool: {"key", "Right"}, {"mousemove", "1",
     // "2"}.
     void input(const QStringList &arguments) const;

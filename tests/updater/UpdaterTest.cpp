@@ -112,6 +112,19 @@ TEST_F(UpdaterTest, WaitsForTheNextNightWhereItMissedOne)
     EXPECT_THAT(m_installed, ElementsAre(kVersion));
 }
 
+TEST_F(UpdaterTest, WaitsForNoNightOfAClockThatWasAhead)
+{
+    m_when = When::overnight;
+    m_now = denver(5, 14, 0).addYears(1);
+    EXPECT_TRUE(updateIsReady());
+    m_now = denver(5, 15, 0);
+    m_updater.nightlyFired();
+    EXPECT_THAT(m_installed, IsEmpty());
+    m_now = denver(6, 3, 0);
+    m_updater.nightlyFired();
+    EXPECT_THAT(m_installed, ElementsAre(kVersion));
+}
+
 TEST_F(UpdaterTest, AsksForTheRuleAgainAtNight)
 {
     m_when = When::overnight;

@@ -1,4 +1,5 @@
 #include "platform/session/SingleInstance.h"
+#include "platform/session/UnixAddress.h"
 #include "platform/storage/FileDescriptor.h"
 #include "platform/storage/FileLock.h"
 #include "platform/storage/StandardFolders.h"
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace corvella {
@@ -23,28 +23,7 @@ constexpr int kPatienceMs = 2000;
 constexpr size_t kLongestWord = 64;
 constexpr char kTaken = '+'; // the answer
 
-struct Address
-{
-    sockaddr_un name{};
-    socklen_t size = sizeof(sa_family_t);
-
-    [[nodiscard]] sockaddr *generic() { return reinterpret_cast<sockaddr *>(&name); }
-};
-
-// A path that is too long gives a nameless address, for which the system makes up a name.
-Address addressOf(const QString &path)
-{
-    Address address;
-    address.name.sun_family = AF_UNIX;
-    const QByteArray bytes = QFile::encodeName(path);
-    if (static_cast<size_t>(bytes.size()) < sizeof address.name.sun_path) {
-        std::copy(bytes.begin(), bytes.end(), address.name.sun_path);
-        address.size = path.isEmpty() ? address.size : static_cast<socklen_t>(sizeof address.name);
-    }
-    return address;
-}
-
-FileDescriptor boundSocket(Address address)
+FileDescriptor boundSocket(UnixAddress address)
 {
     FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (socket.isOpen() && ::bind(socket.get(), address.generic(), address.size) != 0)
@@ -78,7 +57,7 @@ private:
     void listen(const QString &path)
     {
         QFile::remove(path); // of one that crashed: we have its lock
-        m_socket = boundSocket(addressOf(path));
+        m_socket = boundSocket(unixAddressOf(path));
         if (!m_socket.isOpen())
             return;
         m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
@@ -89,7 +68,7 @@ private:
     void answer()
     {
         std::array<char, kLongestWord> word;
-        Address sender;
+        UnixAddress sender;
         sender.size = sizeof sender.name;
         const ssize_t length =
             ::recvfrom(m_socket.get(), word.data(), word.size(), 0, sender.generic(), &sender.size);
@@ -101,8 +80,8 @@ private:
 
     static Outcome handOver(const QString &path, const QString &word)
     {
-        const FileDescriptor socket = boundSocket(addressOf({}));
-        Address first = addressOf(path);
+        const FileDescriptor socket = boundSocket(unixAddressOf({}));
+        UnixAddress first = unixAddressOf(path);
         const QByteArray bytes = word.toUtf8().left(kLongestWord);
         pollfd answered{socket.get(), POLLIN, 0};
         const bool isTaken = socket.isOpen()

@@ -3,6 +3,7 @@
 #include "log.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -18,9 +19,11 @@ volatile std::sig_atomic_t isAnyReceived = 0;
 // Signal context: write() is all that may be done.
 void forward(int signal)
 {
+    const int error = errno; // of what is interrupted
     isAnyReceived = 1;
     const char number = static_cast<char>(signal);
-    [[maybe_unused]] const ssize_t written = ::write(pipeEnds[1], &number, 1);
+    while (::write(pipeEnds[1], &number, 1) < 0 && errno == EINTR) {}
+    errno = error;
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include <QList>
 
 #include <algorithm>
+#include <cctype>
+#include <limits>
 #include <optional>
 
 namespace corvella::XScreenSaverSettings {
@@ -103,11 +105,16 @@ void keepSelection(Lines &lines, qsizetype newEntry)
     if (!selected || selected->first != selected->last)
         return;
     QByteArray &line = lines[selected->first];
-    const qsizetype colon = line.indexOf(':');
-    bool isNumber = false;
-    const int number = line.mid(colon + 1).trimmed().toInt(&isNumber);
-    if (isNumber && number >= newEntry)
-        line = line.left(colon + 1) + ' ' + QByteArray::number(number + 1);
+    const qsizetype after = line.indexOf(':') + 1;
+    const QByteArray value = line.mid(after).trimmed();
+    // QByteArray's own reading takes more for a number than is one.
+    const bool isNumber = std::all_of(value.begin(), value.end(), [](char character) {
+        return std::isdigit(static_cast<unsigned char>(character)) != 0;
+    });
+    bool isInRange = false;
+    const int number = value.toInt(&isInRange);
+    if (isNumber && isInRange && number >= newEntry && number < std::numeric_limits<int>::max())
+        line.replace(line.indexOf(value, after), value.size(), QByteArray::number(number + 1));
 }
 
 // In X resources a backslash stands for itself only in pairs.

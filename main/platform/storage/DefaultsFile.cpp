@@ -73,6 +73,9 @@ DefaultsContent DefaultsReader::read(const QString &path)
     // must show in it.
     const qint64 beforeNs = m_nowNs();
     DefaultsContent content = contentOf(readBounded(path, kLargestDefaultsBytes));
+    // A disk that fails once, or no descriptor for a moment: defaults are not what the user chose.
+    if (content.state == DefaultsState::unreadable)
+        content = contentOf(readBounded(path, kLargestDefaultsBytes));
     const bool provable =
         content.state != DefaultsState::unreadable && content.stamp.wasSettledAt(beforeNs);
     const std::lock_guard guard(m_mutex);

@@ -12,9 +12,13 @@ std::optional<QDateTime> parseIsoDate(QStringView text)
     if (!form.match(text).hasMatch())
         return std::nullopt;
     const QDateTime instant = QDateTime::fromString(text.toString(), Qt::ISODateWithMs);
-    if (!instant.isValid())
+    // An offset may lead out of the years that have a text.
+    const QDateTime utc = instant.toUTC();
+    constexpr int kFirstYear = 1;
+    constexpr int kLastYear = 9999;
+    if (!instant.isValid() || utc.date().year() < kFirstYear || utc.date().year() > kLastYear)
         return std::nullopt;
-    return instant.toUTC();
+    return utc;
 }
 
 QString isoDateText(const QDateTime &instant)

@@ -43,6 +43,13 @@ void BackgroundWork::startThread()
     }
 }
 
+// None could be started when its job was given.
+void BackgroundWork::startMissingThread()
+{
+    if (!m_jobs.empty() && m_threads.empty())
+        startThread();
+}
+
 void BackgroundWork::work()
 {
     std::unique_lock lock(m_mutex);
@@ -91,12 +98,14 @@ void BackgroundWork::forgetWaiting()
 void BackgroundWork::finish()
 {
     std::unique_lock lock(m_mutex);
+    startMissingThread();
     m_changed.wait(lock, [this] { return isDone(); });
 }
 
 bool BackgroundWork::finish(std::chrono::milliseconds within)
 {
     std::unique_lock lock(m_mutex);
+    startMissingThread();
     return m_changed.wait_for(lock, within, [this] { return isDone(); });
 }
 

@@ -47,15 +47,20 @@ public:
     // Drops the jobs that have not begun.
     void forgetWaiting();
 
-    // Waits until all jobs are done; with a limit, false when that takes longer.
+    // Waits until all jobs are done; with a limit, false when that takes longer. Jobs for which the
+    // system has no thread even now are not waited for.
     void finish();
     [[nodiscard]] bool finish(std::chrono::milliseconds within);
 
 private:
     void startThread();
+    void startMissingThread();
     void work(); // the life of a thread
     void passOn();
-    [[nodiscard]] bool isDone() const { return m_jobs.empty() && m_resting == m_threads.size(); }
+    [[nodiscard]] bool isDone() const
+    {
+        return (m_jobs.empty() || m_threads.empty()) && m_resting == m_threads.size();
+    }
 
     const size_t m_mostAtOnce;
     std::vector<std::thread> m_threads;

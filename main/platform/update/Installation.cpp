@@ -74,8 +74,16 @@ FileResult refuseForeign(const QString &folder)
 Installation::Installation(const QString &executable)
     : m_folder(QFileInfo(QFileInfo(executable).path()).path())
     , m_prefix(QFileInfo(m_folder).path())
-    , m_identity(BuildIdentity::read(m_folder))
 {
+    look();
+    // A disk that fails once: a copy that is taken for a loose one learns of no update any more.
+    if (m_kind == Kind::loose)
+        look();
+}
+
+void Installation::look()
+{
+    m_identity = BuildIdentity::read(m_folder);
     const QFileInfo current(m_prefix + u'/' + kCurrent);
     if (isMarkedByPackageManager(m_folder))
         m_kind = Kind::packageManager;

@@ -63,6 +63,7 @@ public:
     [[nodiscard]] qint64 failedBuild() const;
 
 private:
+    void look();
     [[nodiscard]] QString trialOf(qint64 build) const;
     FileResult link(const QString &name, qint64 build) const;
     void refreshLauncher() const;

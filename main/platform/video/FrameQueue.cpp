@@ -1,14 +1,20 @@
 #include "platform/video/FrameQueue.h"
 
 #include <pthread.h>
+#include <system_error>
 
 namespace corvella {
 
 FrameQueue::FrameQueue(const QString &path, const PictureRequest &request, Events events)
     : m_events(std::move(events))
     , m_request(request)
-    , m_thread([this, path] { run(path); })
 {
+    try {
+        m_thread = std::thread([this, path] { run(path); });
+    } catch (const std::system_error &error) {
+        m_events.failed(QStringLiteral("there is no thread for it: ")
+                        + QString::fromLocal8Bit(error.what()));
+    }
 }
 
 FrameQueue::~FrameQueue()
@@ -18,7 +24,8 @@ FrameQueue::~FrameQueue()
         const std::lock_guard lock(m_mutex);
         m_changed.notify_all();
     }
-    m_thread.join();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 std::optional<FrameQueue::Upcoming> FrameQueue::front()

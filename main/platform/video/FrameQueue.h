@@ -29,7 +29,8 @@ public:
         // The first frame arrived, or one after take() or front() found none. On the decoding
         // thread.
         std::function<void()> frameArrived;
-        // The clip cannot be played (any more), or breaks off early (once). On the decoding thread.
+        // The clip cannot be played (any more), or breaks off early (once). On the decoding thread,
+        // or from the constructor where there is none.
         std::function<void(const QString &reason)> failed;
         std::function<void(const QString &reason)> brokenOff;
     };
@@ -84,7 +85,7 @@ private:
     bool m_betweenLaps = false;     // guarded by m_mutex: the next frame is the first of a lap
     bool m_starved = true;          // guarded by m_mutex: somebody waits for frameArrived
 
-    std::thread m_thread; // last: everything it uses is made before it and outlives it
+    std::thread m_thread; // last: everything it uses is made before it
 };
 
 } // namespace corvella

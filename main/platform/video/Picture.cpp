@@ -5,13 +5,6 @@
 
 namespace corvella {
 
-QImage Picture::image() const
-{
-    const Plane &plane = planes[0];
-    return QImage(plane.data, plane.size.width(), plane.size.height(), plane.bytesPerLine,
-                  QImage::Format_RGB32);
-}
-
 QRect fittedRect(QSizeF content, const QRect &bounds)
 {
     if (content.isEmpty() || bounds.isEmpty())

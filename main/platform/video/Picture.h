@@ -3,12 +3,14 @@
 // more.
 #pragma once
 
-#include <QImage>
+#include <QRect>
 #include <QSize>
 
 #include <array>
 #include <cstdint>
 #include <memory>
+
+class QImage;
 
 namespace corvella {
 
@@ -39,7 +41,7 @@ struct Picture
 
     [[nodiscard]] bool isNull() const { return planes[0].data == nullptr; }
     // The pixels of an rgb32 picture without a copy; valid as long as this picture or a copy of it
-    // lives.
+    // lives. The program's only: what reads clips does without Qt's pictures.
     [[nodiscard]] QImage image() const;
 };
 

@@ -80,7 +80,12 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"SystemSaverChosen", "selected: 7\nprograms: a \\n b\n",
             "selected: 8\nprograms: a \\n b \\n\\\n" + kOurs + "\n"},
         Row{"FirstSystemSaverChosenWithoutAList", "selected:\t0\n",
-            "selected: 1\nprograms: \\\n" + kOurs + "\n"},
+            "selected:\t1\nprograms: \\\n" + kOurs + "\n"},
+        Row{"NumberWithMoreBehindIt", QByteArray("selected: 7\0 x\n", 15),
+            QByteArray("selected: 7\0 x\n", 15) + "programs: \\\n" + kOurs + "\n"},
+        Row{"HighestNumber", "selected: 2147483647 \n",
+            "selected: 2147483647 \nprograms: \\\n" + kOurs + "\n"},
+        Row{"NumberAmongSpaces", "selected:  7 \n", "selected:  8 \nprograms: \\\n" + kOurs + "\n"},
         Row{"NothingChosen", "selected: -1\n", "selected: -1\nprograms: \\\n" + kOurs + "\n"}),
     [](const auto &row) { return row.param.name; });
 

@@ -55,6 +55,10 @@ TEST(IsoDateTest, ReadsNothingElse)
         u"2025-03-01T09:05:00Z\n",
         u"20250301T090500Z",
         u"12025-03-01T09:05:00Z",
+        u"0000-12-31T23:59:59Z",
+        // Of the years before the first and after the last.
+        u"0001-01-01T00:00:00+00:01",
+        u"9999-12-31T23:59:59-00:01",
     };
     for (const QStringView text : texts)
         EXPECT_FALSE(parseIsoDate(text)) << text.toUtf8().constData();

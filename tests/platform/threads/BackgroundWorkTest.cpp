@@ -7,9 +7,16 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <future>
 #include <latch>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <memory>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 
 namespace corvella {
 namespace {
@@ -17,6 +24,41 @@ namespace {
 using namespace std::chrono_literals;
 using test::becomes;
 using testing::ElementsAre;
+
+// From now on this process gets no thread any more.
+void refuseThreads()
+{
+    constexpr auto kLoad = static_cast<unsigned short>(BPF_LD | BPF_W | BPF_ABS);
+    constexpr auto kIfEqual = static_cast<unsigned short>(BPF_JMP | BPF_JEQ | BPF_K);
+    constexpr auto kReturn = static_cast<unsigned short>(BPF_RET | BPF_K);
+    sock_filter filter[] = {
+        {kLoad, 0, 0, static_cast<unsigned>(offsetof(seccomp_data, nr))},
+        {kIfEqual, 1, 0, SYS_clone3},
+        {kIfEqual, 0, 1, SYS_clone},
+        {kReturn, 0, 0, SECCOMP_RET_ERRNO | EAGAIN},
+        {kReturn, 0, 0, SECCOMP_RET_ALLOW},
+    };
+    const sock_fprog program{static_cast<unsigned short>(std::size(filter)), filter};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0
+        || ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        std::abort();
+}
+
+TEST(BackgroundWork, IsNotWaitedForWhereTheSystemHasNoThreadForIt)
+{
+    const auto endWithout = [] {
+        refuseThreads();
+        {
+            BackgroundWork work(1);
+            work.start([] {});
+            work.finish();
+            (void)work.finish(1h);
+        }
+        std::_Exit(EXIT_SUCCESS);
+    };
+    EXPECT_EXIT(endWithout(), testing::ExitedWithCode(EXIT_SUCCESS),
+                "corvella: background: no thread \\(Resource temporarily unavailable\\)");
+}
 
 TEST(BackgroundWork, IsDoneOnAnotherThreadAndToldOnThisOne)
 {

@@ -2,8 +2,6 @@
 
 #include "platform/video/ffmpeg/ColourDescription.h"
 
-#include <QTransform>
-
 #include <algorithm>
 #include <cmath>
 
@@ -101,15 +99,28 @@ Picture PictureConverter::turned(const Picture &picture, int quarterTurns)
 {
     if (picture.isNull())
         return {};
-    const QImage image = picture.image()
-                             .transformed(QTransform().rotate(90.0 * quarterTurns))
-                             .convertToFormat(QImage::Format_RGB32);
-    const std::shared_ptr<uint8_t> pixels = m_allocate(static_cast<size_t>(image.sizeInBytes()));
+    const Plane &from = picture.planes[0];
+    const int width = from.size.width();
+    const int height = from.size.height();
+    const QSize size = quarterTurns % 2 == 0 ? from.size : from.size.transposed();
+    const auto stride = static_cast<ptrdiff_t>(size.width());
+    const std::shared_ptr<uint8_t> pixels = m_allocate(
+        static_cast<size_t>(stride) * static_cast<size_t>(size.height()) * sizeof(uint32_t));
     if (!pixels)
         return {};
-    std::copy_n(image.constBits(), image.sizeInBytes(), pixels.get());
+    // Where pixel (0, 0) goes, and how far it is from there to those right of and below it.
+    const ptrdiff_t starts[] = {0, height - 1, stride * height - 1, stride * (width - 1)};
+    const ptrdiff_t rights[] = {1, stride, -1, -stride};
+    const ptrdiff_t belows[] = {stride, -1, -stride, 1};
+    auto *const to = reinterpret_cast<uint32_t *>(pixels.get()) + starts[quarterTurns];
+    for (int y = 0; y < height; ++y) {
+        const auto *row =
+            reinterpret_cast<const uint32_t *>(from.data + ptrdiff_t{y} * from.bytesPerLine);
+        for (int x = 0; x < width; ++x)
+            to[x * rights[quarterTurns] + y * belows[quarterTurns]] = row[x];
+    }
     Picture result;
-    result.planes[0] = {pixels.get(), static_cast<int>(image.bytesPerLine()), image.size()};
+    result.planes[0] = {pixels.get(), static_cast<int>(stride * ptrdiff_t{sizeof(uint32_t)}), size};
     result.storage = pixels;
     return result;
 }

@@ -1,0 +1,123 @@
+// What is left of the settings, and what a wall shows, when any one system call fails.
+#include "support/SystemCallFaults.h"
+#include "support/ProgramUnderTest.h"
+#include "support/QtPrinting.h"
+#include "support/Repetitions.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+QByteArray bytesOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+class SystemCalls : public testing::Test
+{
+protected:
+    [[nodiscard]] QByteArray settings() const { return bytesOf(m_program.settingsFile()); }
+    [[nodiscard]] QMap<QString, QByteArray> content() const
+    {
+        QMap<QString, QByteArray> content;
+        for (const QString &name : m_program.content())
+            content.insert(name, bytesOf(QDir(m_program.home()).filePath(name)));
+        return content;
+    }
+    [[nodiscard]] QByteArray words() const { return m_program.process().errors(); }
+    std::optional<int> run(const QStringList &arguments)
+    {
+        m_program.start(arguments);
+        return m_program.process().exitStatus();
+    }
+
+    mutable test::ProgramUnderTest m_program;
+};
+
+TEST_F(SystemCalls, ThatFailInAWriteOfTheSettingsLeaveTheOldOnesOrTheNewOnes)
+{
+    m_program.configureWall();
+    const QByteArray before = settings();
+    QJsonObject expected = QJsonDocument::fromJson(before).object();
+    expected.insert(u"imageryHost"_s, u"sun.example"_s);
+    m_program.setExecutable(QStringLiteral(CORVELLA_DEFAULTS));
+    const QStringList command{u"write"_s, u"imageryHost"_s, u"sun.example"_s};
+    const auto expectNew = [&] {
+        EXPECT_EQ(QJsonDocument::fromJson(settings()), QJsonDocument(expected));
+    };
+    const auto putBack = [&] {
+        QFile file(m_program.settingsFile());
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(before);
+    };
+    std::optional<int> status;
+    test::failEachCall(
+        m_program, {test::repetitions("CORVELLA_SYSTEM_CALL_FAULTS", 25)},
+        [&] { status = run(command); },
+        [&](const std::string & /*when*/) {
+            EXPECT_NE(status, std::nullopt) << "hangs, or was killed";
+            if (status == 0)
+                expectNew();
+            else
+                EXPECT_FALSE(words().isEmpty()) << "not a word";
+            const bool isStored = settings() != before;
+            if (isStored)
+                expectNew();
+            putBack();
+            EXPECT_EQ(run(command), 0);
+            expectNew();
+            putBack();
+            return status == 0 ? "stored"
+                : isStored     ? "stored, with a line"
+                               : "not stored, with a line";
+        });
+}
+
+TEST_F(SystemCalls, ThatFailAtTheStartOfAWallLoseNothing)
+{
+    m_program.configureWall();
+    m_program.configure({{u"wallHintShown"_s, true}, {u"migrated"_s, true}});
+    m_program.addClip(u"171"_s, 1, 15);
+    m_program.showOnPlatform(u"offscreen"_s);
+    const QStringList command{u"--seconds"_s, u"0.3"_s};
+    const QString kPlaying = u"corvella: playing 171"_s;
+    QStringList usual;
+    EXPECT_EQ(run(command), 0);
+    const QMap<QString, QByteArray> before = content();
+    std::optional<int> status;
+    test::failEachCall(
+        m_program, {test::repetitions("CORVELLA_SYSTEM_CALL_FAULTS", 6)},
+        [&] { status = run(command); },
+        [&](const std::string & /*when*/) {
+            // What Qt does by itself: it aborts where its plug-in for the display cannot be loaded,
+            // and waits for a thread of its painting that could not be started.
+            const bool isQtsOwn = words().contains("no Qt platform plugin could be initialized")
+                || words().contains("QThread::start: Thread creation error");
+            EXPECT_TRUE(status || isQtsOwn) << "hangs, or was killed: " << words().toStdString();
+            const QStringList lines = m_program.process().errorLines();
+            if (usual.isEmpty())
+                usual = lines;
+            EXPECT_FALSE(lines.isEmpty()) << "not a word";
+            // From what lies there as it lay there, the next start is one that was seen already.
+            if (content() != before) {
+                EXPECT_EQ(run(command), 0);
+                EXPECT_TRUE(m_program.process().errorLines().contains(kPlaying));
+            }
+            return !status                 ? "Qt ends it, and says why"
+                : lines == usual           ? "nothing shows"
+                : lines.contains(kPlaying) ? "it plays, with other lines"
+                                           : "it does not play, and says why";
+        });
+}
+
+} // namespace
+} // namespace corvella
