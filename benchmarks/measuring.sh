@@ -13,6 +13,7 @@ rounds=3
 work=$(mktemp -d)
 chmod 755 "$work" # a player that is not run as root reads its clip here
 leave() {
+    kill $(jobs -p) 2>/dev/null || true
     stop_display
     rm -rf "$work"
 }
