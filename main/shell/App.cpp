@@ -455,7 +455,7 @@ void App::tickSaver()
 void App::showWhenIdle()
 {
     const bool waits = m_armedWaiting || Settings::mode() == Mode::saver;
-    if (!waits || Settings::idleMinutes() * 60 > m_idleClock.secondsIdle()) {
+    if (!waits || !m_idleClock.isIdleFor(Settings::idleMinutes() * 60)) {
         m_foundNothingToShow = false;
         return;
     }

@@ -80,6 +80,23 @@ TEST_F(Saver, ComesAfterTheIdleTimeAndNotBefore)
     }));
 }
 
+TEST_F(Saver, IsPutOffByInput)
+{
+    setIdleTime(1500ms);
+    moveMouse();
+    m_program.start();
+    EXPECT_FALSE(becomes(
+        [this] {
+            moveMouse();
+            return !m_program.messages().filter(kShowing).isEmpty();
+        },
+        2500ms));
+    const test::Stopwatch sinceInput;
+    moveMouse();
+    EXPECT_TRUE(m_program.logs(kShowing));
+    EXPECT_GE(sinceInput.elapsed(), 1500ms);
+}
+
 TEST_F(Saver, ComesAtOnceWhenTheIdleTimeIsCutShortFromAShell)
 {
     setIdleTime(1h);

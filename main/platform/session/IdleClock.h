@@ -13,6 +13,8 @@ public:
 
     // Seconds since the last key, click or movement. 0 ("never idle") where nobody tells.
     [[nodiscard]] virtual double secondsIdle() = 0;
+    // Whether it was so many seconds ago or more. Costs nothing as long as that cannot be.
+    [[nodiscard]] virtual bool isIdleFor(double seconds) { return secondsIdle() >= seconds; }
 
     // The best source of this session; what cannot be had is logged once.
     [[nodiscard]] static std::unique_ptr<IdleClock> create();
