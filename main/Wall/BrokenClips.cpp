@@ -13,6 +13,7 @@ struct Entry
 {
     FileStamp stamp;
     MediaTime since;
+    MediaTime passedOverFor;
 };
 using Table = QHash<QString, Entry>;
 
@@ -38,8 +39,11 @@ const Entry *find(const Table &table, const QString &path)
 // Whether that is new of the file.
 bool enter(Table &table, const QString &path, MediaTime now)
 {
-    const bool isNew = !find(table, path);
-    table.insert(path, {stampOf(path), now});
+    const Entry *const known = find(table, path);
+    const bool isNew = !known;
+    // Where it has played for long since, that it fails says as little as the first time.
+    const bool isAgain = known && now - known->since < 2 * kPassedOverFor;
+    table.insert(path, {stampOf(path), now, isAgain ? kPassedOverFor : kPassedOverAtFirst});
     return isNew;
 }
 
@@ -61,7 +65,7 @@ void noteBrokenOff(const QString &path, const QString &reason)
 bool contains(const QString &path, MediaTime now)
 {
     const Entry *const entry = find(unplayable(), path);
-    return entry && now - entry->since < kPassedOverFor;
+    return entry && now - entry->since < entry->passedOverFor;
 }
 
 } // namespace corvella::BrokenClips

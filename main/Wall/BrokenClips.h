@@ -9,6 +9,9 @@
 
 namespace corvella::BrokenClips {
 
+// After a first failure, so that a wall with one clip alone has it back at its next look; and when
+// it has failed again.
+inline constexpr MediaTime kPassedOverAtFirst = std::chrono::seconds(4);
 inline constexpr MediaTime kPassedOverFor = std::chrono::minutes(10);
 
 // This file, as it is on disk now, does not play. Logs it with the reason unless it is known
@@ -18,8 +21,8 @@ void add(const QString &path, const QString &reason, MediaTime now);
 // This file ends early but plays as far as it goes. Logged once; it stays playable.
 void noteBrokenOff(const QString &path, const QString &reason);
 
-// Whether the file is to be passed over: it did not play less than ten minutes ago and has not been
-// replaced since.
+// Whether the file is to be passed over: it did not play a while ago and has not been replaced
+// since.
 [[nodiscard]] bool contains(const QString &path, MediaTime now);
 
 } // namespace corvella::BrokenClips

@@ -59,16 +59,25 @@ TEST_F(BrokenClipsTest, AreForgottenWhenAFileOfTheSameSizeAndDateTakesTheirPlace
     EXPECT_FALSE(BrokenClips::contains(m_path, kNow));
 }
 
-// What was wrong may have been wrong with the machine.
-TEST_F(BrokenClipsTest, AreTriedAgainAfterTenMinutesAndNotNamedAgain)
+// What was wrong may have been wrong with the machine, for a moment.
+TEST_F(BrokenClipsTest, AreTriedAgainSoonAndThenEveryTenMinutesAndNamedOnce)
 {
     m_home.write(m_path, "junk");
-    BrokenClips::add(m_path, QStringLiteral("why"), kNow);
-    const MediaTime tenMinutes = std::chrono::minutes(10);
-    EXPECT_TRUE(BrokenClips::contains(m_path, kNow + tenMinutes - MediaTime(1)));
-    EXPECT_FALSE(BrokenClips::contains(m_path, kNow + tenMinutes));
-    BrokenClips::add(m_path, QStringLiteral("why"), kNow + tenMinutes);
-    EXPECT_TRUE(BrokenClips::contains(m_path, kNow + tenMinutes));
+    const auto isPassedOverUntil = [this](MediaTime end) {
+        return BrokenClips::contains(m_path, end - MediaTime(1))
+            && !BrokenClips::contains(m_path, end);
+    };
+    MediaTime now = kNow;
+    BrokenClips::add(m_path, QStringLiteral("why"), now);
+    EXPECT_TRUE(isPassedOverUntil(now + std::chrono::seconds(4)));
+    for (int i = 0; i < 3; ++i) {
+        now += std::chrono::minutes(10) + std::chrono::seconds(30);
+        BrokenClips::add(m_path, QStringLiteral("why"), now);
+        EXPECT_TRUE(isPassedOverUntil(now + std::chrono::minutes(10)));
+    }
+    now += std::chrono::hours(1); // in which it played
+    BrokenClips::add(m_path, QStringLiteral("why"), now);
+    EXPECT_TRUE(isPassedOverUntil(now + std::chrono::seconds(4)));
     EXPECT_EQ(m_log.messages().size(), 1);
 }
 

@@ -137,6 +137,17 @@ TEST_F(ClipReaders, ThatAreKilledLeaveTheWallToTheNextClip)
     EXPECT_EQ(complaints(u"171.mp4: what reads it has ended: Killed"_s), 1);
 }
 
+TEST_F(ClipReaders, ThatAreKilledAreBackSoonWhereThereIsNoOtherClip)
+{
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return shows(1); }));
+    const QList<qint64> before = readers();
+    ASSERT_EQ(before.size(), 1);
+    ::kill(static_cast<pid_t>(before[0]), SIGKILL);
+    EXPECT_TRUE(becomes([&] { return readers().size() == 1 && readers() != before; }));
+    EXPECT_TRUE(becomes([this] { return shows(1); }));
+}
+
 // The kernel may choose that one where memory is short.
 TEST_F(ClipReaders, AreStartedAnewWhenWhatStartsThemIsKilled)
 {
