@@ -1,5 +1,5 @@
 // Clip files that turned out not to play, for the whole process: they are named in the log once and
-// passed over, until another file takes their place or ten minutes are over. Not every reason lies
+// passed over, until another file takes their place or a while is over. Not every reason lies
 // in the file: on a machine that was short of memory for a moment it plays again. Main thread only.
 #pragma once
 
