@@ -37,7 +37,7 @@ private:
 };
 
 // The path in a bus's address, such as "unix:path=/run/user/1000/bus,guid=1b2"; empty where none of
-// its parts has one. https://dbus.freedesktop.org/doc/dbus-specification.html#addresses
+// its parts has one.
 [[nodiscard]] QString socketPath(const QString &busAddress);
 
 } // namespace corvella
