@@ -1,6 +1,6 @@
 // The process that reads one clip, and the socket to it. Readers are copies of one process that has
-// everything loaded and has seen no clip, so that a new one is there in a millisecond or two; it
-// lives as long as any of them. Included by this folder's sources only.
+// everything loaded and has seen no clip, so that a new one loads nothing; it lives as long
+// as any of them. Included by this folder's sources only.
 #pragma once
 
 #include "platform/storage/FileDescriptor.h"
