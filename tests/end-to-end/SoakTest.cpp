@@ -208,8 +208,7 @@ protected:
         const QString stamp = QDateTime(QDate(2026, 10, 1), QTime(0, 0), Qt::UTC)
                                   .addSecs(3600LL * m_offers++)
                                   .toString(u"yyyyMMdd'T'HHmmss"_s);
-        m_host.offer(product, stamp);
-        m_host.write(u"v/%1/%2.mp4"_s.arg(product, stamp), m_clip);
+        m_host.offerClip(product, stamp, m_clip);
     }
 
     // Another clip is offered, and the half day goes by after which the program asks for it.
