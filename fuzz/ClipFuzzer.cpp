@@ -18,7 +18,7 @@ void play(corvella::FileDescriptor file)
     const auto opened = FFmpegClip::open(std::move(file), software, onTheHeap);
     const auto *clip = std::get_if<std::unique_ptr<FFmpegClip>>(&opened);
     for (int i = 0; clip && i < kMostPictures; ++i) {
-        const auto next = (*clip)->next({PixelLayout::rgb32, QSize(64, 64)});
+        const auto next = (*clip)->next(QSize(64, 64));
         if (std::holds_alternative<ClipError>(next))
             return;
     }

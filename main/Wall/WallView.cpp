@@ -221,7 +221,7 @@ std::shared_ptr<VideoPlayer> WallView::makePlayer(const Entry &entry)
 {
     const QString path = fileOf(entry);
     const PlayerLayer &layer = other();
-    auto player = std::make_shared<VideoPlayer>(path, layer.pictureRequest(), m_tree.clock());
+    auto player = std::make_shared<VideoPlayer>(path, layer.pictureBounds(), m_tree.clock());
     const std::weak_ptr<VideoPlayer> weak = player;
     connect(player.get(), &VideoPlayer::nearEnd, this, [this, weak] {
         if (weak.lock() == active().player())

@@ -169,7 +169,7 @@ protected:
     void put(PlayerLayer &layer)
     {
         layer.setPlayer(
-            std::make_shared<VideoPlayer>(QString(), layer.pictureRequest(), m_tree.clock()));
+            std::make_shared<VideoPlayer>(QString(), layer.pictureBounds(), m_tree.clock()));
     }
     // From one clip to the next, and half way from that to a third in the place of the first.
     void beginTwo()

@@ -1,6 +1,7 @@
 #include "platform/layers/GlRenderer.h"
 
 #include "log.h"
+#include "platform/video/ColourDecoding.h"
 
 #include <QGenericMatrix>
 #include <QOpenGLContext>
@@ -17,19 +18,12 @@ constexpr const char *kVertexShader = R"(
 attribute vec2 corner;          // of the unit square, y downwards
 uniform vec4 rect;              // where the square goes, pixels, origin top left
 uniform vec2 target;            // size of the framebuffer in pixels
-uniform int quarterTurns;       // clockwise turns of the picture in its rect
 varying vec2 pixel;
 varying vec2 uv;
 void main()
 {
     pixel = rect.xy + corner * rect.zw;
     uv = corner;
-    if (quarterTurns == 1)
-        uv = vec2(corner.y, 1.0 - corner.x);
-    else if (quarterTurns == 2)
-        uv = 1.0 - corner;
-    else if (quarterTurns == 3)
-        uv = vec2(1.0 - corner.y, corner.x);
     vec2 place = pixel / target * 2.0 - 1.0;
     gl_Position = vec4(place.x, -place.y, 0.0, 1.0);
 }
@@ -103,51 +97,28 @@ QVector4D vector(const QRectF &rect)
             static_cast<float>(rect.width()), static_cast<float>(rect.height())};
 }
 
-struct LumaWeights
-{
-    float red;
-    float blue;
-};
-
-// ITU-R BT.601, BT.709 and BT.2020 (non-constant luminance).
-LumaWeights lumaWeights(ColourMatrix matrix)
-{
-    switch (matrix) {
-    case ColourMatrix::bt601:
-        return {0.299F, 0.114F};
-    case ColourMatrix::bt709:
-        return {0.2126F, 0.0722F};
-    case ColourMatrix::bt2020:
-        return {0.2627F, 0.0593F};
-    }
-    return {0.2126F, 0.0722F};
-}
-
 // Row-major; multiplies (Y, Cb, Cr) after the offsets are taken off.
-QMatrix3x3 decodeMatrix(ColourMatrix matrix, ColourRange range)
+QMatrix3x3 decodeMatrix(const ColourDecoding &decoding)
 {
-    const auto [red, blue] = lumaWeights(matrix);
-    const float green = 1 - red - blue;
-    const float y = range == ColourRange::full ? 1.0F : 255.0F / 219.0F;
-    const float c = range == ColourRange::full ? 1.0F : 255.0F / 224.0F;
     const float values[] = {
-        y,
+        decoding.luma,
         0,
-        2 * (1 - red) * c, //
-        y,
-        -2 * (1 - blue) * blue / green * c,
-        -2 * (1 - red) * red / green * c, //
-        y,
-        2 * (1 - blue) * c,
+        decoding.redOfCr, //
+        decoding.luma,
+        decoding.greenOfCb,
+        decoding.greenOfCr, //
+        decoding.luma,
+        decoding.blueOfCb,
         0, //
     };
     return QMatrix3x3(values);
 }
 
-QVector3D decodeOffset(ColourRange range)
+// Textures' samples are 0 to 1.
+QVector3D decodeOffset(const ColourDecoding &decoding)
 {
     constexpr float kMiddle = 128.0F / 255.0F;
-    return {range == ColourRange::full ? 0.0F : 16.0F / 255.0F, kMiddle, kMiddle};
+    return {decoding.black / 255, kMiddle, kMiddle};
 }
 
 } // namespace
@@ -204,36 +175,31 @@ void GlRenderer::drawItem(const DrawItem &item)
                                    QVector4D(static_cast<float>(colour.redF()) * alpha,
                                              static_cast<float>(colour.greenF()) * alpha,
                                              static_cast<float>(colour.blueF()) * alpha, alpha));
-        drawQuad(item, item.rect, 0, Fill::colour);
+        drawQuad(item, item.rect, Fill::colour);
     }
     if (!item.picture.isNull())
         drawPicture(item);
     else if (!item.contents.isNull()) {
         bindImage(item, item.contents);
-        drawQuad(item, item.rect, 0, Fill::image);
+        drawQuad(item, item.rect, Fill::image);
     }
 }
 
 void GlRenderer::drawPicture(const DrawItem &item)
 {
-    if (item.picture.layout == PixelLayout::rgb32) {
-        bindImage(item, item.picture.image());
-        drawQuad(item, item.pictureRect, item.picture.quarterTurns, Fill::image);
-        return;
-    }
     bindPlanes(item);
-    m_program->setUniformValue("decode", decodeMatrix(item.picture.matrix, item.picture.range));
-    m_program->setUniformValue("decodeOffset", decodeOffset(item.picture.range));
-    drawQuad(item, item.pictureRect, item.picture.quarterTurns, Fill::planes);
+    const ColourDecoding decoding = colourDecoding(item.picture.matrix, item.picture.range);
+    m_program->setUniformValue("decode", decodeMatrix(decoding));
+    m_program->setUniformValue("decodeOffset", decodeOffset(decoding));
+    drawQuad(item, item.pictureRect, Fill::planes);
 }
 
-void GlRenderer::drawQuad(const DrawItem &item, const QRectF &rect, int quarterTurns, Fill fill)
+void GlRenderer::drawQuad(const DrawItem &item, const QRectF &rect, Fill fill)
 {
     static constexpr GLfloat kCorners[] = {0, 0, 1, 0, 0, 1, 1, 1};
     m_program->setUniformValue("fill", static_cast<int>(fill));
     m_program->setUniformValue("opacity", static_cast<float>(item.opacity));
     m_program->setUniformValue("rect", vector(rect));
-    m_program->setUniformValue("quarterTurns", quarterTurns);
     m_program->setUniformValue("shape", vector(item.rect));
     m_program->setUniformValue("cornerRadius", static_cast<float>(item.cornerRadius));
     m_program->setUniformValue("maskKind", item.mask ? (item.mask->isEllipse ? 2 : 1) : 0);

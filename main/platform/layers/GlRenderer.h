@@ -44,7 +44,7 @@ private:
 
     void drawItem(const DrawItem &item);
     void drawPicture(const DrawItem &item);
-    void drawQuad(const DrawItem &item, const QRectF &rect, int quarterTurns, Fill fill);
+    void drawQuad(const DrawItem &item, const QRectF &rect, Fill fill);
     // Binds the item's pixels to the texture units, uploading them if they are new.
     void bindPlanes(const DrawItem &item);
     void bindImage(const DrawItem &item, const QImage &image);

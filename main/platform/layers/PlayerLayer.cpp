@@ -17,7 +17,7 @@ void PlayerLayer::setPlayer(std::shared_ptr<VideoPlayer> player)
     QObject::disconnect(m_frameDue);
     m_player = std::move(player);
     if (m_player) {
-        m_player->setRequest(pictureRequest());
+        m_player->setBounds(pictureBounds());
         m_frameDue = QObject::connect(m_player.get(), &VideoPlayer::frameDue, m_player.get(),
                                       [this] { setNeedsDisplay(); });
     }
@@ -28,16 +28,15 @@ void PlayerLayer::setFrame(const QRectF &frame)
 {
     Layer::setFrame(frame);
     if (m_player)
-        m_player->setRequest(pictureRequest());
+        m_player->setBounds(pictureBounds());
 }
 
-PictureRequest PlayerLayer::pictureRequest() const
+QSize PlayerLayer::pictureBounds() const
 {
-    const bool planes = tree() && tree()->renderer() == RendererKind::gl;
     const double scale = tree() ? tree()->scale() : 1.0;
-    return {planes ? PixelLayout::yuv420 : PixelLayout::rgb32,
-            QSize(static_cast<int>(std::lround(frame().width() * scale)),
-                  static_cast<int>(std::lround(frame().height() * scale)))};
+    return QSize(static_cast<int>(std::lround(frame().width() * scale)),
+                 static_cast<int>(std::lround(frame().height() * scale)))
+        .expandedTo({1, 1});
 }
 
 const Picture *PlayerLayer::picture() const

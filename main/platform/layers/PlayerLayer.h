@@ -19,14 +19,15 @@ public:
     ~PlayerLayer() override;
 
     // Shows this player's pictures from now on; null shows only the background.
-    // The player is told what pictures this layer's tree wants.
+    // The player is told how large this layer is.
     void setPlayer(std::shared_ptr<VideoPlayer> player);
     [[nodiscard]] const std::shared_ptr<VideoPlayer> &player() const { return m_player; }
 
     void setFrame(const QRectF &frame) override;
 
-    // The request for a player that is to be shown in this layer.
-    [[nodiscard]] PictureRequest pictureRequest() const;
+    // How many pixels the pictures of a player fit into that is to be shown in this layer; at least
+    // one each way.
+    [[nodiscard]] QSize pictureBounds() const;
     // What shows now; null for nothing.
     [[nodiscard]] const Picture *picture() const;
     [[nodiscard]] quint64 pictureSerial() const;

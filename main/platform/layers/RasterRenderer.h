@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/layers/DrawList.h"
+#include "platform/video/RgbConverter.h"
 
 #include <QRegion>
 
@@ -23,9 +24,12 @@ public:
     void paint(QImage &target, const QRegion &region);
 
 private:
+    void drawItem(QPainter &painter, const DrawItem &item, const QRect &area);
+    void drawPicture(QPainter &painter, const DrawItem &item, const QRect &area);
     void letPicturesGo();
 
     DrawList m_list;
+    RgbConverter m_rgb;
 };
 
 } // namespace corvella

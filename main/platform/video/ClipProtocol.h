@@ -46,8 +46,7 @@ struct ClipRequest
     Kind kind = Kind::next;
     uint32_t buffer = 0;
     uint64_t bytes = 0;
-    PixelLayout layout = PixelLayout::rgb32;
-    int32_t width = 0; // of the bounds
+    int32_t width = 0; // pixels that the picture is to fit into
     int32_t height = 0;
     uint32_t rewinds = 0; // 1: the clip's first picture is wanted
 };
@@ -71,13 +70,11 @@ struct ClipReply
     uint64_t bytes = 0;
     int64_t length = 0; // nanoseconds: the clip's as it announces it, or the picture's
     int64_t start = 0;  // nanoseconds
-    PixelLayout layout = PixelLayout::rgb32;
     ColourMatrix matrix = ColourMatrix::bt709;
     ColourRange range = ColourRange::limited;
     std::array<Plane, 3> planes{};
     double displayWidth = 0;
     double displayHeight = 0;
-    int32_t quarterTurns = 0;
     uint32_t isLastOfLap = 0;
     std::array<char, 256> text{}; // UTF-8, filled up with zeros
 

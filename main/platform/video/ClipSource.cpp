@@ -90,7 +90,7 @@ ClipSource::Opened ClipSource::open(const QString &path, std::stop_token stop)
     return clip;
 }
 
-std::variant<VideoFrame, ClipError> ClipSource::next(const PictureRequest &request)
+std::variant<VideoFrame, ClipError> ClipSource::next(QSize bounds)
 {
     const std::optional<uint32_t> index = freeBuffer();
     if (!index)
@@ -99,9 +99,8 @@ std::variant<VideoFrame, ClipError> ClipSource::next(const PictureRequest &reque
     ClipRequest wanted;
     wanted.buffer = *index;
     wanted.bytes = buffer ? buffer->bytes() : 0;
-    wanted.layout = request.layout;
-    wanted.width = request.bounds.width();
-    wanted.height = request.bounds.height();
+    wanted.width = bounds.width();
+    wanted.height = bounds.height();
     wanted.rewinds = std::exchange(m_rewinds, false) ? 1 : 0;
     (void)sendMessage(m_reader.socket(), wanted);
     auto answer = reply();
@@ -116,7 +115,7 @@ std::variant<VideoFrame, ClipError> ClipSource::next(const PictureRequest &reque
     const auto &reply = std::get<ClipReply>(answer);
     VideoFrame frame;
     if (reply.kind == ClipReply::Kind::picture && buffer)
-        frame = frameIn(reply, request.layout, buffer);
+        frame = frameIn(reply, bounds, buffer);
     if (frame.picture.isNull())
         return ClipError{QStringLiteral("what reads it makes no sense")};
     return frame;

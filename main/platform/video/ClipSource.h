@@ -29,7 +29,7 @@ public:
 
     // The next picture, or why there is none; after an error there are no more. The last picture of
     // a lap is followed by the first of the next.
-    [[nodiscard]] std::variant<VideoFrame, ClipError> next(const PictureRequest &request);
+    [[nodiscard]] std::variant<VideoFrame, ClipError> next(QSize bounds);
 
     // Goes back to the clip's first picture, which comes next.
     void rewind() { m_rewinds = true; }

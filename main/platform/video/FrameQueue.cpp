@@ -5,9 +5,9 @@
 
 namespace corvella {
 
-FrameQueue::FrameQueue(const QString &path, const PictureRequest &request, Events events)
+FrameQueue::FrameQueue(const QString &path, QSize bounds, Events events)
     : m_events(std::move(events))
-    , m_request(request)
+    , m_bounds(bounds)
 {
     try {
         m_thread = std::thread([this, path] { run(path); });
@@ -65,16 +65,16 @@ void FrameQueue::setGoesOnAfterLap(bool goesOn)
     m_changed.notify_all();
 }
 
-void FrameQueue::setRequest(const PictureRequest &request)
+void FrameQueue::setBounds(QSize bounds)
 {
     const std::lock_guard lock(m_mutex);
-    m_request = request;
+    m_bounds = bounds;
 }
 
-PictureRequest FrameQueue::request()
+QSize FrameQueue::bounds()
 {
     const std::lock_guard lock(m_mutex);
-    return m_request;
+    return m_bounds;
 }
 
 void FrameQueue::run(const QString &path)
@@ -97,7 +97,7 @@ void FrameQueue::decode(ClipSource &clip)
     while (waitForRoom()) {
         if (consumeRestart())
             clip.rewind();
-        auto next = clip.next(request());
+        auto next = clip.next(bounds());
         if (m_stop.stop_requested())
             return;
         if (const auto *error = std::get_if<ClipError>(&next))

@@ -35,7 +35,7 @@ public:
         std::function<void(const QString &reason)> brokenOff;
     };
 
-    FrameQueue(const QString &path, const PictureRequest &request, Events events);
+    FrameQueue(const QString &path, QSize bounds, Events events);
     ~FrameQueue();
     FrameQueue(const FrameQueue &) = delete;
     FrameQueue &operator=(const FrameQueue &) = delete;
@@ -55,8 +55,8 @@ public:
     void restart();
     // Whether decoding goes on into the next lap by itself (it does, at first).
     void setGoesOnAfterLap(bool goesOn);
-    // What further pictures are to look like.
-    void setRequest(const PictureRequest &request);
+    // How many pixels further pictures fit into.
+    void setBounds(QSize bounds);
     // The clip's length as its file announces it; 0 while it is not open or where the file does not
     // say.
     [[nodiscard]] MediaTime announcedLength() const { return m_announcedLength.load(); }
@@ -69,7 +69,7 @@ private:
     bool waitForRoom();
     // Makes the frame visible to take(), unless restart() has thrown its lap away meanwhile.
     void push(VideoFrame frame);
-    [[nodiscard]] PictureRequest request();
+    [[nodiscard]] QSize bounds();
     bool consumeRestart();
 
     const Events m_events;
@@ -79,7 +79,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<VideoFrame> m_ready; // guarded by m_mutex
-    PictureRequest m_request;       // guarded by m_mutex
+    QSize m_bounds;                 // guarded by m_mutex
     bool m_restart = false;         // guarded by m_mutex
     bool m_goesOnAfterLap = true;   // guarded by m_mutex
     bool m_betweenLaps = false;     // guarded by m_mutex: the next frame is the first of a lap

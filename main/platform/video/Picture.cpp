@@ -5,6 +5,11 @@
 
 namespace corvella {
 
+QSize chromaSize(QSize luma)
+{
+    return {(luma.width() + 1) / 2, (luma.height() + 1) / 2};
+}
+
 QRect fittedRect(QSizeF content, const QRect &bounds)
 {
     if (content.isEmpty() || bounds.isEmpty())

@@ -1,6 +1,6 @@
-// One decoded picture of a clip: pixels as the renderer asked for them, and how to show them.
-// A value that shares its pixels; safe to pass between threads, since nobody writes to them any
-// more.
+// One decoded picture of a clip: luma and chroma as the clip has them, upright, and how to show
+// them. A value that shares its pixels; safe to pass between threads, since nobody writes to them
+// any more.
 #pragma once
 
 #include <QRect>
@@ -10,14 +10,7 @@
 #include <cstdint>
 #include <memory>
 
-class QImage;
-
 namespace corvella {
-
-enum class PixelLayout {
-    yuv420, // three planes, chroma halved both ways
-    rgb32,  // one plane of 0xffRRGGBB words, as QImage::Format_RGB32
-};
 
 enum class ColourMatrix { bt601, bt709, bt2020 };
 enum class ColourRange { limited, full };
@@ -31,28 +24,19 @@ struct Plane
 
 struct Picture
 {
-    PixelLayout layout = PixelLayout::rgb32;
-    ColourMatrix matrix = ColourMatrix::bt709; // of no meaning for rgb32
-    ColourRange range = ColourRange::limited;  // of no meaning for rgb32
-    std::array<Plane, 3> planes;
-    QSizeF displaySize;   // what the maker meant to be seen: pixel aspect and rotation applied
-    int quarterTurns = 0; // clockwise turns the renderer still has to make, 0 to 3
+    ColourMatrix matrix = ColourMatrix::bt709;
+    ColourRange range = ColourRange::limited;
+    std::array<Plane, 3> planes; // Y, Cb, Cr, 8 bits a sample; chroma halved both ways, rounded up
+    QSizeF displaySize; // what the maker meant to be seen: pixel aspect and rotation applied
     std::shared_ptr<const void> storage; // keeps the planes alive
 
     [[nodiscard]] bool isNull() const { return planes[0].data == nullptr; }
-    // The pixels of an rgb32 picture without a copy; valid as long as this picture or a copy of it
-    // lives. The program's only: what reads clips does without Qt's pictures.
-    [[nodiscard]] QImage image() const;
+    // In pixels; no larger than what shows it, so that it is only ever enlarged.
+    [[nodiscard]] QSize size() const { return planes[0].size; }
 };
 
-// What a renderer wants of the decoder.
-struct PictureRequest
-{
-    PixelLayout layout = PixelLayout::rgb32;
-    QSize bounds; // pixels that an rgb32 picture is fitted into; ignored for planes
-
-    bool operator==(const PictureRequest &) const = default;
-};
+// The size of a chroma plane beside a luma plane of this size.
+[[nodiscard]] QSize chromaSize(QSize luma);
 
 // The largest rectangle of content's shape that fits into bounds, centred, on whole pixels.
 // Never empty where bounds is not: a sliver still gets one pixel.

@@ -11,21 +11,15 @@ constexpr int kLongestSide = 1 << 15;
 // No time of a clip is longer, nanoseconds: a year.
 constexpr int64_t kLongestTime = int64_t{366} * 86'400 * 1'000'000'000;
 
-QSize halved(QSize size)
-{
-    return {(size.width() + 1) / 2, (size.height() + 1) / 2};
-}
-
 // Whether the plane is this large and lies within so many bytes.
-bool fits(const ClipReply::Plane &plane, QSize size, int bytesPerPixel, uint64_t bytes)
+bool fits(const ClipReply::Plane &plane, QSize size, uint64_t bytes)
 {
-    if (QSize(plane.width, plane.height) != size || size.isEmpty() || size.width() > kLongestSide
-        || size.height() > kLongestSide || plane.bytesPerLine < size.width() * bytesPerPixel
-        || plane.bytesPerLine % bytesPerPixel != 0)
+    if (QSize(plane.width, plane.height) != size || size.isEmpty()
+        || plane.bytesPerLine < size.width())
         return false;
-    const uint64_t extent = uint64_t(plane.bytesPerLine) * uint64_t(size.height() - 1)
-        + uint64_t(size.width()) * uint64_t(bytesPerPixel);
-    return plane.offset % 4 == 0 && plane.offset <= bytes && extent <= bytes - plane.offset;
+    const uint64_t extent =
+        uint64_t(plane.bytesPerLine) * uint64_t(size.height() - 1) + uint64_t(size.width());
+    return plane.offset <= bytes && extent <= bytes - plane.offset;
 }
 
 // Whether it is one of an enumeration's values, which count from 0.
@@ -55,32 +49,28 @@ QString textIn(const ClipReply &reply)
     return text;
 }
 
-VideoFrame frameIn(const ClipReply &reply, PixelLayout layout,
+VideoFrame frameIn(const ClipReply &reply, QSize bounds,
                    const std::shared_ptr<const SharedPixels> &buffer)
 {
     VideoFrame frame;
-    const bool isRgb = layout == PixelLayout::rgb32;
     const QSize size(reply.planes[0].width, reply.planes[0].height);
-    bool isSound = reply.layout == layout && isOneOf(reply.matrix, ColourMatrix::bt2020)
-        && isOneOf(reply.range, ColourRange::full) && reply.quarterTurns >= 0
-        && reply.quarterTurns <= 3 && isSide(reply.displayWidth) && isSide(reply.displayHeight)
-        && isClipTime(reply.start) && isClipTime(reply.length);
-    const size_t planes = isRgb ? 1 : 3;
-    for (size_t i = 0; i < planes; ++i)
-        isSound = isSound
-            && fits(reply.planes[i], i == 0 ? size : halved(size), isRgb ? 4 : 1, buffer->bytes());
+    bool isSound = size.width() <= bounds.width() && size.height() <= bounds.height()
+        && isOneOf(reply.matrix, ColourMatrix::bt2020) && isOneOf(reply.range, ColourRange::full)
+        && isSide(reply.displayWidth) && isSide(reply.displayHeight) && isClipTime(reply.start)
+        && isClipTime(reply.length);
+    for (size_t i = 0; i < reply.planes.size(); ++i)
+        isSound =
+            isSound && fits(reply.planes[i], i == 0 ? size : chromaSize(size), buffer->bytes());
     if (!isSound)
         return frame;
-    frame.picture.layout = layout;
     frame.picture.matrix = reply.matrix;
     frame.picture.range = reply.range;
-    for (size_t i = 0; i < planes; ++i) {
+    for (size_t i = 0; i < reply.planes.size(); ++i) {
         const ClipReply::Plane &plane = reply.planes[i];
         frame.picture.planes[i] = {buffer->data() + plane.offset, plane.bytesPerLine,
                                    QSize(plane.width, plane.height)};
     }
     frame.picture.displaySize = QSizeF(reply.displayWidth, reply.displayHeight);
-    frame.picture.quarterTurns = reply.quarterTurns;
     frame.picture.storage = buffer;
     frame.start = MediaTime(reply.start);
     frame.duration = MediaTime(reply.length);

@@ -8,9 +8,9 @@
 
 namespace corvella {
 
-// The picture that the reply describes, over the pixels in `buffer`; a null one where it is not of
-// this layout, does not lie in the buffer or cannot be shown.
-[[nodiscard]] VideoFrame frameIn(const ClipReply &reply, PixelLayout layout,
+// The picture that the reply describes, over the pixels in `buffer`; a null one where it does not
+// lie in the buffer, is larger than it was asked to be or cannot be shown.
+[[nodiscard]] VideoFrame frameIn(const ClipReply &reply, QSize bounds,
                                  const std::shared_ptr<const SharedPixels> &buffer);
 
 // The reply's text as one line that can be printed.

@@ -14,8 +14,8 @@ quint64 lastPictureSerial = 0; // main thread only
 
 } // namespace
 
-VideoPlayer::VideoPlayer(const QString &path, const PictureRequest &request,
-                         const MediaClock &clock, QObject *parent)
+VideoPlayer::VideoPlayer(const QString &path, QSize bounds, const MediaClock &clock,
+                         QObject *parent)
     : QObject(parent)
     , m_path(path)
     , m_clock(clock)
@@ -38,7 +38,7 @@ VideoPlayer::VideoPlayer(const QString &path, const PictureRequest &request,
         QMetaObject::invokeMethod(
             this, [this, reason] { Q_EMIT brokenOff(reason); }, Qt::QueuedConnection);
     };
-    m_queue = std::make_unique<FrameQueue>(path, request, std::move(events));
+    m_queue = std::make_unique<FrameQueue>(path, bounds, std::move(events));
 }
 
 VideoPlayer::~VideoPlayer() = default;
@@ -98,10 +98,10 @@ void VideoPlayer::clear()
     m_frame.picture = {};
 }
 
-void VideoPlayer::setRequest(const PictureRequest &request)
+void VideoPlayer::setBounds(QSize bounds)
 {
     if (m_queue)
-        m_queue->setRequest(request);
+        m_queue->setBounds(bounds);
 }
 
 void VideoPlayer::advance()

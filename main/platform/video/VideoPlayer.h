@@ -27,7 +27,7 @@ public:
 
     // Starts to open the clip at once; its first picture is shown as soon as it is decoded.
     // The clock must outlive the player.
-    VideoPlayer(const QString &path, const PictureRequest &request, const MediaClock &clock,
+    VideoPlayer(const QString &path, QSize bounds, const MediaClock &clock,
                 QObject *parent = nullptr);
     ~VideoPlayer() override;
 
@@ -44,8 +44,9 @@ public:
     // Lets the file and all pictures go, for good.
     void clear();
 
-    // What further pictures are to look like; pictures already decoded come as they are.
-    void setRequest(const PictureRequest &request);
+    // How many pixels further pictures fit into, at least one each way; those already decoded come
+    // as they are.
+    void setBounds(QSize bounds);
 
     // The picture that is up now; null before the first.
     [[nodiscard]] const Picture &picture() const { return m_frame.picture; }

@@ -35,7 +35,7 @@ protected:
 
     std::shared_ptr<VideoPlayer> readyPlayer()
     {
-        auto player = std::make_shared<VideoPlayer>(m_path, m_layer->pictureRequest(), m_clock);
+        auto player = std::make_shared<VideoPlayer>(m_path, m_layer->pictureBounds(), m_clock);
         EXPECT_TRUE(test::becomes([&] { return !player->picture().isNull(); }));
         return player;
     }
@@ -102,15 +102,7 @@ TEST_F(PlayerLayerTest, OnAScaledScreenItAsksForThatManyPixels)
     LayerTree tree({200, 100}, 2.5, RendererKind::raster, m_clock);
     auto *layer = tree.root().addSublayer(std::make_unique<PlayerLayer>());
     layer->setFrame({0, 0, 200, 100});
-    EXPECT_EQ(layer->pictureRequest(), (PictureRequest{PixelLayout::rgb32, QSize(500, 250)}));
-}
-
-TEST_F(PlayerLayerTest, ForGlItAsksForThePlanesAsTheyAre)
-{
-    LayerTree tree({200, 100}, 1, RendererKind::gl, m_clock);
-    auto *layer = tree.root().addSublayer(std::make_unique<PlayerLayer>());
-    layer->setFrame({0, 0, 200, 100});
-    EXPECT_EQ(layer->pictureRequest().layout, PixelLayout::yuv420);
+    EXPECT_EQ(layer->pictureBounds(), QSize(500, 250));
 }
 
 } // namespace

@@ -126,7 +126,7 @@ protected:
         auto *layer = tree.root().addSublayer(std::make_unique<PlayerLayer>());
         layer->setBackground(Qt::black);
         layer->setFrame({QPointF(0, 0), tree.size()});
-        auto player = std::make_shared<VideoPlayer>(path, layer->pictureRequest(), m_clock);
+        auto player = std::make_shared<VideoPlayer>(path, layer->pictureBounds(), m_clock);
         EXPECT_TRUE(test::becomes([&] { return !player->picture().isNull(); }));
         layer->setPlayer(std::move(player));
         return layer;

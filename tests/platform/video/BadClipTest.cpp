@@ -3,6 +3,7 @@
 
 #include "FrameMark.h"
 #include "support/ManualMediaClock.h"
+#include "support/ShownPicture.h"
 #include "support/TestClip.h"
 #include "support/Waiting.h"
 
@@ -41,7 +42,7 @@ protected:
     // Why the file does not play; empty when it does, or when neither is said.
     QString failure(const QString &path)
     {
-        VideoPlayer player(path, {PixelLayout::rgb32, QSize(640, 480)}, m_clock);
+        VideoPlayer player(path, QSize(640, 480), m_clock);
         QString reason;
         QObject::connect(&player, &VideoPlayer::failed,
                          [&](const QString &text) { reason = text; });
@@ -97,8 +98,7 @@ TEST_F(BadClip, ClipCutAfterItsIndexPlaysAsFarAsItGoesAndLoopsThere)
                     x, y, QColor((x * 7 + frame * 13) % 256, (y * 5) % 256, (x * y) % 256));
     };
     const QByteArray whole = goodClip(clip);
-    VideoPlayer player(file(whole.left(whole.size() / 2)), {PixelLayout::rgb32, QSize(320, 240)},
-                       m_clock);
+    VideoPlayer player(file(whole.left(whole.size() / 2)), QSize(320, 240), m_clock);
     int reports = 0;
     int laps = 0;
     QObject::connect(&player, &VideoPlayer::brokenOff, [&] { ++reports; });
@@ -123,7 +123,7 @@ TEST_F(BadClip, GarbageInsideNeitherStopsNorCrashesIt)
     QByteArray bytes = goodClip();
     for (qsizetype i = bytes.size() / 2; i < bytes.size(); i += 3)
         bytes[i] = static_cast<char>(i * 31);
-    VideoPlayer player(file(bytes), {PixelLayout::rgb32, QSize(320, 240)}, m_clock);
+    VideoPlayer player(file(bytes), QSize(320, 240), m_clock);
     bool over = false;
     QObject::connect(&player, &VideoPlayer::failed, [&] { over = true; });
     QObject::connect(&player, &VideoPlayer::playedToEnd, [&] { over = true; });
@@ -141,9 +141,9 @@ TEST_F(BadClip, PictureOfOnePixelFillsItsPlace)
     clip.width = clip.height = 1;
     clip.marked = false;
     clip.colour = [](int) { return QColor(200, 100, 50); };
-    VideoPlayer player(file(goodClip(clip)), {PixelLayout::rgb32, QSize(640, 480)}, m_clock);
+    VideoPlayer player(file(goodClip(clip)), QSize(640, 480), m_clock);
     ASSERT_TRUE(becomes([&] { return !player.picture().isNull(); }));
-    const QImage image = player.picture().image();
+    const QImage image = test::shown(player.picture(), QSize(640, 480));
     EXPECT_EQ(image.size(), QSize(480, 480));
     for (const QPoint corner : {QPoint(0, 0), QPoint(479, 0), QPoint(0, 479), QPoint(479, 479)})
         EXPECT_NEAR(image.pixelColor(corner).red(), 200, 8);
@@ -154,10 +154,11 @@ TEST_F(BadClip, OddSizePlaysWhole)
     test::TestClip clip;
     clip.width = 321;
     clip.height = 241;
-    VideoPlayer player(file(goodClip(clip)), {PixelLayout::rgb32, QSize(642, 482)}, m_clock);
+    VideoPlayer player(file(goodClip(clip)), QSize(642, 482), m_clock);
     ASSERT_TRUE(becomes([&] { return !player.picture().isNull(); }));
-    EXPECT_EQ(player.picture().image().size(), QSize(642, 482));
-    EXPECT_EQ(sun::readFrameMark(player.picture().image(), QRect(0, 0, 642, 482)), 0);
+    const QImage image = test::shown(player.picture(), QSize(642, 482));
+    EXPECT_EQ(image.size(), QSize(642, 482));
+    EXPECT_EQ(sun::readFrameMark(image, image.rect()), 0);
 }
 
 TEST_F(BadClip, PictureBeyond8KIsRefusedWithItsSize)
@@ -191,9 +192,9 @@ TEST_P(RotatedClip, ShowsUpright)
             for (int x = 0; x < 40; ++x)
                 image.setPixelColor(x, y, Qt::white);
     };
-    VideoPlayer player(file(goodClip(clip)), {PixelLayout::rgb32, GetParam().shown}, m_clock);
+    VideoPlayer player(file(goodClip(clip)), GetParam().shown, m_clock);
     ASSERT_TRUE(becomes([&] { return !player.picture().isNull(); }));
-    const QImage image = player.picture().image();
+    const QImage image = test::shown(player.picture(), GetParam().shown);
     ASSERT_EQ(image.size(), GetParam().shown);
     EXPECT_GT(image.pixelColor(GetParam().whereTopLeftWent).red(), 200);
     EXPECT_LT(image.pixelColor(image.rect().center()).red(), 80);
@@ -209,14 +210,13 @@ INSTANTIATE_TEST_SUITE_P(Turns, RotatedClip,
 TEST_F(BadClip, AThousandBadClipsInARow)
 {
     const QByteArray whole = goodClip();
-    const VideoPlayer beside(m_dir.filePath(QStringLiteral("good.mp4")),
-                             {PixelLayout::rgb32, QSize(160, 120)}, m_clock);
+    const VideoPlayer beside(m_dir.filePath(QStringLiteral("good.mp4")), QSize(160, 120), m_clock);
     for (int i = 0; i < 1000; ++i) {
         QByteArray bytes = whole.left(1 + (i * 977) % whole.size());
         if (i % 3 == 0)
             bytes[bytes.size() / 2] = static_cast<char>(i);
         const QString path = file(bytes);
-        VideoPlayer player(path, {PixelLayout::rgb32, QSize(160, 120)}, m_clock);
+        VideoPlayer player(path, QSize(160, 120), m_clock);
         bool answered = false;
         QObject::connect(&player, &VideoPlayer::failed, [&] { answered = true; });
         QObject::connect(&player, &VideoPlayer::readyForDisplay, [&] { answered = true; });

@@ -1,6 +1,7 @@
 #include "platform/video/VideoPlayer.h"
 
 #include "support/ManualMediaClock.h"
+#include "support/ShownPicture.h"
 #include "support/TestClip.h"
 #include "support/Waiting.h"
 
@@ -40,6 +41,11 @@ bool isClose(const QColor &seen, const QColor &meant)
         && std::abs(seen.blue() - meant.blue()) <= kTolerance;
 }
 
+QColor seen(const VideoPlayer &player, QSize bounds)
+{
+    return test::shown(player.picture(), bounds).pixelColor(128, 100);
+}
+
 TEST_P(StreamColour, ComesOutAsItWentIn)
 {
     const QTemporaryDir dir;
@@ -56,16 +62,15 @@ TEST_P(StreamColour, ComesOutAsItWentIn)
     clip.write(path);
 
     test::ManualMediaClock clock;
-    const int shown = GetParam().shownHeight;
-    VideoPlayer player(path, {PixelLayout::rgb32, QSize(2 * shown, shown)}, clock);
+    const QSize bounds(2 * GetParam().shownHeight, GetParam().shownHeight);
+    VideoPlayer player(path, bounds, clock);
     player.play(1);
     for (const QColor &colour : kColours) {
         EXPECT_TRUE(test::becomes([&] {
             player.advance();
-            return !player.picture().isNull()
-                && isClose(player.picture().image().pixelColor(128, 100), colour);
+            return !player.picture().isNull() && isClose(seen(player, bounds), colour);
         })) << colour.name().toStdString()
-            << " shows as " << player.picture().image().pixelColor(128, 100).name().toStdString();
+            << " shows as " << seen(player, bounds).name().toStdString();
         clock.advance(std::chrono::milliseconds(34));
     }
 }
@@ -108,9 +113,9 @@ TEST(EnlargedPicture, HasEverythingInItsPlace)
     clip.write(path);
 
     const test::ManualMediaClock clock;
-    const VideoPlayer player(path, {PixelLayout::rgb32, QSize(540, 270)}, clock);
+    const VideoPlayer player(path, QSize(540, 270), clock);
     ASSERT_TRUE(test::becomes([&] { return !player.picture().isNull(); }));
-    const QImage image = player.picture().image();
+    const QImage image = test::shown(player.picture(), QSize(540, 270));
     ASSERT_EQ(image.size(), QSize(270, 270));
     // The squares meet at 135; chroma is coarse, so a few pixels around there are left out.
     for (const int y : {0, 60, 130, 139, 200, 269}) {
@@ -139,9 +144,9 @@ TEST(StreamColourUntagged, IsBt709From720LinesAtLimitedRange)
     clip.write(path);
 
     const test::ManualMediaClock clock;
-    const VideoPlayer player(path, {PixelLayout::rgb32, QSize(720, 720)}, clock);
+    const VideoPlayer player(path, QSize(720, 720), clock);
     ASSERT_TRUE(test::becomes([&] { return !player.picture().isNull(); }));
-    const QColor seen = player.picture().image().pixelColor(360, 360);
+    const QColor seen = test::shown(player.picture(), QSize(720, 720)).pixelColor(360, 360);
     EXPECT_TRUE(isClose(seen, QColor(221, 156, 0))) << seen.name().toStdString();
 }
 

@@ -5,6 +5,7 @@
 #include "platform/video/ffmpeg/PictureConverter.h"
 #include "support/CapturedLog.h"
 #include "support/QtPrinting.h"
+#include "support/ShownPicture.h"
 #include "support/TestClip.h"
 
 #include <QTemporaryDir>
@@ -101,9 +102,8 @@ protected:
         for (int ends = 0; clip && ends < 2;) {
             auto next = clip->next();
             if (const auto *frame = std::get_if<DecodedFrame>(&next)) {
-                const Picture picture =
-                    converter.convert(*frame->frame, {}, {PixelLayout::rgb32, QSize(320, 240)});
-                const QImage image = picture.image();
+                const Picture picture = converter.convert(*frame->frame, {}, QSize(320, 240));
+                const QImage image = test::shown(picture, QSize(320, 240));
                 numbers.push_back(sun::readFrameMark(image, image.rect()).value_or(-2));
                 EXPECT_NEAR(static_cast<double>(frame->start.count()), numbers.back() * 1e9 / 30,
                             1);

@@ -49,10 +49,10 @@ protected:
     QString failure(const char *behaviour)
     {
         ::setenv("HOSTILE_DECODER", behaviour, 1);
-        VideoPlayer good(clip(kHostileWidth + 16), kRequest, m_clock);
+        VideoPlayer good(clip(kHostileWidth + 16), kBounds, m_clock);
         good.play(1);
         EXPECT_TRUE(becomes([&] { return !good.picture().isNull(); }));
-        VideoPlayer bad(clip(kHostileWidth), kRequest, m_clock);
+        VideoPlayer bad(clip(kHostileWidth), kBounds, m_clock);
         QString reason;
         QObject::connect(&bad, &VideoPlayer::failed, [&](const QString &text) { reason = text; });
         bad.play(1);
@@ -66,7 +66,7 @@ protected:
         return reason;
     }
 
-    static constexpr PictureRequest kRequest{PixelLayout::rgb32, QSize(192, 144)};
+    static constexpr QSize kBounds{192, 144};
     QTemporaryDir m_dir;
     test::ManualMediaClock m_clock;
 };

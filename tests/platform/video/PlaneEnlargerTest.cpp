@@ -1,4 +1,4 @@
-#include "platform/video/ffmpeg/PlaneEnlarger.h"
+#include "platform/video/PlaneEnlarger.h"
 
 #include <algorithm>
 #include <cmath>

@@ -12,36 +12,30 @@ namespace {
 
 constexpr int kWidth = 64;
 constexpr int kHeight = 48;
-constexpr size_t kBytes = size_t{kWidth} * kHeight * 4 + 64;
+constexpr QSize kBounds{kWidth, kHeight};
+constexpr int kChroma = kWidth * kHeight / 4; // bytes
+constexpr size_t kBytes = size_t{kWidth} * kHeight + 2 * kChroma;
 
 class ReceivedFrame : public testing::Test
 {
 protected:
-    // A sound reply about a picture in m_buffer.
-    static ClipReply rgb()
+    // A sound reply about a picture in m_buffer, which it fills.
+    static ClipReply sound()
     {
         ClipReply reply;
         reply.kind = ClipReply::Kind::picture;
         reply.length = 33'000'000;
         reply.start = 66'000'000;
-        reply.planes[0] = {0, kWidth * 4, kWidth, kHeight};
+        reply.planes[0] = {0, kWidth, kWidth, kHeight};
+        reply.planes[1] = {kWidth * kHeight, kWidth / 2, kWidth / 2, kHeight / 2};
+        reply.planes[2] = {kWidth * kHeight + kChroma, kWidth / 2, kWidth / 2, kHeight / 2};
         reply.displayWidth = kWidth;
         reply.displayHeight = kHeight;
         return reply;
     }
-    static ClipReply yuv()
+    [[nodiscard]] bool isShown(const ClipReply &reply, QSize bounds = kBounds) const
     {
-        ClipReply reply = rgb();
-        reply.layout = PixelLayout::yuv420;
-        reply.planes[0] = {0, kWidth, kWidth, kHeight};
-        reply.planes[1] = {kWidth * kHeight, kWidth / 2, kWidth / 2, kHeight / 2};
-        reply.planes[2] = {kWidth * kHeight * 5 / 4, kWidth / 2, kWidth / 2, kHeight / 2};
-        return reply;
-    }
-    [[nodiscard]] bool isShown(const ClipReply &reply,
-                               PixelLayout layout = PixelLayout::rgb32) const
-    {
-        return !frameIn(reply, layout, m_buffer).picture.isNull();
+        return !frameIn(reply, bounds, m_buffer).picture.isNull();
     }
 
     FileDescriptor m_file;
@@ -50,77 +44,66 @@ protected:
 
 TEST_F(ReceivedFrame, IsWhatTheReaderSays)
 {
-    ClipReply reply = rgb();
-    reply.planes[0].offset = 64;
-    reply.quarterTurns = 3;
+    ClipReply reply = sound();
+    reply.matrix = ColourMatrix::bt2020;
+    reply.range = ColourRange::full;
     reply.isLastOfLap = 1;
     reply.setText(QStringLiteral("breaks off after 3 of 4 pictures"));
-    const VideoFrame frame = frameIn(reply, PixelLayout::rgb32, m_buffer);
-    EXPECT_EQ(frame.picture.planes[0].data, m_buffer->data() + 64);
+    const VideoFrame frame = frameIn(reply, kBounds, m_buffer);
+    EXPECT_EQ(frame.picture.planes[0].data, m_buffer->data());
     EXPECT_EQ(frame.picture.planes[0].size, QSize(kWidth, kHeight));
+    EXPECT_EQ(frame.picture.planes[2].data, m_buffer->data() + kWidth * kHeight + kChroma);
+    EXPECT_EQ(frame.picture.planes[2].size, QSize(kWidth / 2, kHeight / 2));
     EXPECT_EQ(frame.picture.displaySize, QSizeF(kWidth, kHeight));
-    EXPECT_EQ(frame.picture.quarterTurns, 3);
+    EXPECT_EQ(frame.picture.matrix, ColourMatrix::bt2020);
+    EXPECT_EQ(frame.picture.range, ColourRange::full);
     EXPECT_EQ(frame.start, std::chrono::milliseconds(66));
     EXPECT_EQ(frame.duration, std::chrono::milliseconds(33));
     EXPECT_TRUE(frame.isLastOfLap);
     EXPECT_EQ(frame.brokenOff, QStringLiteral("breaks off after 3 of 4 pictures"));
-    EXPECT_TRUE(isShown(yuv(), PixelLayout::yuv420));
 }
 
-TEST_F(ReceivedFrame, IsOfTheLayoutThatWasAskedFor)
+TEST_F(ReceivedFrame, IsNoLargerThanItWasAskedToBe)
 {
-    EXPECT_FALSE(isShown(rgb(), PixelLayout::yuv420));
-    EXPECT_FALSE(isShown(yuv(), PixelLayout::rgb32));
+    EXPECT_TRUE(isShown(sound(), QSize(kWidth, kHeight + 100)));
+    EXPECT_FALSE(isShown(sound(), QSize(kWidth - 1, kHeight)));
+    EXPECT_FALSE(isShown(sound(), QSize(kWidth, kHeight - 1)));
 }
 
 TEST_F(ReceivedFrame, LiesInItsBuffer)
 {
-    const auto refused = [this](auto change) {
-        ClipReply reply = rgb();
-        change(reply.planes[0]);
-        return !isShown(reply);
-    };
-    EXPECT_FALSE(refused([](auto &) {}));
-    EXPECT_TRUE(refused([](auto &plane) { plane.offset = 68; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.offset = 2; })) << "words are aligned";
-    EXPECT_TRUE(refused([](auto &plane) { plane.offset = ~uint64_t{3}; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.height = kHeight + 1; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.height = 0; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.height = -kHeight; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.width = 0; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.width = kWidth + 1; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.bytesPerLine += 4; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.bytesPerLine -= 4; }));
-    EXPECT_TRUE(refused([](auto &plane) { plane.bytesPerLine = -plane.bytesPerLine; }));
-    EXPECT_TRUE(refused([](auto &plane) {
-        plane = {0, std::numeric_limits<int32_t>::max() - 3, 1 << 29, 1};
-    }));
-}
-
-TEST_F(ReceivedFrame, HasItsChromaInItsBufferAndOfHalfTheSize)
-{
-    for (size_t i : {1U, 2U}) {
-        ClipReply reply = yuv();
-        reply.planes[i].offset = kBytes - 4;
-        EXPECT_FALSE(isShown(reply, PixelLayout::yuv420));
-        reply = yuv();
-        reply.planes[i].width += 1;
-        EXPECT_FALSE(isShown(reply, PixelLayout::yuv420));
-        reply = yuv();
-        reply.planes[i].height -= 1;
-        EXPECT_FALSE(isShown(reply, PixelLayout::yuv420));
+    for (size_t i = 0; i < 3; ++i) {
+        const auto refused = [this, i](auto change) {
+            ClipReply reply = sound();
+            change(reply.planes[i]);
+            return !isShown(reply, QSize(1 << 30, 1 << 30));
+        };
+        EXPECT_FALSE(refused([](auto &) {}));
+        EXPECT_TRUE(refused([](auto &plane) { plane.offset = kBytes - 4; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.offset = ~uint64_t{3}; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.height += 1; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.height = 0; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.height = -plane.height; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.width = 0; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.width += 1; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.bytesPerLine -= 1; }));
+        EXPECT_TRUE(refused([](auto &plane) { plane.bytesPerLine = -plane.bytesPerLine; }));
+        EXPECT_TRUE(refused([](auto &plane) {
+            plane = {0, std::numeric_limits<int32_t>::max(), 1 << 29, 1};
+        }));
     }
+    ClipReply reply = sound();
+    reply.planes[2].offset += 1;
+    EXPECT_FALSE(isShown(reply)) << "one byte too far";
 }
 
 TEST_F(ReceivedFrame, CanBeShown)
 {
     const auto refused = [this](auto change) {
-        ClipReply reply = rgb();
+        ClipReply reply = sound();
         change(reply);
         return !isShown(reply);
     };
-    EXPECT_TRUE(refused([](auto &reply) { reply.quarterTurns = 4; }));
-    EXPECT_TRUE(refused([](auto &reply) { reply.quarterTurns = -1; }));
     EXPECT_TRUE(refused([](auto &reply) { reply.displayWidth = 0; }));
     EXPECT_TRUE(refused([](auto &reply) { reply.displayHeight = std::nan(""); }));
     EXPECT_TRUE(refused([](auto &reply) { reply.displayWidth = HUGE_VAL; }));
@@ -133,7 +116,7 @@ TEST_F(ReceivedFrame, CanBeShown)
 
 TEST_F(ReceivedFrame, HasATextOfOneLineThatCanBePrinted)
 {
-    ClipReply reply = rgb();
+    ClipReply reply = sound();
     reply.setText(QStringLiteral("one\ncorvella: \x1b[31mtwo\t three\u202e"));
     EXPECT_EQ(textIn(reply), QStringLiteral("one corvella: ?[31mtwo three?"));
     reply.text.fill('x'); // no end
@@ -150,21 +133,17 @@ TEST_F(ReceivedFrame, MayBeAnything)
     std::mt19937 random(1);
     int shown = 0;
     for (int i = 0; i < 200'000; ++i) {
-        const bool isRgb = i % 2 == 0;
-        ClipReply reply = isRgb ? rgb() : yuv();
+        ClipReply reply = sound();
         auto *const bytes = reinterpret_cast<unsigned char *>(&reply);
         for (unsigned changes = 1 + random() % 4; changes > 0; --changes)
             bytes[random() % offsetof(ClipReply, text)] = static_cast<unsigned char>(random());
-        const auto layout = isRgb ? PixelLayout::rgb32 : PixelLayout::yuv420;
-        const Picture picture = frameIn(reply, layout, m_buffer).picture;
+        const Picture picture = frameIn(reply, kBounds, m_buffer).picture;
         for (const Plane &plane : picture.planes) {
             if (!plane.data)
                 continue;
             ++shown;
-            const int pixel = isRgb ? 4 : 1;
             const uint8_t *const end = plane.data
-                + ptrdiff_t{plane.bytesPerLine} * (plane.size.height() - 1)
-                + ptrdiff_t{plane.size.width()} * pixel;
+                + ptrdiff_t{plane.bytesPerLine} * (plane.size.height() - 1) + plane.size.width();
             ASSERT_GE(plane.data, m_buffer->data());
             ASSERT_LE(end, m_buffer->data() + m_buffer->bytes());
         }

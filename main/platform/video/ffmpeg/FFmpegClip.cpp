@@ -13,7 +13,7 @@ FFmpegClip::open(FileDescriptor file, const HardwareDecoder &hardware,
         new FFmpegClip(std::get<ClipDecoder>(std::move(opened)), std::move(allocate)));
 }
 
-std::variant<VideoFrame, ClipError> FFmpegClip::next(const PictureRequest &request)
+std::variant<VideoFrame, ClipError> FFmpegClip::next(QSize bounds)
 {
     while (true) {
         if (std::exchange(m_rewinds, false) && !m_decoder.rewind())
@@ -32,7 +32,7 @@ std::variant<VideoFrame, ClipError> FFmpegClip::next(const PictureRequest &reque
         }
         if (!due)
             continue;
-        next.picture = converted(*due->frame, request);
+        next.picture = converted(*due->frame, bounds);
         if (next.picture.isNull())
             return ClipError{QStringLiteral("there is no memory for its pictures")};
         next.start = due->start;
@@ -47,10 +47,10 @@ void FFmpegClip::rewind()
     m_rewinds = true;
 }
 
-Picture FFmpegClip::converted(const AVFrame &frame, const PictureRequest &request)
+Picture FFmpegClip::converted(const AVFrame &frame, QSize bounds)
 {
     return m_converter.convert(frame, {m_decoder.pixelAspect(frame), m_decoder.quarterTurns()},
-                               request);
+                               bounds);
 }
 
 MediaTime FFmpegClip::announcedLength() const

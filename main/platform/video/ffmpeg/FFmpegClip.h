@@ -19,7 +19,7 @@ public:
 
     // The next picture, or why there is none; after an error there are no more. The last picture of
     // a lap is followed by the first of the next.
-    [[nodiscard]] std::variant<VideoFrame, ClipError> next(const PictureRequest &request);
+    [[nodiscard]] std::variant<VideoFrame, ClipError> next(QSize bounds);
     // Goes back to the clip's first picture, which comes next.
     void rewind();
     // The clip's length as the file announces it; 0 where it does not.
@@ -31,7 +31,7 @@ private:
         , m_converter(std::move(allocate))
     {
     }
-    [[nodiscard]] Picture converted(const AVFrame &frame, const PictureRequest &request);
+    [[nodiscard]] Picture converted(const AVFrame &frame, QSize bounds);
 
     ClipDecoder m_decoder;
     PictureConverter m_converter;

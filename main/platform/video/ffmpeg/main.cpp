@@ -82,17 +82,15 @@ ClipReply pictureReply(const VideoFrame &frame, const uint8_t *buffer)
     reply.kind = ClipReply::Kind::picture;
     reply.length = frame.duration.count();
     reply.start = frame.start.count();
-    reply.layout = picture.layout;
     reply.matrix = picture.matrix;
     reply.range = picture.range;
-    for (size_t i = 0; i < reply.planes.size() && picture.planes[i].data; ++i) {
+    for (size_t i = 0; i < reply.planes.size(); ++i) {
         const Plane &plane = picture.planes[i];
         reply.planes[i] = {static_cast<uint64_t>(plane.data - buffer), plane.bytesPerLine,
                            plane.size.width(), plane.size.height()};
     }
     reply.displayWidth = picture.displaySize.width();
     reply.displayHeight = picture.displaySize.height();
-    reply.quarterTurns = picture.quarterTurns;
     reply.isLastOfLap = frame.isLastOfLap ? 1 : 0;
     reply.setText(frame.brokenOff);
     return reply;
@@ -106,7 +104,7 @@ void serve(FFmpegClip &clip, PictureBuffers &buffers)
         buffers.choose(*request);
         if (request->rewinds != 0)
             clip.rewind();
-        const auto next = clip.next({request->layout, QSize(request->width, request->height)});
+        const auto next = clip.next(QSize(request->width, request->height));
         const auto *frame = std::get_if<VideoFrame>(&next);
         const bool isSent = sendMessage(kClipSocket,
                                         frame ? pictureReply(*frame, buffers.data())

@@ -1,9 +1,9 @@
-#include "platform/video/ffmpeg/PlaneEnlarger.h"
+#include "platform/video/PlaneEnlarger.h"
 
 #include <algorithm>
 
 // The one step that portable C++ has no fast word for picks bytes out of a register by a table.
-// Every arm64 processor has it, and every x86-64 one since 2006.
+// Every arm64 processor has it, and every x86-64 one since 2006; others do without.
 #if defined(__x86_64__)
 #include <tmmintrin.h>
 #define CORVELLA_PICKS_BYTES __attribute__((target("ssse3")))
@@ -46,6 +46,13 @@ bool picksBytesFast()
 }
 
 // to[k] = from[offsets[k]], for a block of samples.
+void pickOneByOne(const uint8_t *from, const uint8_t *offsets, uint8_t *to)
+{
+    for (int k = 0; k < PlaneEnlarger::kBlock; ++k)
+        to[k] = from[offsets[k]];
+}
+
+// Likewise, where picksBytesFast().
 CORVELLA_PICKS_BYTES inline void pick(const uint8_t *from, const uint8_t *offsets, uint8_t *to)
 {
 #if defined(__x86_64__)
@@ -58,8 +65,7 @@ CORVELLA_PICKS_BYTES inline void pick(const uint8_t *from, const uint8_t *offset
 #elif defined(__aarch64__)
     vst1q_u8(to, vqtbl1q_u8(vld1q_u8(from), vld1q_u8(offsets)));
 #else
-    for (int k = 0; k < PlaneEnlarger::kBlock; ++k)
-        to[k] = from[offsets[k]];
+    pickOneByOne(from, offsets, to);
 #endif
 }
 
@@ -74,8 +80,7 @@ inline uint8_t mixed(uint8_t a, uint8_t b, uint16_t weightOfB)
 
 bool PlaneEnlarger::serves(QSize from, QSize to)
 {
-    return picksBytesFast() && !from.isEmpty() && to.width() >= from.width()
-        && to.height() >= from.height();
+    return !from.isEmpty() && to.width() >= from.width() && to.height() >= from.height();
 }
 
 PlaneEnlarger::PlaneEnlarger(QSize from, QSize to)
@@ -111,11 +116,35 @@ void PlaneEnlarger::writeRows(const uint8_t *source, int sourceStride, int first
             row[x] = mixed(a[x], b[x], weight);
         // The last sample is its own neighbour, and blocks are read whole.
         std::fill(row + width, row + m_row.size(), row[width - 1]);
-        widen(target + ptrdiff_t{y - first} * targetStride);
+        gatherNeighbours();
+        mixNeighbours(target + ptrdiff_t{y - first} * targetStride);
     }
 }
 
-CORVELLA_PICKS_BYTES void PlaneEnlarger::widen(uint8_t *target)
+void PlaneEnlarger::mixNeighbours(uint8_t *target) const
+{
+    const uint8_t *const before = m_before.data();
+    const uint8_t *const after = m_after.data();
+    const uint16_t *const weights = m_weights.data();
+    const size_t width = m_weights.size();
+    for (size_t x = 0; x < width; ++x)
+        target[x] = mixed(before[x], after[x], weights[x]);
+}
+
+void PlaneEnlarger::gatherNeighbours()
+{
+    static const bool isFast = picksBytesFast();
+    if (isFast)
+        return gatherFast();
+    size_t x = 0;
+    for (const int start : m_starts) {
+        pickOneByOne(&m_row[static_cast<size_t>(start)], &m_offsets[x], &m_before[x]);
+        pickOneByOne(&m_row[static_cast<size_t>(start) + 1], &m_offsets[x], &m_after[x]);
+        x += kBlock;
+    }
+}
+
+CORVELLA_PICKS_BYTES void PlaneEnlarger::gatherFast()
 {
     const uint8_t *const row = m_row.data();
     const uint8_t *const offsets = m_offsets.data();
@@ -127,10 +156,6 @@ CORVELLA_PICKS_BYTES void PlaneEnlarger::widen(uint8_t *target)
         pick(row + start + 1, offsets + x, after + x);
         x += kBlock;
     }
-    const uint16_t *const weights = m_weights.data();
-    const size_t width = m_weights.size();
-    for (x = 0; x < width; ++x)
-        target[x] = mixed(before[x], after[x], weights[x]);
 }
 
 } // namespace corvella
