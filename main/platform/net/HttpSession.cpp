@@ -123,6 +123,17 @@ size_t takeBody(const char *bytes, size_t /*one*/, size_t count, void *user)
     return count;
 }
 
+// Whether the answer says where its body ends. One that does not ends with its connection, which
+// anybody between can cut: libcurl takes what came until then for all of it.
+bool tellsItsEnd(CURL *easy)
+{
+    curl_off_t length = -1;
+    curl_easy_getinfo(easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    curl_header *inPieces = nullptr;
+    return length >= 0
+        || curl_easy_header(easy, "Transfer-Encoding", 0, CURLH_HEADER, -1, &inPieces) == CURLHE_OK;
+}
+
 // Nothing but a printable value of a sane length is worth sending back to a server.
 bool isUsableEtag(const QByteArray &etag)
 {
@@ -234,7 +245,12 @@ QString HttpSession::Pool::perform(CURL *easy, const HttpRequest &request, Trans
         transfer.complaint = silence;
     if (result != CURLE_OK)
         return text;
-    return transfer.headersEnded ? QString() : QStringLiteral("breaks off in its headers");
+    if (!transfer.headersEnded)
+        return QStringLiteral("breaks off in its headers");
+    const long status = statusOf(easy);
+    if ((status == 200 || status == 206) && !tellsItsEnd(easy))
+        return QStringLiteral("does not say where it ends");
+    return {};
 }
 
 HttpSession::HttpSession() = default;

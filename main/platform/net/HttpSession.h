@@ -34,7 +34,7 @@ struct HttpRequest
 struct HttpAnswer
 {
     // The status after all redirections; 0 when there is no usable answer: none at all, one that
-    // breaks off, takes too long or is too large.
+    // breaks off or could, takes too long or is too large.
     int status = 0;
     std::optional<QByteArray> etag = {};
     QString reason = {}; // why there is no usable answer, for a log line; empty otherwise

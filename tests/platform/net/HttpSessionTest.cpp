@@ -237,6 +237,28 @@ TEST_F(HttpSessionTest, RefusesABodyThatBreaksOff)
     }
 }
 
+// A cut connection would look like the end of it.
+TEST_F(HttpSessionTest, RefusesABodyThatDoesNotSayWhereItEnds)
+{
+    for (const QByteArray &answer :
+         {QByteArray("HTTP/1.1 200 OK\r\n\r\ncontent"), QByteArray("HTTP/1.0 200 OK\r\n\r\n"),
+          QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999\r\n\r\ncontent")}) {
+        const test::FaultServer server(m_identity, [&answer](Connection &connection) {
+            connection.readRequest();
+            connection.send(answer);
+        });
+        const Result result = get(request(server.host()));
+        EXPECT_EQ(result.answer.status, 0) << answer.constData();
+        EXPECT_EQ(result.reason(), "does not say where it ends") << answer.constData();
+    }
+}
+
+TEST_F(HttpSessionTest, TakesAnAnswerWithoutABody)
+{
+    const test::FaultServer server(m_identity, always(test::okAnswer({})));
+    EXPECT_EQ(get(request(server.host())).answer.status, 200);
+}
+
 TEST_F(HttpSessionTest, RefusesAHeadThatBreaksOffAfterARedirection)
 {
     const test::FaultServer server(m_identity, [](Connection &connection) {
