@@ -2,6 +2,7 @@
 
 #include "cache/RefreshRules.h"
 #include "log.h"
+#include "platform/storage/BoundedFile.h"
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/FileLock.h"
 #include "platform/storage/StandardFolders.h"
@@ -200,10 +201,14 @@ Refresher::Wanted Refresher::dropUnwanted(bool everything)
 }
 
 // Somebody, or a crash, may have removed a file and left what is known of it: without the file
-// that would keep it from being downloaded again.
+// that would keep it from being downloaded again. So would an index that is damaged.
 void Refresher::forgetLostFiles()
 {
-    QStringList names{QStringLiteral("index.json")};
+    const QString index = QStringLiteral("index.json");
+    const BoundedRead read = readBounded(file(index), kLargestDocument);
+    if (read.status == ReadStatus::ok && !parseProductIndex(read.bytes).products)
+        QFile::remove(file(index));
+    QStringList names{index};
     for (const Product &product : imageryProducts())
         names << clipName(product.id) << stillName(product.id);
     for (const QString &name : names) {

@@ -562,6 +562,23 @@ TEST_F(RefresherTest, DownloadsAgainWhatWasRemovedByHand)
     EXPECT_EQ(content(QStringLiteral("171.mp4")), TestImageryHost::clip(QStringLiteral("171")));
 }
 
+TEST_F(RefresherTest, DownloadsAgainAnIndexThatIsDamaged)
+{
+    const TestImageryHost host({QStringLiteral("171")});
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    m_refresher.pass(true, false, true);
+    for (const bool check : {true, false}) {
+        writeFile(QStringLiteral("index.json"), "{\"products\": [{\"id\": \"1");
+        QFile::remove(path(QStringLiteral("171.png")));
+        QFile::remove(path(QStringLiteral("171.mp4")));
+        m_refresher.pass(check, false, true);
+        EXPECT_EQ(content(QStringLiteral("171.mp4")), TestImageryHost::clip(QStringLiteral("171")));
+        EXPECT_EQ(content(QStringLiteral("171.png")),
+                  TestImageryHost::still(QStringLiteral("171")));
+    }
+}
+
 TEST_F(RefresherTest, BearsThatTheFolderItselfWasRemoved)
 {
     const TestImageryHost host({QStringLiteral("171")});
