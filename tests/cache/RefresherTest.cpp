@@ -127,6 +127,24 @@ TEST_F(RefresherTest, ASecondRefreshAsksForNothingAndADueOneForTheIndexAlone)
     EXPECT_EQ(log().last(), QStringLiteral("pass: checked, 0 clips moved, 0 products dropped"));
 }
 
+TEST_F(RefresherTest, OpensNoConnectionForNothing)
+{
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront([](test::FaultServer::Connection &connection) {
+        for (QByteArray head; !(head = connection.readRequest()).isEmpty();) {
+            connection.send(test::okAnswer(
+                head.contains("index.json")
+                    ? R"({"products": [{"id": "171", "updated": "x", "video": "v/171.mp4"}]})"
+                    : "clip"));
+        }
+    });
+    m_refresher.refresh();
+    EXPECT_TRUE(has(QStringLiteral("171.mp4")));
+    HttpSession nextStart;
+    Refresher(CacheFolder(m_folder), nextStart, [this] { return m_now; }).refresh();
+    EXPECT_EQ(m_fault->connections(), 1);
+}
+
 TEST_F(RefresherTest, IsDueAfterTheIntervalThatIsSet)
 {
     const TestImageryHost host({QStringLiteral("171")});
@@ -577,6 +595,34 @@ TEST_F(RefresherTest, DownloadsAgainAnIndexThatIsDamaged)
         EXPECT_EQ(content(QStringLiteral("171.png")),
                   TestImageryHost::still(QStringLiteral("171")));
     }
+}
+
+// A gap is a missing clip: else a product without a still would be asked for each hour.
+TEST_F(RefresherTest, FillsNothingForAMissingStillAlone)
+{
+    const TestImageryHost host({QStringLiteral("171")});
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    m_refresher.pass(true, false, true);
+    m_front->takeRequests();
+    const int messages = static_cast<int>(log().size());
+    QFile::remove(path(QStringLiteral("171.png")));
+    m_refresher.pass(false, false, false);
+    EXPECT_THAT(m_front->takeRequests(), IsEmpty());
+    EXPECT_EQ(log().size(), messages);
+}
+
+TEST_F(RefresherTest, FetchesAStillAlsoWhereNoClipCanBeHad)
+{
+    TestImageryHost host({QStringLiteral("171")});
+    host.remove(QStringLiteral("v/171/%1.mp4").arg(TestImageryHost::kStamp));
+    host.remove(QStringLiteral("video/171_1k.mp4"));
+    Settings::setProducts({QStringLiteral("171")});
+    serveFront(host);
+    m_refresher.pass(true, false, true);
+    EXPECT_EQ(content(QStringLiteral("171.png")), TestImageryHost::still(QStringLiteral("171")));
+    EXPECT_FALSE(has(QStringLiteral("171.stamp"))) << "no clip was fetched";
+    EXPECT_EQ(log().last(), QStringLiteral("pass: checked, 0 clips moved, 0 products dropped"));
 }
 
 TEST_F(RefresherTest, BearsThatTheFolderItselfWasRemoved)

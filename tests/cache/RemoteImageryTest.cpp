@@ -154,6 +154,25 @@ TEST_F(RemoteImageryTest, LeavesEverythingAloneWhenTheAnswerIsOfNoUse)
     EXPECT_EQ(content(kClip + QStringLiteral(".etag")), QByteArray("\"old\""));
 }
 
+TEST_F(RemoteImageryTest, TakesNoOtherStatusForAnAnswer)
+{
+    QByteArray answer;
+    serveFront([&answer](test::FaultServer::Connection &connection) {
+        while (!connection.readRequest().isEmpty() && connection.send(answer)) {}
+    });
+    writeFile(kClip, "what is here");
+    for (const char *status : {"201 Created", "202 Accepted", "203 Changed", "204 No Content",
+                               "206 Partial Content", "300 Choose", "302 Nowhere", "410 Gone"}) {
+        const QByteArray body = qstrcmp(status, "204 No Content") == 0 ? "" : "xxxx";
+        answer = test::okAnswer(body, "Content-Range: bytes 0-3/8\r\nETag: \"x\"\r\n");
+        answer.replace("200 OK", status);
+        EXPECT_EQ(fetch(kNew, kClip), Fetched::failed) << status;
+        EXPECT_FALSE(m_remote.get(QStringLiteral("manifest/171.json"))) << status;
+        EXPECT_EQ(content(kClip), QByteArray("what is here")) << status;
+        EXPECT_THAT(files(), ElementsAre(kClip)) << status;
+    }
+}
+
 TEST_F(RemoteImageryTest, KeepsTheOldFileWhenTheNewOneBreaksOff)
 {
     serveFront([](test::FaultServer::Connection &connection) {
