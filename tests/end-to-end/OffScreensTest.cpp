@@ -47,6 +47,24 @@ TEST_F(OffScreens, AreLeftAlone)
     EXPECT_EQ(windows.first().frame, kFirst);
 }
 
+// Some window managers give the keys to whatever comes up.
+TEST_F(OffScreens, KeepTheKeys)
+{
+    m_display.startWindowManager();
+    const auto wallIsLeftAlone = [this] {
+        const QList<test::XWindow> windows = m_display.client().windows();
+        return windows.size() == 1 && m_display.client().cameWithoutFocus(windows.first().id);
+    };
+    m_program.configure({{u"products"_s, QJsonArray{u"171"_s, u"off"_s}}});
+    m_program.start();
+    EXPECT_TRUE(becomes(wallIsLeftAlone));
+    m_program.configure({{u"products"_s, QJsonArray{u"171"_s, u"171"_s}}});
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return m_display.client().windows().size() == 2; }));
+    for (const test::XWindow &wall : m_display.client().windows())
+        EXPECT_FALSE(m_display.client().cameWithoutFocus(wall.id)) << "no screen is in use";
+}
+
 TEST_F(OffScreens, OpenTheSettingsWindowWhenThereIsNoOtherScreen)
 {
     m_program.configure({{u"products"_s, QJsonArray{u"off"_s}}});

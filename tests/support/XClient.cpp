@@ -347,6 +347,13 @@ bool XClient::isOnAllWorkspaces(quint32 window) const
     return numbers(window, "_NET_WM_DESKTOP") == QList{kAll};
 }
 
+bool XClient::cameWithoutFocus(quint32 window) const
+{
+    // The time of the user's last touch, in a window of its own or not; 0 is for none.
+    const quint32 holder = numbers(window, "_NET_WM_USER_TIME_WINDOW").value(0, window);
+    return numbers(holder, "_NET_WM_USER_TIME") == QList{0U};
+}
+
 bool XClient::isBlanked() const
 {
     xcb_connection_t *const server = m_connection.get();

@@ -57,6 +57,8 @@ public:
     // The names of the states that a window manager holds a window in (_NET_WM_STATE_FULLSCREEN).
     [[nodiscard]] QList<QByteArray> states(quint32 window) const;
     [[nodiscard]] bool isOnAllWorkspaces(quint32 window) const;
+    // Whether it came up as one that no window manager should give the keys to.
+    [[nodiscard]] bool cameWithoutFocus(quint32 window) const;
     // Takes all keys, or all of the pointer, for this client. False when another client has them.
     [[nodiscard]] bool grabKeyboard();
     [[nodiscard]] bool grabPointer();

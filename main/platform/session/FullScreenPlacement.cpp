@@ -42,7 +42,7 @@ std::unique_ptr<FullScreenPlacement>
 FullScreenPlacement::create(QWindow &window, PointerInput pointer, KeyInput keys)
 {
     if (x11::isX11Session())
-        return createPlacementX11(window, pointer);
+        return createPlacementX11(window, pointer, keys);
     if (!wayland::isWaylandSession())
         return std::make_unique<PlainPlacement>(window, pointer);
     if (auto placement = createPlacementAboveAll(window, pointer, keys))

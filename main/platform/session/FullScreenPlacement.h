@@ -40,8 +40,8 @@ public:
 };
 
 // By hints to the window manager.
-[[nodiscard]] std::unique_ptr<FullScreenPlacement> createPlacementX11(QWindow &window,
-                                                                      PointerInput pointer);
+[[nodiscard]] std::unique_ptr<FullScreenPlacement>
+createPlacementX11(QWindow &window, PointerInput pointer, KeyInput keys);
 // Above all windows, where the compositor has a place for such surfaces; else null.
 [[nodiscard]] std::unique_ptr<FullScreenPlacement>
 createPlacementAboveAll(QWindow &window, PointerInput pointer, KeyInput keys,

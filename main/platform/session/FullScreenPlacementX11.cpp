@@ -14,11 +14,13 @@ namespace {
 class PlacementX11 final : public FullScreenPlacement
 {
 public:
-    PlacementX11(QWindow &window, PointerInput pointer, xcb_connection_t *server)
+    PlacementX11(QWindow &window, PointerInput pointer, KeyInput keys, xcb_connection_t *server)
         : m_window(window)
         , m_server(server)
     {
         makeFullScreen(m_window);
+        // To Qt and, by the time of zero that Qt then gives for the last touch, to the manager.
+        m_window.setProperty("_q_showWithoutActivating", keys == KeyInput::whenChosen);
         keepOffTaskbars();
         makeBlack();
         if (pointer == PointerInput::passedThrough)
@@ -68,9 +70,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<FullScreenPlacement> createPlacementX11(QWindow &window, PointerInput pointer)
+std::unique_ptr<FullScreenPlacement> createPlacementX11(QWindow &window, PointerInput pointer,
+                                                        KeyInput keys)
 {
-    return std::make_unique<PlacementX11>(window, pointer, x11::applicationConnection());
+    return std::make_unique<PlacementX11>(window, pointer, keys, x11::applicationConnection());
 }
 
 } // namespace corvella
