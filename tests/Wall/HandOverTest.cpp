@@ -127,7 +127,9 @@ TEST_F(HandOver, ACircleGrowsFromADotToTheCorners)
     ASSERT_NE(m_to->mask(), nullptr);
     EXPECT_EQ(m_to->mask()->presentedPath(m_tree.now()),
               (ShapePath{ShapePath::Kind::ellipse, {959, 539, 2, 2}}));
-    at(450ms); // half way; radius from 1 to 1101.45
+    at(225ms); // radius from 1 to 1101.45; it begins slowly: 12.916 % of the way
+    EXPECT_NEAR(m_to->mask()->presentedPath(m_tree.now()).rect.width() / 2, 143.1, 0.1);
+    at(450ms);
     EXPECT_NEAR(m_to->mask()->presentedPath(m_tree.now()).rect.width() / 2, 551.2, 0.1);
     EXPECT_EQ(from(), 1) << "the old clip stays beneath";
     at(899ms);
@@ -141,6 +143,8 @@ TEST_F(HandOver, AWipeRunsFromLeftToRight)
 {
     begin(Transition::wipe);
     EXPECT_EQ(m_to->mask()->presentedPath(m_tree.now()).rect, QRectF(0, 0, 0, 1080));
+    at(150ms);
+    EXPECT_NEAR(m_to->mask()->presentedPath(m_tree.now()).rect.width(), 248.0, 0.1) << "slowly";
     at(300ms);
     EXPECT_NEAR(m_to->mask()->presentedPath(m_tree.now()).rect.width(), 960, 0.01);
     at(599ms);

@@ -6,6 +6,8 @@
 #include "support/LayerTreeFixture.h"
 #include "support/StockedHome.h"
 
+#include <QFontDatabase>
+
 #include <gtest/gtest.h>
 
 namespace corvella {
@@ -58,15 +60,18 @@ TEST_F(WallOverlaysTest, TheCaptionComesStaysAndGoesWithItsBand)
 {
     m_overlays.showCaption(entry(QStringLiteral("x"), {}));
     EXPECT_EQ(captionOpacity(), 0);
-    pass(1200ms);
+    pass(600ms); // half way; the standard curve is at 80.24 % then
+    EXPECT_NEAR(captionOpacity(), 0.682, 1e-3);
+    EXPECT_NEAR(scrimOpacity(), 0.8024, 1e-3);
+    pass(600ms);
     EXPECT_EQ(captionOpacity(), 0.85);
     EXPECT_EQ(scrimOpacity(), 1);
     pass(4799ms);
     EXPECT_EQ(captionOpacity(), 0.85);
     pass(1ms); // 6.0 s: it begins to fade
     pass(600ms);
-    EXPECT_LT(captionOpacity(), 0.3);
-    EXPECT_GT(captionOpacity(), 0);
+    EXPECT_NEAR(captionOpacity(), 0.168, 1e-3);
+    EXPECT_NEAR(scrimOpacity(), 0.1976, 1e-3);
     pass(600ms);
     EXPECT_EQ(captionOpacity(), 0);
     EXPECT_EQ(scrimOpacity(), 0);
@@ -93,6 +98,47 @@ TEST_F(WallOverlaysTest, TheWaitingMessageIsThereAtOnceAndStays)
     EXPECT_EQ(scrimOpacity(), 1);
     pass(60s);
     EXPECT_EQ(captionOpacity(), 0.85);
+}
+
+// Margins of 3 % of the height and 2.2 % of the width, as on the other side.
+TEST_F(WallOverlaysTest, TheCaptionLiesAtTheLowerLeftInItsBand)
+{
+    m_overlays.layout({1000, 1000});
+    EXPECT_EQ(m_overlays.caption().frame(), QRectF(22, 30, 660, 22));
+    EXPECT_EQ(m_overlays.scrim().frame(), QRectF(0, 0, 1000, 140));
+    m_overlays.layout({1000, 500});
+    EXPECT_EQ(m_overlays.scrim().frame(), QRectF(0, 0, 1000, 90)) << "never lower";
+}
+
+// Black at 55 % over white is grey 115; the band is 151 points high.
+TEST_F(WallOverlaysTest, TheBandIsDarkestAtTheBottomAndClearAtItsTop)
+{
+    m_tree.root().setBackground(Qt::white);
+    m_overlays.showWaiting(QString());
+    const QImage image = test::painted(m_tree);
+    const auto greyAbove = [&image](int fromBottom) {
+        return qGray(image.pixel(960, 1079 - fromBottom));
+    };
+    EXPECT_NEAR(greyAbove(0), 115, 2);
+    EXPECT_NEAR(greyAbove(75), 185, 2);
+    EXPECT_NEAR(greyAbove(150), 254, 2);
+    EXPECT_EQ(greyAbove(152), 255);
+}
+
+// The system's font in its regular weight, at this size.
+void setSystemFont(TextLayer &layer, double size)
+{
+    layer.setFont(QFontDatabase::systemFont(QFontDatabase::GeneralFont), size);
+}
+
+TEST_F(WallOverlaysTest, TheCaptionIsInTheSystemsFontAtFifteenPoints)
+{
+    m_overlays.showCaption(entry(QStringLiteral("AIA 171 Å"), {}));
+    TextLayer expected;
+    setSystemFont(expected, 15);
+    expected.setText({QStringLiteral("AIA 171 Å  ·  48 HR TO ?"), 1.1, Qt::white});
+    constexpr QSize kPixels(640, 44);
+    EXPECT_EQ(m_overlays.caption().contents(kPixels, 2), expected.contents(kPixels, 2));
 }
 
 const QString kSite = QStringLiteral("corvella.example");
@@ -127,6 +173,18 @@ TEST_F(Attribution, IsThereFromTheStartAndTheCodeWithTheFirstClip)
     pass(1h);
     EXPECT_EQ(overlays.qrBox().opacity(), 0.88);
     EXPECT_EQ(overlays.attribution().opacity(), 0.5);
+}
+
+TEST_F(Attribution, IsASmallLineAtTheRightWithAShadow)
+{
+    const WallOverlays overlays(m_tree, kSite);
+    TextLayer expected;
+    setSystemFont(expected, 12);
+    expected.setAlignment(Qt::AlignRight);
+    expected.setShadow({QColor::fromRgbF(0, 0, 0, 0.8F), 2, {0, -1}});
+    expected.setText({kSite, 1.1, Qt::white});
+    constexpr QSize kPixels(800, 36);
+    EXPECT_EQ(overlays.attribution().contents(kPixels, 2), expected.contents(kPixels, 2));
 }
 
 TEST_F(Attribution, TurnedOffShowsNeither)

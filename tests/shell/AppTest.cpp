@@ -321,11 +321,13 @@ TEST_F(AppTest, AWallDoesNotStartByItselfUnlessArmed)
     EXPECT_FALSE(m_app->isArmedWaiting());
 }
 
-TEST_F(AppTest, ArmingInDesktopModeOnlySaysSo)
+TEST_F(AppTest, ArmingInDesktopModeOnlySaysSoAndClosesTheSettings)
 {
     configure(Mode::desktop);
     launch();
+    Preferences::shared().show();
     m_app->arm();
+    EXPECT_FALSE(settingsOpen());
     EXPECT_FALSE(m_app->isArmedWaiting());
     EXPECT_TRUE(logged("armed: desktop keeps the picture current"));
 }
@@ -336,6 +338,7 @@ TEST_F(AppTest, ArmingWhileShowingDoesNothing)
     launch();
     m_app->arm();
     EXPECT_FALSE(m_app->isArmedWaiting());
+    EXPECT_TRUE(logged(QStringLiteral("armed")).isEmpty());
     EXPECT_TRUE(m_app->isShowing());
 }
 

@@ -4,6 +4,7 @@
 #include "platform/layers/TextLayer.h"
 #include "shell/AppFixture.h"
 
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QMouseEvent>
 
@@ -93,16 +94,14 @@ TEST_F(WallChrome, ButtonsComeWithInputAndGoAfterTwoAndAHalfSeconds)
     const CloseButton &button = *m_app->closeButtons()[0];
     tickAfterIdle(2.49);
     EXPECT_EQ(opacityOf(button), 0);
-    pass(75ms);
-    EXPECT_GT(opacityOf(button), 0.1);
-    EXPECT_LT(opacityOf(button), 0.95);
+    pass(75ms); // half way; the standard curve is at 80.24 % then
+    EXPECT_NEAR(opacityOf(button), 0.8024, 1e-3);
     pass(75ms);
     EXPECT_EQ(opacityOf(button), 1);
     EXPECT_EQ(opacityOf(*m_app->closeButtons()[1]), 1);
     tickAfterIdle(2.5);
     pass(400ms);
-    EXPECT_GT(opacityOf(button), 0.05);
-    EXPECT_LT(opacityOf(button), 0.9);
+    EXPECT_NEAR(opacityOf(button), 0.1976, 1e-3);
     pass(400ms);
     EXPECT_EQ(opacityOf(button), 0);
 }
@@ -238,11 +237,25 @@ TEST_F(WallChrome, TheVeryFirstWallSaysHowToCloseIt)
     EXPECT_EQ(opacityOf(*hint()), 1);
     pass(1ms);
     pass(600ms);
-    EXPECT_LT(opacityOf(*hint()), 0.9);
-    EXPECT_GT(opacityOf(*hint()), 0.05);
+    EXPECT_NEAR(opacityOf(*hint()), 0.1976, 1e-3);
     pass(600ms);
     EXPECT_EQ(hint(), nullptr);
     m_app->walls().front()->tree().setSize({1000, 500}); // whoever placed it has let it go
+}
+
+TEST_F(WallChrome, TheHintIsWhiteWithABlackShadow)
+{
+    showWalls(Mode::wall);
+    ASSERT_NE(hint(), nullptr);
+    TextLayer expected;
+    QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+    font.setWeight(QFont::Medium);
+    expected.setFont(font, 16);
+    expected.setShadow({Qt::black, 4, {}});
+    expected.setAlignment(Qt::AlignHCenter);
+    expected.setText({hint()->text().text, 0, Qt::white});
+    const QSize pixels = (hint()->frame().size() * 2).toSize();
+    EXPECT_EQ(hint()->contents(pixels, 2), expected.contents(pixels, 2));
 }
 
 TEST_F(WallChrome, NoLaterWallSaysIt)
