@@ -50,6 +50,15 @@ QRectF topRightCorner(QSizeF wall)
     return {wall.width() - kFromCorner, wall.height() - kFromCorner, kChromeSide, kChromeSide};
 }
 
+// Q by its letter; by its place on a keyboard that has no Latin letters.
+bool isQ(const QKeyEvent &event)
+{
+    constexpr int kLastLatin1 = 0xff;
+    constexpr quint32 kPlaceOfQ = 24; // as X11 and Wayland number keys
+    const bool isOtherLetter = event.key() > kLastLatin1 && event.key() < Qt::Key_Escape;
+    return event.key() == Qt::Key_Q || (isOtherLetter && event.nativeScanCode() == kPlaceOfQ);
+}
+
 // Set by the first wall: how to close it is not said again.
 const QString kWallHintShown = QStringLiteral("wallHintShown");
 
@@ -485,17 +494,16 @@ bool App::handleKey(const QKeyEvent &event)
     if (!m_showing)
         return false;
     const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
-    const bool isQ = event.key() == Qt::Key_Q;
     switch (m_mode) {
     case Mode::saver:
         dismiss();
         return true;
     case Mode::kiosk:
-        if (isQ && modifiers == (Qt::ControlModifier | Qt::MetaModifier | Qt::AltModifier))
+        if (isQ(event) && modifiers == (Qt::ControlModifier | Qt::MetaModifier | Qt::AltModifier))
             dismiss();
         return true;
     default:
-        if (!isQ || modifiers != Qt::ControlModifier)
+        if (!isQ(event) || modifiers != Qt::ControlModifier)
             return handleWallKey(event);
         qGuiApp->quit();
         return true;

@@ -806,6 +806,26 @@ TEST_F(KeyTest, OnlyTheChordEndsAKiosk)
     EXPECT_TRUE(settingsOpen());
 }
 
+// A keyboard that is set to nothing but Russian or Greek has the chord where its Q would be.
+TEST_F(KeyTest, TheChordEndsAKioskWithoutLatinLetters)
+{
+    constexpr quint32 kPlaceOfQ = 24;
+    constexpr int kShortI = 0x0419; // what a Russian keyboard has there
+    constexpr auto kChord = Qt::ControlModifier | Qt::MetaModifier | Qt::AltModifier;
+    configure(Mode::kiosk);
+    launch();
+    const auto pressed = [this](int key, quint32 place) {
+        QKeyEvent event(QEvent::KeyPress, key, kChord, place, 0, 0);
+        QCoreApplication::sendEvent(m_app->windows().front().get(), &event);
+    };
+    pressed(kShortI, kPlaceOfQ + 1);
+    pressed(Qt::Key_A, kPlaceOfQ); // as a French one has it
+    pressed(Qt::Key_Escape, kPlaceOfQ);
+    EXPECT_TRUE(m_app->isShowing());
+    pressed(kShortI, kPlaceOfQ);
+    EXPECT_FALSE(m_app->isShowing());
+}
+
 TEST_F(KeyTest, TheChordStillEndsAKioskWhoseSettingsAreLost)
 {
     configure(Mode::kiosk);
