@@ -1,7 +1,7 @@
 # Shared by the measurements: a display, the players, and what a program and all that it started cost.
 # Sourced, not run; the caller has sourced tools/setup.sh. All is measured the same way for every program.
 
-measuring_packages="$virtual_display_packages openbox dbus-daemon x11-xserver-utils xrestop procps util-linux"
+measuring_packages="$virtual_display_packages openbox dbus-daemon x11-xserver-utils procps util-linux"
 peer_packages="mpv vlc-bin vlc-plugin-base vlc-plugin-video-output ffmpeg gstreamer1.0-tools gstreamer1.0-libav
     gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x xscreensaver xscreensaver-data xscreensaver-gl"
 
@@ -106,12 +106,10 @@ memory_of() {
         END { print pss / 1024, private / 1024 }'
 }
 
-# MB that the X server holds for its clients: their pixmaps, and its share of the pictures that they share with it.
+# MB of the X server: its own, in which its clients' pixmaps are, and its share of the pictures that they share with it. (What
+# it tells of pixmaps counts the shared ones, too.)
 memory_at_server() {
-    { xrestop -b -m 1; cat "/proc/$server/smaps_rollup"; } | awk '
-        $1 == "pixmap" && $2 == "bytes" { bytes += $4 }
-        $1 == "Pss_Shmem:" { bytes += $2 * 1024 }
-        END { print bytes / 1048576 }'
+    awk '$1 == "Pss_Anon:" || $1 == "Pss_Shmem:" { sum += $2 } END { print sum / 1024 }' "/proc/$server/smaps_rollup"
 }
 
 # Runs a command, and once it has settled notes for some seconds what it and all that it started take. Appends a line to
