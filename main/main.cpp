@@ -11,6 +11,7 @@
 #include "platform/session/IdleClock.h"
 #include "platform/session/LostBus.h"
 #include "platform/session/LostDisplay.h"
+#include "platform/session/MachineSleep.h"
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
 #include "platform/session/SingleInstance.h"
@@ -129,6 +130,8 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
                   &PowerAssertion::create, [&displaySleep] { displaySleep->begin(); }});
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &App::applicationWillTerminate);
     QObject::connect(&instance, &SingleInstance::activated, &delegate, &App::perform);
+    const MachineSleep machineSleep;
+    QObject::connect(&machineSleep, &MachineSleep::ended, &delegate, &App::lookAfterSleep);
     delegate.applicationDidFinishLaunching(commandLine);
     // All that goes over a bus is asked for anew by a program that is started anew.
     QObject::connect(&lostBus, &LostBus::returned, &delegate, [&delegate] {

@@ -53,7 +53,7 @@ bool CacheFolder::holds(const QJsonValue &name) const
 
 bool CacheFolder::isPrimed() const
 {
-    return QFileInfo::exists(manifestFile());
+    return !isMissing(manifestFile());
 }
 
 void CacheFolder::write(const QList<QJsonObject> &entries) const
@@ -73,7 +73,7 @@ void CacheFolder::seedIfEmpty(const std::optional<QString> &clip,
         return;
     }
     const QString seed = m_path + QStringLiteral("/seed.mp4");
-    if (!QFileInfo::exists(seed))
+    if (isMissing(seed))
         (void)DurableFile::copy(*clip, seed);
     write({*entry});
     log(QStringLiteral("cache was empty, seeded with the bundled clip (%1)")

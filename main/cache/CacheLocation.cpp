@@ -2,11 +2,11 @@
 
 #include "cache/CacheFolder.h"
 #include "log.h"
+#include "platform/storage/BoundedFile.h"
 #include "platform/storage/FolderMove.h"
 #include "platform/storage/StandardFolders.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 namespace corvella {
 
@@ -42,7 +42,7 @@ CacheLocation cacheLocation(const std::optional<QString> &cacheHome)
 void settleCache(const CacheLocation &location)
 {
     for (const QString &oldFolder : location.oldFolders) {
-        if (!QFileInfo::exists(location.folder) && CacheFolder(oldFolder).isPrimed())
+        if (isMissing(location.folder) && CacheFolder(oldFolder).isPrimed())
             moveOldCache(oldFolder, location);
     }
     (void)StandardFolders::make(location.folder);

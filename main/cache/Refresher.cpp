@@ -13,7 +13,6 @@
 
 #include <cerrno>
 #include <thread>
-#include <unistd.h>
 
 namespace corvella::Cache {
 
@@ -70,11 +69,9 @@ Refresher::Refresher(CacheFolder folder, HttpSession &session, Clock now,
 {
 }
 
-// What cannot be looked at just now is there: taken for lost, it would leave the manifest.
 bool Refresher::has(const QString &name) const
 {
-    return ::access(QFile::encodeName(file(name)).constData(), F_OK) == 0
-        || (errno != ENOENT && errno != ENOTDIR);
+    return !isMissing(file(name));
 }
 
 void Refresher::refresh()

@@ -3,6 +3,7 @@
 #include "Preferences/Preferences.h"
 #include "Preferences/SaverInstall.h"
 #include "cache/Cache.h"
+#include "cache/RefreshRules.h"
 #include "desktop/Desktop.h"
 #include "log.h"
 #include "platform/layers/Transaction.h"
@@ -24,7 +25,10 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
-constexpr MediaTime kRefreshInterval = std::chrono::hours(1);
+constexpr std::chrono::hours kRefreshInterval{1};
+// From the end of a machine's sleep: a wireless network takes five to ten seconds to come back, and
+// who looks too early finds nobody and looks again in an hour.
+constexpr MediaTime kUntilTheNetworkIsBack = std::chrono::seconds(15);
 constexpr double kSettleSeconds = 1.5;     // without input, before shown saver walls react to input
 constexpr double kDismissSeconds = 0.5;    // input more recent than this ends a saver
 constexpr double kButtonFadeSeconds = 2.5; // buttons stay while the last input is more recent
@@ -72,6 +76,7 @@ App::App(const Surroundings &surroundings)
     , m_renderer(surroundings.renderer)
     , m_keepAwake(surroundings.keepAwake)
     , m_sleepDisplays(surroundings.sleepDisplays)
+    , m_now(surroundings.now)
     , m_workQueue(surroundings.clock)
 {
     connect(&m_tick, &QTimer::timeout, this, &App::tick);
@@ -210,12 +215,31 @@ void App::decideWhatToShow(const CommandLine &commandLine)
 
 void App::refreshHourly()
 {
+    m_refreshedAt = m_now();
     // This App awaits its background before it goes, and with it goes what it was still to do.
     m_background.start([this] {
         Cache::refresh();
         m_background.tell(&Desktop::apply);
     });
     m_nextRefresh = m_workQueue.after(kRefreshInterval, [this] { refreshHourly(); });
+}
+
+void App::lookAfterSleep()
+{
+    m_pendingLook = m_workQueue.after(kUntilTheNetworkIsBack, [this] {
+        refreshIfAnHourHasPassed();
+        Updater::shared().lookAfterSleep();
+    });
+}
+
+void App::refreshIfAnHourHasPassed()
+{
+    if (!m_nextRefresh.isPending())
+        return;
+    const QDateTime now = m_now();
+    if (Cache::isDue(m_refreshedAt, kRefreshInterval, now)
+        || Cache::isFromAnotherTime(m_refreshedAt, kRefreshInterval, now))
+        refreshHourly();
 }
 
 Updater::When App::whenToInstall() const

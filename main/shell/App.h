@@ -19,6 +19,7 @@
 #include "shell/WallWindow.h"
 #include "updater/Updater.h"
 
+#include <QDateTime>
 #include <QObject>
 #include <QTimer>
 
@@ -54,6 +55,7 @@ public:
         std::function<std::unique_ptr<PowerAssertion>(const QString &)> keepAwake = {};
         // Locks and puts the displays to sleep; returns at once.
         std::function<void()> sleepDisplays = {};
+        std::function<QDateTime()> now = &QDateTime::currentDateTimeUtc;
     };
 
     explicit App(const Surroundings &surroundings);
@@ -69,6 +71,10 @@ public:
     // An action by the name that the program's desktop entry knows it by; an empty or unknown one
     // counts as a reopening.
     void perform(const QString &action);
+
+    // The machine has slept, and the timers have counted none of it: does what is due by now as
+    // soon as the network should be there.
+    void lookAfterSleep();
 
     // Puts the walls up on every screen that is not Off; where no display is attached, as soon as
     // one is. Nothing happens in desktop mode.
@@ -143,6 +149,7 @@ private:
     // Refreshes the imagery in the background, now and then every hour, and the desktop pictures
     // after it.
     void refreshHourly();
+    void refreshIfAnHourHasPassed();
 
     Screens &m_screens;
     IdleClock &m_idleClock;
@@ -151,6 +158,7 @@ private:
     const RendererKind m_renderer;
     const std::function<std::unique_ptr<PowerAssertion>(const QString &)> m_keepAwake;
     const std::function<void()> m_sleepDisplays;
+    const std::function<QDateTime()> m_now;
     DarkPreference m_darkPreference;
     WorkQueue m_workQueue;
     QTimer m_tick;
@@ -174,6 +182,8 @@ private:
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
     WorkItem m_nextRefresh;
+    QDateTime m_refreshedAt; // when the last of these refreshes began
+    WorkItem m_pendingLook;
     std::unique_ptr<Menus> m_menus;
 };
 

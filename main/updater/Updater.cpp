@@ -114,6 +114,14 @@ void Updater::start()
         m_controller->checkInBackground();
 }
 
+void Updater::lookAfterSleep()
+{
+    if (m_controller)
+        m_controller->checkIfDue();
+    if (m_nightly.isActive())
+        nightlyFired();
+}
+
 void Updater::checkNow()
 {
     if (!m_controller)

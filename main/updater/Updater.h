@@ -47,6 +47,8 @@ public:
 
     // Begins to look for updates, once a day; at once where "checkUpdatesNow" says so.
     void start();
+    // The machine has slept, and the timers have counted none of it: does what is due by now.
+    void lookAfterSleep();
     // The menu's "Check for Updates…": looks now and tells in a window what it found.
     void checkNow();
     // The program quits: installs what lies ready, and lets all windows go.

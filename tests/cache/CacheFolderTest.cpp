@@ -244,6 +244,16 @@ TEST_F(SeedingTest, DoesNothingWhereThereIsAManifestOfAnyKind)
     EXPECT_TRUE(m_log.messages().isEmpty());
 }
 
+TEST_F(SeedingTest, DoesNothingWhereTheManifestCannotBeLookedAt)
+{
+    const QString manifest = m_folder.manifestFile();
+    ASSERT_TRUE(QFile::link(manifest, manifest)); // a circle
+    m_folder.seedIfEmpty(m_clip, m_description);
+    EXPECT_TRUE(QFileInfo(manifest).isSymLink());
+    EXPECT_FALSE(QFileInfo::exists(m_folder.path() + QStringLiteral("/seed.mp4")));
+    EXPECT_TRUE(m_log.messages().isEmpty());
+}
+
 TEST_F(SeedingTest, KeepsAClipThatIsThereAlready)
 {
     store(QStringLiteral("seed.mp4"), "from before");

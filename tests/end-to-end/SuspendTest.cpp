@@ -3,7 +3,9 @@
 #include "support/NginxServer.h"
 #include "support/ProgramUnderTest.h"
 #include "support/SpedUpTime.h"
+#include "support/StandInService.h"
 #include "support/TestAuthority.h"
+#include "support/TestBuses.h"
 #include "support/TestImageryHost.h"
 #include "support/TestPattern.h"
 #include "support/VirtualDisplay.h"
@@ -192,48 +194,77 @@ INSTANTIATE_TEST_SUITE_P(Rows, SuspendOf,
                                          Row{"GlStopped", DrawnBy::gl, Kind::stopped}),
                          [](const auto &row) { return row.param.name; });
 
-class SuspendOnline : public Suspend, public testing::WithParamInterface<Kind>
+// A host that has news by the time the program wakes up.
+class SuspendOnline : public Suspend
 {
+protected:
+    SuspendOnline()
+    {
+        m_host.setGenerated({});
+        offer(test::TestImageryHost::kStamp);
+        m_program.setVariable(u"SSL_CERT_FILE"_s, m_authority.certificate());
+        m_program.configure({{u"offline"_s, false},
+                             {u"products"_s, QJsonArray{u"171"_s}},
+                             {u"refreshMinutes"_s, 720},
+                             {u"imageryHost"_s, m_server.host()}});
+    }
+
+    void offer(const QString &stamp)
+    {
+        QFile clip(m_program.clipPath(u"171"_s));
+        EXPECT_TRUE(clip.open(QIODevice::ReadOnly));
+        m_host.offer(u"171"_s, stamp);
+        m_host.write(u"v/171/%1.mp4"_s.arg(stamp), clip.readAll());
+    }
+    void startAndSleepTwoNights(Kind kind) // it looks every twelve hours
+    {
+        m_program.start();
+        ASSERT_TRUE(becomes([this] { return hasNews(1); }));
+        offer(u"20261001T000000"_s);
+        sleepThroughTheNight(kind);
+        sleepThroughTheNight(kind);
+    }
+    [[nodiscard]] bool hasNews(int times)
+    {
+        return m_program.messages().filter(u"pass: checked, 1 clips moved"_s).size() == times;
+    }
+
+    test::TestImageryHost m_host{{u"171"_s}};
+    const test::TestAuthority m_authority;
+    const test::NginxServer m_server{m_authority.issue({u"localhost"_s}), m_host.folder()};
 };
 
-// A machine that was asleep looks for news with the next hour that it counts.
-TEST_P(SuspendOnline, LooksForNewsAfterwards)
+TEST_F(SuspendOnline, LooksForNewsAtOnceWhereItsOwnTimeWentOn)
 {
-    test::TestImageryHost host({u"171"_s});
-    host.setGenerated({});
-    QFile file(m_program.clipPath(u"171"_s));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray clip = file.readAll();
-    host.write(u"v/171/%1.mp4"_s.arg(test::TestImageryHost::kStamp), clip);
-    const test::TestAuthority authority;
-    const test::NginxServer server(authority.issue({u"localhost"_s}), host.folder());
-    m_program.setVariable(u"SSL_CERT_FILE"_s, authority.certificate());
-    m_program.configure({{u"offline"_s, false},
-                         {u"products"_s, QJsonArray{u"171"_s}},
-                         {u"refreshMinutes"_s, 720},
-                         {u"imageryHost"_s, server.host()}});
-    m_program.start();
-    const auto hasNews = [&](int times) {
-        return becomes([&] {
-            return m_program.messages().filter(u"pass: checked, 1 clips moved"_s).size() == times;
-        });
-    };
-    ASSERT_TRUE(hasNews(1));
-    const QString later = u"20261001T000000"_s;
-    host.offer(u"171"_s, later);
-    host.write(u"v/171/%1.mp4"_s.arg(later), clip);
-    sleepThroughTheNight(GetParam());
-    sleepThroughTheNight(GetParam()); // and another one: it looks every twelve hours
-    if (GetParam() == Kind::asleep)
-        m_time.skip(1h);
+    startAndSleepTwoNights(Kind::stopped);
+    EXPECT_TRUE(becomes([this] { return hasNews(2); }));
+    EXPECT_TRUE(becomes([this] { return seenOn(kMonitor).has_value(); }));
+}
+
+TEST_F(SuspendOnline, LooksForNewsSoonAfterLogindHasToldOfTheEnd)
+{
+    const test::PrivateBus bus;
+    test::StandInService logind(bus, test::kLogind);
+    m_program.setVariable(u"DBUS_SYSTEM_BUS_ADDRESS"_s, bus.address());
+    startAndSleepTwoNights(Kind::asleep);
+    EXPECT_FALSE(becomes([this] { return hasNews(2); }, 500ms)) << "nobody has told it yet";
+    logind.tell(u"/org/freedesktop/login1"_s, u"org.freedesktop.login1.Manager"_s,
+                u"PrepareForSleep"_s, {false});
+    // Some seconds are left to the network, a minute at most.
+    for (auto waited = 0s; waited < 60s && !hasNews(2); waited += 5s) {
+        m_time.skip(5s);
+        (void)becomes([this] { return hasNews(2); }, 500ms);
+    }
     EXPECT_TRUE(hasNews(2));
     EXPECT_TRUE(becomes([this] { return seenOn(kMonitor).has_value(); }));
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, SuspendOnline, testing::Values(Kind::asleep, Kind::stopped),
-                         [](const auto &row) {
-                             return row.param == Kind::asleep ? "Asleep" : "Stopped";
-                         });
+TEST_F(SuspendOnline, LooksForNewsWithTheNextHourThatItCountsWhereThereIsNoLogind)
+{
+    startAndSleepTwoNights(Kind::asleep);
+    m_time.skip(1h);
+    EXPECT_TRUE(becomes([this] { return hasNews(2); }));
+}
 
 } // namespace
 } // namespace corvella

@@ -33,6 +33,23 @@ protected:
             content.insert(name, bytesOf(QDir(m_program.home()).filePath(name)));
         return content;
     }
+    void putBack(const QMap<QString, QByteArray> &content) const
+    {
+        const QDir home(m_program.home());
+        for (const QString &name : m_program.content()) {
+            const QString path = home.filePath(name);
+            if (!content.contains(name) && !QFile::remove(path))
+                QDir(path).removeRecursively();
+        }
+        for (auto entry = content.begin(); entry != content.end(); ++entry) {
+            const QString path = home.filePath(entry.key());
+            if (bytesOf(path) == entry.value())
+                continue;
+            QFile file(path);
+            EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write(entry.value());
+        }
+    }
     [[nodiscard]] QByteArray words() const { return m_program.process().errors(); }
     std::optional<int> run(const QStringList &arguments)
     {
@@ -111,6 +128,7 @@ TEST_F(SystemCalls, ThatFailAtTheStartOfAWallLoseNothing)
             if (content() != before) {
                 EXPECT_EQ(run(command), 0);
                 EXPECT_TRUE(m_program.process().errorLines().contains(kPlaying));
+                putBack(before); // so that what one fault has done is not laid to the next
             }
             return !status                 ? "Qt ends it, and says why"
                 : lines == usual           ? "nothing shows"

@@ -371,21 +371,24 @@ TEST_F(Updates, LeaveOneWholeBuildWhicheverSystemCallFails)
         })) << "does not end: "
             << m_program.process().errors().toStdString();
     };
-    test::failEachCall(m_program, {test::repetitions("CORVELLA_UPDATE_FAULTS", 2)}, attempt,
-                       [&](const std::string &when) {
-                           const bool isUpdated = current() == 2;
-                           EXPECT_TRUE(isUpdated || !m_program.process().errors().isEmpty())
-                               << "not a word";
-                           expectOneWholeBuild(when);
-                           if (!isUpdated) {
-                               m_program.start();
-                               EXPECT_TRUE(starts(2)) << "the next start does not get through";
-                               end();
-                               expectOneWholeBuild("after " + when);
-                           }
-                           goBack();
-                           return isUpdated ? "updated" : "not updated, with a line";
-                       });
+    test::failEachCall(
+        m_program, {test::repetitions("CORVELLA_UPDATE_FAULTS", 2)}, attempt,
+        [&](const std::string &when) {
+            const bool isUpdated = current() == 2;
+            // Debian's shell takes a launcher that it cannot read for an empty one.
+            const bool isTheShells = when == "read EIO at call 1";
+            EXPECT_TRUE(isUpdated || isTheShells || !m_program.process().errors().isEmpty())
+                << "not a word";
+            expectOneWholeBuild(when);
+            if (!isUpdated) {
+                m_program.start();
+                EXPECT_TRUE(starts(2)) << "the next start does not get through";
+                end();
+                expectOneWholeBuild("after " + when);
+            }
+            goBack();
+            return isUpdated ? "updated" : "not updated, with a line";
+        });
 }
 
 } // namespace

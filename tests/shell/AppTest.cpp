@@ -83,6 +83,102 @@ TEST_F(AppTest, RefreshesTheImageryAtLaunchAndEveryHour)
     Cache::setReadOnly(false);
 }
 
+// An App with a calendar that the test sets: what its clock does not count, the machine has slept.
+class AppThatSlept : public AppTest
+{
+protected:
+    AppThatSlept()
+    {
+        Cache::setReadOnly(true); // each refresh says so, and asks nobody
+    }
+    ~AppThatSlept() override { Cache::setReadOnly(false); }
+    App::Surroundings surroundings() override
+    {
+        App::Surroundings surroundings = AppTest::surroundings();
+        surroundings.now = [this] { return m_now; };
+        return surroundings;
+    }
+    qsizetype refreshes()
+    {
+        return logged(QStringLiteral("offline or read-only, not refreshing the cache")).size();
+    }
+    bool hasRefreshed(int times)
+    {
+        return test::becomes([&] { return refreshes() == times; });
+    }
+    void stayAwake(std::chrono::seconds time)
+    {
+        m_clock.advance(time);
+        m_now = m_now.addSecs(time.count());
+        m_app->workQueue().advance();
+    }
+    void sleep(std::chrono::seconds time)
+    {
+        m_now = m_now.addSecs(time.count());
+        m_app->lookAfterSleep();
+    }
+
+    QDateTime m_now{QDate(2026, 10, 1), QTime(12, 0), Qt::UTC};
+};
+
+TEST_F(AppThatSlept, RefreshesAsSoonAsTheNetworkShouldBeThere)
+{
+    Settings::setOffline(false);
+    launch();
+    EXPECT_TRUE(hasRefreshed(1));
+    sleep(8h);
+    stayAwake(15s);
+    EXPECT_TRUE(hasRefreshed(2));
+    // From here the next hour counts.
+    stayAwake(3599s);
+    EXPECT_EQ(refreshes(), 2);
+    stayAwake(1s);
+    EXPECT_TRUE(hasRefreshed(3));
+    m_app.reset(); // awaits what is under way
+    EXPECT_EQ(refreshes(), 3);
+}
+
+TEST_F(AppThatSlept, RefreshesNoSooner)
+{
+    Settings::setOffline(false);
+    launch();
+    sleep(8h);
+    stayAwake(14s);
+    m_app.reset(); // awaits what is under way
+    EXPECT_EQ(refreshes(), 1);
+}
+
+TEST_F(AppThatSlept, RefreshesNoMoreOftenThanEveryHour)
+{
+    Settings::setOffline(false);
+    launch();
+    EXPECT_TRUE(hasRefreshed(1));
+    for (const std::chrono::seconds nap : {60s, 0s, 3494s}) {
+        sleep(nap);
+        stayAwake(15s); // 3599 seconds in all
+    }
+    EXPECT_EQ(refreshes(), 1);
+    sleep(1s);
+    stayAwake(15s);
+    EXPECT_TRUE(hasRefreshed(2));
+    // A clock that was put back by a year says nothing of how long it was.
+    m_now = m_now.addYears(-1);
+    sleep(1s);
+    stayAwake(15s);
+    EXPECT_TRUE(hasRefreshed(3));
+    m_app.reset();
+    EXPECT_EQ(refreshes(), 3);
+}
+
+TEST_F(AppThatSlept, StaysOffTheNetworkWhereItIsOffline)
+{
+    launch();
+    sleep(8h);
+    stayAwake(15s);
+    m_app.reset();
+    EXPECT_EQ(refreshes(), 0);
+}
+
 // An App and a desktop that shows pictures to nobody; without stills it says so at each update.
 class AppWithDesktop : public AppTest
 {

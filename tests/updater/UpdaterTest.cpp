@@ -97,6 +97,19 @@ TEST_F(UpdaterTest, InstallsByItsOwnTimerWithinTheQuietHours)
     EXPECT_TRUE(test::becomes([&] { return !m_installed.isEmpty(); }));
 }
 
+TEST_F(UpdaterTest, LooksAtTheClockWhenAMachineHasSlept)
+{
+    m_when = When::overnight;
+    m_updater.lookAfterSleep(); // nothing waits
+    EXPECT_TRUE(updateIsReady());
+    m_now = denver(6, 2, 59, 59);
+    m_updater.lookAfterSleep();
+    EXPECT_THAT(m_installed, IsEmpty());
+    m_now = denver(6, 4, 0);
+    m_updater.lookAfterSleep();
+    EXPECT_THAT(m_installed, ElementsAre(kVersion));
+}
+
 TEST_F(UpdaterTest, WaitsForTheNextNightWhereItMissedOne)
 {
     m_when = When::overnight;

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace corvella {
 
@@ -31,10 +32,14 @@ FileStamp stampFrom(const struct stat &status)
             .changedNs = sinceEpochNs(status.st_ctim)};
 }
 
+bool saysMissing(int error)
+{
+    return error == ENOENT || error == ENOTDIR;
+}
+
 BoundedRead failure(int error)
 {
-    const bool missing = error == ENOENT || error == ENOTDIR;
-    return {.status = missing ? ReadStatus::missing : ReadStatus::failed,
+    return {.status = saysMissing(error) ? ReadStatus::missing : ReadStatus::failed,
             .bytes = {},
             .stamp = {},
             .reason = qt_error_string(error)};
@@ -88,6 +93,11 @@ BoundedRead readBounded(const QString &path, qint64 limitBytes)
         result.reason = qt_error_string(EFBIG);
     }
     return result;
+}
+
+bool isMissing(const QString &path)
+{
+    return ::access(QFile::encodeName(path).constData(), F_OK) != 0 && saysMissing(errno);
 }
 
 FileStamp stampOf(const QString &path)

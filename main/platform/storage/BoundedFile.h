@@ -1,4 +1,5 @@
-// Reads a small file whole, never more of it than the caller can bear. Any thread; logs nothing.
+// Reads a small file whole, never more of it than the caller can bear, and tells whether there is
+// one. Any thread; logs nothing.
 #pragma once
 
 #include <QByteArray>
@@ -42,6 +43,10 @@ struct BoundedRead
 
 // Never waits on a pipe or device put in the file's place: only plain files are read.
 [[nodiscard]] BoundedRead readBounded(const QString &path, qint64 limitBytes);
+
+// Whether nothing is at path. What merely cannot be looked at just now is not missing: taken for
+// lost it would be replaced.
+[[nodiscard]] bool isMissing(const QString &path);
 
 // The stamp of the file at path now; one that equals no real file's when there is none.
 [[nodiscard]] FileStamp stampOf(const QString &path);

@@ -33,7 +33,7 @@ UpdaterController::UpdaterController(const Surroundings &surroundings, Delegate 
 {
     m_started.setSingleShot(true);
     connect(&m_started, &QTimer::timeout, this, &UpdaterController::confirmStart);
-    connect(&m_hourly, &QTimer::timeout, this, [this] { check(Asked::daily); });
+    connect(&m_hourly, &QTimer::timeout, this, &UpdaterController::checkIfDue);
 }
 
 UpdaterController::~UpdaterController()
@@ -78,7 +78,7 @@ void UpdaterController::confirmStart()
     m_installation.endTrial();
     m_background.start([installation = m_installation] { installation.clearUp(); });
     m_hourly.start(kBetweenLooks);
-    check(Asked::daily);
+    checkIfDue();
 }
 
 std::shared_ptr<UpdatePreparation> UpdaterController::newPreparation() const
@@ -89,6 +89,11 @@ std::shared_ptr<UpdatePreparation> UpdaterController::newPreparation() const
                                                            .channels = m_delegate.channels(),
                                                            .system = systemVersion(),
                                                            .now = m_now});
+}
+
+void UpdaterController::checkIfDue()
+{
+    check(Asked::daily);
 }
 
 void UpdaterController::checkInBackground()

@@ -45,6 +45,8 @@ public:
     // Checks when a check is due, from now on. What is found is downloaded and made ready without a
     // word.
     void start();
+    // Such a check now, when it is due.
+    void checkIfDue();
     // The same at once, due or not.
     void checkInBackground();
     // Somebody asks. What is found is offered() first. The signals tell how it goes.

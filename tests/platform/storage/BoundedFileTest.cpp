@@ -58,6 +58,17 @@ TEST_F(BoundedFileTest, CallsAFileMissingThatHasNoFolder)
     EXPECT_EQ(stampOf(m_path + QStringLiteral("/below")), FileStamp());
 }
 
+TEST_F(BoundedFileTest, CallsMissingOnlyWhatIsKnownToBeGone)
+{
+    EXPECT_TRUE(isMissing(m_path));
+    m_home.write(m_path, "a file");
+    EXPECT_FALSE(isMissing(m_path));
+    EXPECT_TRUE(isMissing(m_path + QStringLiteral("/below")));
+    const QString circle = m_home.path(QStringLiteral("circle"));
+    ASSERT_TRUE(QFile::link(circle, circle));
+    EXPECT_FALSE(isMissing(circle)) << "what is there cannot be looked at";
+}
+
 TEST_F(BoundedFileTest, CallsADirectoryUnreadable)
 {
     ASSERT_TRUE(QDir().mkpath(m_path));

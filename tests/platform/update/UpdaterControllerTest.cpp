@@ -587,6 +587,25 @@ TEST_F(UpdaterControllerTest, SaysWhyThisCopyCannotUpdateItselfAndAsksNobody)
     EXPECT_FALSE(QFile::exists(m_copy.path(u".update"_s)));
 }
 
+TEST_F(UpdaterControllerTest, ChecksOnceADayHoweverOftenItIsAskedToWhereItIsDue)
+{
+    serve();
+    announce({addBuild()});
+    const auto feeds = [this] { return m_server->takeRequests().count(u"GET /appcast.xml 200"_s); };
+    controller().checkIfDue();
+    ASSERT_TRUE(becomes([this] { return !m_ready.isEmpty(); }));
+    EXPECT_EQ(feeds(), 1);
+    const Heard offered(&controller(), &UpdaterController::offered);
+    controller().checkIfDue();
+    controller().checkForUpdates(); // follows it, and asks in any case
+    ASSERT_TRUE(becomes([&] { return !offered.isEmpty(); }));
+    EXPECT_EQ(feeds(), 1);
+    m_now = m_now.addDays(1);
+    controller().checkIfDue();
+    ASSERT_TRUE(becomes([this] { return m_ready.size() == 2; }));
+    EXPECT_EQ(feeds(), 1);
+}
+
 TEST_F(UpdaterControllerTest, AsksNobodyWhereItsOwnerDoesNotWantThat)
 {
     serve();
