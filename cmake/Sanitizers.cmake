@@ -14,6 +14,11 @@ if(CORVELLA_SANITIZE)
     # program's is known to the module.
     set(CMAKE_ENABLE_EXPORTS ON)
 endif()
+if(CORVELLA_SANITIZE STREQUAL thread)
+    add_library(corvella_clone OBJECT ${CMAKE_CURRENT_LIST_DIR}/CloneForThreadSanitizer.cpp)
+    set_target_properties(corvella_clone PROPERTIES AUTOMOC OFF)
+    link_libraries($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:corvella_clone>>)
+endif()
 
 # Coverage for libFuzzer, which the fuzz targets link.
 if(CORVELLA_FUZZ)
