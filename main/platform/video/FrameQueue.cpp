@@ -12,8 +12,7 @@ FrameQueue::FrameQueue(const QString &path, QSize bounds, Events events)
     try {
         m_thread = std::thread([this, path] { run(path); });
     } catch (const std::system_error &error) {
-        m_events.failed(QStringLiteral("there is no thread for it: ")
-                        + QString::fromLocal8Bit(error.what()));
+        fail(QStringLiteral("there is no thread for it: ") + QString::fromLocal8Bit(error.what()));
     }
 }
 
@@ -77,13 +76,25 @@ QSize FrameQueue::bounds()
     return m_bounds;
 }
 
+QString FrameQueue::whyFailed()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_whyFailed;
+}
+
+QString FrameQueue::whyBrokenOff()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_whyBrokenOff;
+}
+
 void FrameQueue::run(const QString &path)
 {
     pthread_setname_np(pthread_self(), "clip-reader");
     const ClipSource::Opened opened = ClipSource::open(path, m_stop.get_token());
     if (const auto *error = std::get_if<ClipError>(&opened)) {
         if (!m_stop.stop_requested())
-            m_events.failed(error->text);
+            fail(error->text);
         return;
     }
     ClipSource &clip = *std::get<std::unique_ptr<ClipSource>>(opened);
@@ -101,10 +112,10 @@ void FrameQueue::decode(ClipSource &clip)
         if (m_stop.stop_requested())
             return;
         if (const auto *error = std::get_if<ClipError>(&next))
-            return m_events.failed(error->text);
+            return fail(error->text);
         auto &frame = std::get<VideoFrame>(next);
         if (!frame.brokenOff.isEmpty() && !std::exchange(saidBrokenOff, true))
-            m_events.brokenOff(frame.brokenOff);
+            breakOff(frame.brokenOff);
         push(std::move(frame));
     }
 }
@@ -139,6 +150,24 @@ void FrameQueue::push(VideoFrame frame)
     }
     if (wasStarved)
         m_events.frameArrived();
+}
+
+void FrameQueue::fail(const QString &reason)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_whyFailed = reason;
+    }
+    m_events.failed();
+}
+
+void FrameQueue::breakOff(const QString &reason)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_whyBrokenOff = reason;
+    }
+    m_events.brokenOff();
 }
 
 } // namespace corvella

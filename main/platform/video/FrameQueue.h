@@ -29,10 +29,11 @@ public:
         // The first frame arrived, or one after take() or front() found none. On the decoding
         // thread.
         std::function<void()> frameArrived;
-        // The clip cannot be played (any more), or breaks off early (once). On the decoding thread,
-        // or from the constructor where there is none.
-        std::function<void(const QString &reason)> failed;
-        std::function<void(const QString &reason)> brokenOff;
+        // The clip cannot be played (any more), or breaks off early (once); whyFailed() and
+        // whyBrokenOff() tell why. On the decoding thread, or from the constructor where there is
+        // none.
+        std::function<void()> failed;
+        std::function<void()> brokenOff;
     };
 
     FrameQueue(const QString &path, QSize bounds, Events events);
@@ -60,6 +61,9 @@ public:
     // The clip's length as its file announces it; 0 while it is not open or where the file does not
     // say.
     [[nodiscard]] MediaTime announcedLength() const { return m_announcedLength.load(); }
+    // Empty before the event of that name.
+    [[nodiscard]] QString whyFailed();
+    [[nodiscard]] QString whyBrokenOff();
 
 private:
     void run(const QString &path);
@@ -69,6 +73,8 @@ private:
     bool waitForRoom();
     // Makes the frame visible to take(), unless restart() has thrown its lap away meanwhile.
     void push(VideoFrame frame);
+    void fail(const QString &reason);
+    void breakOff(const QString &reason);
     [[nodiscard]] QSize bounds();
     bool consumeRestart();
 
@@ -80,6 +86,8 @@ private:
     std::condition_variable m_changed;
     std::deque<VideoFrame> m_ready; // guarded by m_mutex
     QSize m_bounds;                 // guarded by m_mutex
+    QString m_whyFailed;            // guarded by m_mutex
+    QString m_whyBrokenOff;         // guarded by m_mutex
     bool m_restart = false;         // guarded by m_mutex
     bool m_goesOnAfterLap = true;   // guarded by m_mutex
     bool m_betweenLaps = false;     // guarded by m_mutex: the next frame is the first of a lap

@@ -26,18 +26,13 @@ VideoPlayer::VideoPlayer(const QString &path, QSize bounds, const MediaClock &cl
 
     // Events come from the decoding thread and are queued to this object; what is queued for an
     // object that has gone is dropped by Qt.
+    const auto queued = [this](void (VideoPlayer::*slot)()) {
+        return [this, slot] { QMetaObject::invokeMethod(this, slot, Qt::QueuedConnection); };
+    };
     FrameQueue::Events events;
-    events.frameArrived = [this] {
-        QMetaObject::invokeMethod(this, &VideoPlayer::frameArrived, Qt::QueuedConnection);
-    };
-    events.failed = [this](const QString &reason) {
-        QMetaObject::invokeMethod(
-            this, [this, reason] { Q_EMIT failed(reason); }, Qt::QueuedConnection);
-    };
-    events.brokenOff = [this](const QString &reason) {
-        QMetaObject::invokeMethod(
-            this, [this, reason] { Q_EMIT brokenOff(reason); }, Qt::QueuedConnection);
-    };
+    events.frameArrived = queued(&VideoPlayer::frameArrived);
+    events.failed = queued(&VideoPlayer::clipFailed);
+    events.brokenOff = queued(&VideoPlayer::clipBrokeOff);
     m_queue = std::make_unique<FrameQueue>(path, bounds, std::move(events));
 }
 
@@ -119,6 +114,18 @@ void VideoPlayer::frameArrived()
     if (!m_playing && m_frame.picture.isNull() && takeFrame())
         Q_EMIT frameDue();
     advance();
+}
+
+void VideoPlayer::clipFailed()
+{
+    if (m_queue)
+        Q_EMIT failed(m_queue->whyFailed());
+}
+
+void VideoPlayer::clipBrokeOff()
+{
+    if (m_queue)
+        Q_EMIT brokenOff(m_queue->whyBrokenOff());
 }
 
 bool VideoPlayer::bringUpDueFrames()

@@ -68,6 +68,8 @@ Q_SIGNALS:
 
 private:
     void frameArrived();
+    void clipFailed();
+    void clipBrokeOff();
     // Takes every picture that is due and arms the timer for the next. True when picture() changed.
     bool bringUpDueFrames();
     // True when the lap is not over yet, or was continued by a listener of playedToEnd.
