@@ -6,16 +6,15 @@ option(CORVELLA_QUICK_BUILD "Precompile headers, and compile several sources at 
 function(corvella_precompiled_headers name)
     file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp CONTENT "")
     add_library(${name} OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
-    set_target_properties(${name} PROPERTIES AUTOMOC OFF)
     target_precompile_headers(${name} PRIVATE ${ARGN})
 endfunction()
 
-# Several sources at a time are one to the compiler: what is unnamed in one of them is known in the next, too.
-function(corvella_compile_together target)
+# As many sources as `batch` says are one to the compiler: what is unnamed in one of them is known in the next, too.
+function(corvella_compile_together target batch)
     if(NOT CORVELLA_QUICK_BUILD)
         return()
     endif()
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${batch})
     # GCC takes them for headers, in which types of unnamed namespaces are a fault.
     target_compile_options(${target} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
 endfunction()

@@ -14,7 +14,7 @@ namespace corvella {
 namespace {
 
 constexpr int kColumnSpacing = 8; // points
-constexpr int kRowSpacing = 6;
+constexpr int kGridRowSpacing = 6;
 constexpr int kSymbol = 14;
 constexpr int kFirstOfAll = 1000; // stretch, beside a 1
 
@@ -37,7 +37,7 @@ ScreensGrid::ScreensGrid()
 {
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setHorizontalSpacing(kColumnSpacing);
-    m_grid->setVerticalSpacing(kRowSpacing);
+    m_grid->setVerticalSpacing(kGridRowSpacing);
     // All that a name can use is its own; the rest stays empty, behind the row.
     m_grid->setColumnStretch(0, kFirstOfAll);
     m_grid->setColumnStretch(3, 1);

@@ -18,9 +18,9 @@ namespace corvella {
 namespace {
 
 constexpr double kCornerRadius = 6;
-constexpr int kTextMargin = 16; // points, on either side of a label
-constexpr int kTextPadding = 6; // above and below it
-constexpr double kRing = 1.5;   // around the segment that has the keys
+constexpr int kLabelMargin = 16; // points, on either side of a label
+constexpr int kTextPadding = 6;  // above and below it
+constexpr double kRing = 1.5;    // around the segment that has the keys
 constexpr double kRingInset = 3;
 
 // A radio button to keyboards and screen readers; what it looks like is the control's.
@@ -37,7 +37,7 @@ public:
     [[nodiscard]] QSize sizeHint() const override
     {
         const QSize text = fontMetrics().size(Qt::TextShowMnemonic, this->text());
-        return text + QSize(2 * kTextMargin, 2 * kTextPadding);
+        return text + QSize(2 * kLabelMargin, 2 * kTextPadding);
     }
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 

@@ -12,7 +12,7 @@ namespace corvella {
 
 namespace {
 
-constexpr int kArrow = 8; // points
+constexpr int kStepperArrow = 8; // points
 
 } // namespace
 
@@ -60,7 +60,7 @@ void Stepper::paintEvent(QPaintEvent * /*event*/)
         if (isPressed)
             painter.fillRect(half.adjusted(1, 1, -1, -1), separatorColour(palette()));
         QStyleOption option = spin;
-        option.rect = QRect(0, 0, kArrow, kArrow);
+        option.rect = QRect(0, 0, kStepperArrow, kStepperArrow);
         option.rect.moveCenter(half.center());
         option.state.setFlag(QStyle::State_Enabled, isEnabled() && stepEnabled() & flag);
         option.palette.setCurrentColorGroup(

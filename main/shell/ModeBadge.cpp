@@ -8,7 +8,7 @@ namespace corvella {
 
 namespace {
 
-constexpr double kMargin = 6;       // points around the disc
+constexpr double kDiscMargin = 6;   // points around the disc
 constexpr double kGlyphSize = 0.32; // of the badge's width
 
 } // namespace
@@ -32,7 +32,7 @@ bool ModeBadge::hitTest(QPointF /*point*/) const
 
 void ModeBadge::draw(QPainter &painter, double side) const
 {
-    drawDisc(painter, side, kMargin);
+    drawDisc(painter, side, kDiscMargin);
     if (m_glyph) {
         painter.translate(side / 2, side / 2);
         painter.fillPath(*m_glyph, Qt::white);

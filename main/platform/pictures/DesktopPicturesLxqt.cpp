@@ -11,7 +11,7 @@ namespace corvella {
 
 namespace {
 
-const QString kDesktop = idOf(PictureDesktop::lxqt);
+const QString kLxqt = idOf(PictureDesktop::lxqt);
 const QString kWallpaper = QStringLiteral("Wallpaper");
 const QString kNoPicture = QStringLiteral("none"); // a mode
 
@@ -38,11 +38,10 @@ public:
 
     Present present(const QList<PictureScreen> &screens, const QStringList &known) override
     {
-        if (firstStateOf(kDesktop, known))
+        if (firstStateOf(kLxqt, known))
             return {QStringList(screens.size()), {}};
-        return {
-            QStringList(screens.size(), stateText(kDesktop, {{kWallpaper, written().wallpaper}})),
-            {}};
+        return {QStringList(screens.size(), stateText(kLxqt, {{kWallpaper, written().wallpaper}})),
+                {}};
     }
 
     QList<Failure> show(const QList<PictureScreen> &screens,
@@ -62,7 +61,7 @@ public:
 
     void putBack(const QList<PictureScreen> &screens, const QStringList &texts) override
     {
-        if (const std::optional<QJsonObject> state = firstStateOf(kDesktop, texts)) {
+        if (const std::optional<QJsonObject> state = firstStateOf(kLxqt, texts)) {
             if (written().mode == kNoPicture)
                 showNone(screens);
             else

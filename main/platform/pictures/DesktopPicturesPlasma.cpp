@@ -13,7 +13,7 @@ namespace corvella {
 
 namespace {
 
-const QString kDesktop = idOf(PictureDesktop::plasma);
+const QString kPlasma = idOf(PictureDesktop::plasma);
 
 // What each desktop of the present activity has, by its place, which is the one thing that Plasma
 // and we call the same. Old JavaScript, as Plasma 5 and 6 have it. A key that is not there is null.
@@ -106,7 +106,7 @@ public:
         for (const PictureScreen &screen : screens) {
             const QJsonObject state = desktopOn(screen, desktops.printed);
             const bool isNew = !state.isEmpty() && !isKnown(state, known);
-            present.texts << (isNew ? stateText(kDesktop, state) : QString());
+            present.texts << (isNew ? stateText(kPlasma, state) : QString());
         }
         return present;
     }
@@ -136,7 +136,7 @@ public:
         const ScriptAnswer desktops = look();
         QJsonArray wanted;
         for (qsizetype i = 0; i < texts.size(); ++i) {
-            if (const std::optional<QJsonObject> state = stateOf(kDesktop, texts[i])) {
+            if (const std::optional<QJsonObject> state = stateOf(kPlasma, texts[i])) {
                 wanted << *state;
             } else if (const auto file = fileOfUrl(texts[i]); file && i < screens.size()) {
                 if (const QJsonObject desktop = desktopOn(screens[i], desktops.printed);
@@ -151,7 +151,7 @@ private:
     static bool isKnown(const QJsonObject &state, const QStringList &known)
     {
         return std::any_of(known.begin(), known.end(), [&](const QString &text) {
-            const std::optional<QJsonObject> other = stateOf(kDesktop, text);
+            const std::optional<QJsonObject> other = stateOf(kPlasma, text);
             return other && (*other)[u"id"] == state[u"id"];
         });
     }

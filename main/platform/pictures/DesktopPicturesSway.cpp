@@ -12,7 +12,7 @@ namespace corvella {
 
 namespace {
 
-const QString kDesktop = idOf(PictureDesktop::sway);
+const QString kSway = idOf(PictureDesktop::sway);
 const QString kOutput = QStringLiteral("output");
 const QString kBackground = QStringLiteral("background");
 
@@ -50,7 +50,7 @@ public:
                 all.value(screen.name, all.value(QStringLiteral("*"), kBare));
             const QJsonObject state{{kOutput, screen.name},
                                     {kBackground, QJsonArray::fromStringList(background)}};
-            present.texts << stateText(kDesktop, state);
+            present.texts << stateText(kSway, state);
         }
         return present;
     }
@@ -69,7 +69,7 @@ public:
     {
         SwayConnection sway;
         for (qsizetype i = 0; i < texts.size(); ++i) {
-            if (const std::optional<QJsonObject> state = stateOf(kDesktop, texts[i])) {
+            if (const std::optional<QJsonObject> state = stateOf(kSway, texts[i])) {
                 SwayBackground background;
                 for (const auto &word : (*state)[kBackground].toArray())
                     background << word.toString();
@@ -84,7 +84,7 @@ private:
     static bool isKnown(const QString &output, const QStringList &known)
     {
         return std::any_of(known.begin(), known.end(), [&](const QString &text) {
-            const std::optional<QJsonObject> state = stateOf(kDesktop, text);
+            const std::optional<QJsonObject> state = stateOf(kSway, text);
             return state && (*state)[kOutput] == output;
         });
     }

@@ -14,7 +14,7 @@ namespace corvella {
 
 namespace {
 
-const QString kDesktop = idOf(PictureDesktop::x11);
+const QString kX11 = idOf(PictureDesktop::x11);
 const QString kPicture = QStringLiteral("picture");
 const QString kColour = QStringLiteral("colour");
 
@@ -31,7 +31,7 @@ public:
 
     Present present(const QList<PictureScreen> &screens, const QStringList &known) override
     {
-        if (firstStateOf(kDesktop, known))
+        if (firstStateOf(kX11, known))
             return {QStringList(screens.size()), {}};
         const x11::RootPixmap root;
         if (!root.isUsable())
@@ -45,7 +45,7 @@ public:
         } else {
             state[kColour] = root.colour().name();
         }
-        return {QStringList(screens.size(), stateText(kDesktop, state)), {}};
+        return {QStringList(screens.size(), stateText(kX11, state)), {}};
     }
 
     QList<Failure> show(const QList<PictureScreen> &screens,
@@ -70,7 +70,7 @@ public:
 
     void putBack(const QList<PictureScreen> &screens, const QStringList &texts) override
     {
-        if (const std::optional<QJsonObject> state = firstStateOf(kDesktop, texts))
+        if (const std::optional<QJsonObject> state = firstStateOf(kX11, texts))
             return putBack(*state);
         QList<std::optional<QString>> files(screens.size());
         for (qsizetype i = 0; i < std::min(screens.size(), texts.size()); ++i)

@@ -15,8 +15,8 @@ namespace corvella {
 
 namespace {
 
-const QString kDesktop = idOf(PictureDesktop::xfce);
-const QString kService = QStringLiteral("org.xfce.Xfconf");
+const QString kXfce = idOf(PictureDesktop::xfce);
+const QString kXfconf = QStringLiteral("org.xfce.Xfconf");
 const QString kChannel = QStringLiteral("xfce4-desktop");
 
 QVariant unwrapped(const QVariant &value)
@@ -74,7 +74,7 @@ QVariant untyped(const QJsonObject &typed)
 
 ServiceAnswer call(const char *method, const QVariantList &arguments)
 {
-    return ask(serviceCall(kService, QStringLiteral("/org/xfce/Xfconf"), kService,
+    return ask(serviceCall(kXfconf, QStringLiteral("/org/xfce/Xfconf"), kXfconf,
                            QString::fromLatin1(method), arguments));
 }
 
@@ -145,11 +145,11 @@ public:
             }
             // A workspace can be new where the monitor is not.
             for (const QString &text : known) {
-                const QJsonObject before = stateOf(kDesktop, text).value_or(QJsonObject());
+                const QJsonObject before = stateOf(kXfce, text).value_or(QJsonObject());
                 for (const QString &property : before.keys())
                     state.remove(property);
             }
-            present.texts << (state.isEmpty() ? QString() : stateText(kDesktop, state));
+            present.texts << (state.isEmpty() ? QString() : stateText(kXfce, state));
         }
         return present;
     }
@@ -173,7 +173,7 @@ public:
         if (read(backdrops))
             return;
         for (qsizetype i = 0; i < texts.size(); ++i) {
-            if (const std::optional<QJsonObject> state = stateOf(kDesktop, texts[i]))
+            if (const std::optional<QJsonObject> state = stateOf(kXfce, texts[i]))
                 (void)apply(*state, backdrops);
             else if (const auto file = fileOfUrl(texts[i]); file && i < screens.size())
                 (void)show(backdropsOf(screens[i], backdrops), *file, backdrops);

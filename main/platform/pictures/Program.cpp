@@ -7,7 +7,7 @@ namespace corvella {
 
 namespace {
 
-constexpr int kPatience = 3000; // milliseconds, until it has ended
+constexpr int kProgramPatience = 3000; // milliseconds, until it has ended
 
 QString lastLine(const QByteArray &text)
 {
@@ -26,7 +26,7 @@ ProgramAnswer runProgram(const QString &program, const QStringList &arguments,
     process.closeWriteChannel();
     if (!process.waitForStarted())
         return {{}, name + QStringLiteral(" does not start: ") + process.errorString()};
-    if (!process.waitForFinished(kPatience)) {
+    if (!process.waitForFinished(kProgramPatience)) {
         process.kill();
         process.waitForFinished();
         return {{}, name + QStringLiteral(" does not answer")};

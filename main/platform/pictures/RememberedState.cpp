@@ -7,23 +7,23 @@ namespace corvella {
 
 namespace {
 
-const QString kDesktop = QStringLiteral("desktop");
+const QString kDesktopKey = QStringLiteral("desktop");
 
 } // namespace
 
 QString stateText(const QString &desktop, QJsonObject state)
 {
-    state[kDesktop] = desktop;
+    state[kDesktopKey] = desktop;
     return QString::fromUtf8(QJsonDocument(state).toJson(QJsonDocument::Compact));
 }
 
 std::optional<QJsonObject> stateOf(const QString &desktop, const QString &text)
 {
     const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
-    if (!document.isObject() || document[kDesktop] != desktop)
+    if (!document.isObject() || document[kDesktopKey] != desktop)
         return std::nullopt;
     QJsonObject state = document.object();
-    state.remove(kDesktop);
+    state.remove(kDesktopKey);
     return state;
 }
 

@@ -7,7 +7,7 @@ namespace corvella {
 
 namespace {
 
-constexpr int kPatience = 2000; // milliseconds, with one call
+constexpr int kCallPatience = 2000; // milliseconds, with one call
 
 QString failureOf(const QDBusMessage &call, const QDBusMessage &answer)
 {
@@ -41,7 +41,7 @@ ServiceAnswer ask(const QDBusMessage &call)
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return {{}, QStringLiteral("there is no session bus")};
-    const QDBusMessage answer = bus.call(call, QDBus::Block, kPatience);
+    const QDBusMessage answer = bus.call(call, QDBus::Block, kCallPatience);
     if (answer.type() != QDBusMessage::ReplyMessage)
         return {{}, failureOf(call, answer)};
     return {answer.arguments(), {}};

@@ -15,7 +15,7 @@ namespace corvella {
 
 namespace {
 
-constexpr timeval kPatience = {.tv_sec = 2, .tv_usec = 0};
+constexpr timeval kSwayPatience = {.tv_sec = 2, .tv_usec = 0};
 constexpr char kMagic[] = {'i', '3', '-', 'i', 'p', 'c'};
 // Then two numbers in the machine's own byte order: the size of what follows, and what it is.
 constexpr quint32 kRunCommand = 0;
@@ -50,7 +50,7 @@ SwayConnection::SwayConnection()
     std::copy(path.begin(), path.end(), name.sun_path);
     FileDescriptor connection(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     for (const int direction : {SO_RCVTIMEO, SO_SNDTIMEO})
-        ::setsockopt(connection.get(), SOL_SOCKET, direction, &kPatience, sizeof kPatience);
+        ::setsockopt(connection.get(), SOL_SOCKET, direction, &kSwayPatience, sizeof kSwayPatience);
     if (::connect(connection.get(), reinterpret_cast<const sockaddr *>(&name), sizeof name) == 0)
         m_socket = std::move(connection);
 }

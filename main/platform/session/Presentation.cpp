@@ -10,7 +10,7 @@ namespace corvella {
 
 namespace {
 
-const QString kProgram = QStringLiteral("space.tarrow.corvella");
+const QString kPresenter = QStringLiteral("space.tarrow.corvella");
 const QString kReason = QStringLiteral("A kiosk shows the Sun");
 
 // The keys and switches of the machine, and what its menus and timers do. Not the reboot key by
@@ -40,7 +40,7 @@ DBusInhibition::Service sessionManager()
             QStringLiteral("org.gnome.SessionManager"),
             QStringLiteral("/org/gnome/SessionManager"),
             QStringLiteral("org.gnome.SessionManager"),
-            {kProgram, kNoWindow, kReason, kLogOut | kSwitchUser | kSuspend},
+            {kPresenter, kNoWindow, kReason, kLogOut | kSwitchUser | kSuspend},
             QStringLiteral("Uninhibit")};
 }
 
@@ -52,7 +52,7 @@ DBusInhibition::Service notifications()
             QStringLiteral("org.freedesktop.Notifications"),
             QStringLiteral("/org/freedesktop/Notifications"),
             QStringLiteral("org.freedesktop.Notifications"),
-            {kProgram, kReason, QVariantMap()},
+            {kPresenter, kReason, QVariantMap()},
             QStringLiteral("UnInhibit")};
 }
 

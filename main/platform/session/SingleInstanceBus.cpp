@@ -15,7 +15,7 @@ using Outcome = SingleInstance::Outcome;
 const QString kPath = QStringLiteral("/space/tarrow/corvella");
 constexpr const char *kInterface = "org.freedesktop.Application";
 // For the bus, and for the one that runs.
-constexpr int kPatienceMs = 2000;
+constexpr int kBusPatienceMs = 2000;
 constexpr uint kDoNotQueue = 4;   // asked of the bus
 constexpr uint kPrimaryOwner = 1; // what it answers
 constexpr uint kAlreadyOwner = 4;
@@ -71,7 +71,7 @@ private:
     {
         QDBusMessage request = busMethod(QStringLiteral("RequestName"));
         request.setArguments({m_name, kDoNotQueue});
-        return m_bus.call(request, QDBus::Block, kPatienceMs);
+        return m_bus.call(request, QDBus::Block, kBusPatienceMs);
     }
 
     // None where nobody has the name any more.
@@ -84,7 +84,7 @@ private:
             word.isEmpty() ? QVariantList{ApplicationOnBus::platformData()}
                            : QVariantList{word, QVariantList(), ApplicationOnBus::platformData()});
         message.setAutoStartService(false);
-        const QDBusMessage answer = m_bus.call(message, QDBus::Block, kPatienceMs);
+        const QDBusMessage answer = m_bus.call(message, QDBus::Block, kBusPatienceMs);
         if (answer.type() == QDBusMessage::ReplyMessage)
             return Outcome::handedOver;
         const bool isGone = QDBusError(answer).type() == QDBusError::ServiceUnknown

@@ -19,7 +19,7 @@ namespace {
 
 using Outcome = SingleInstance::Outcome;
 
-constexpr int kPatienceMs = 2000;
+constexpr int kAnswerPatienceMs = 2000;
 constexpr size_t kLongestWord = 64;
 constexpr char kTaken = '+'; // the answer
 
@@ -88,7 +88,7 @@ private:
             && ::sendto(socket.get(), bytes.constData(), static_cast<size_t>(bytes.size()), 0,
                         first.generic(), first.size)
                 >= 0
-            && ::poll(&answered, 1, kPatienceMs) == 1;
+            && ::poll(&answered, 1, kAnswerPatienceMs) == 1;
         return isTaken ? Outcome::handedOver : Outcome::silent;
     }
 

@@ -48,7 +48,7 @@ Result fromFile(const FileResult &result)
     return fault(noSpace ? UpdateFault::noSpace : UpdateFault::cannotWrite, result.reason);
 }
 
-Result lastError()
+Result lastSystemError()
 {
     return fromFile(FileResult::fromErrno(errno));
 }
@@ -184,7 +184,7 @@ Result UpdatePreparation::takeWorkFolder(std::optional<FileLock> &lock) const
         return {};
     return errno == EWOULDBLOCK
         ? fault(UpdateFault::busy, QStringLiteral("another process is updating"))
-        : lastError();
+        : lastSystemError();
 }
 
 Result UpdatePreparation::fetchFeed(QByteArray &bytes)
@@ -259,7 +259,7 @@ Result UpdatePreparation::prepare(const AppcastItem &item, const Progress &progr
     const FileDescriptor part(::open(QFile::encodeName(path).constData(),
                                      O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     if (!part.isOpen())
-        return lastError();
+        return lastSystemError();
     Result result = download(item, part, progress);
     if (isOk(result))
         result = unpackAndProve(item, part);
@@ -302,7 +302,7 @@ Result UpdatePreparation::download(const AppcastItem &item, const FileDescriptor
     if (size > item.length && ::ftruncate(part.get(), 0) == 0)
         size = 0;
     if (size < 0 || ::lseek(part.get(), size, SEEK_SET) < 0)
-        return lastError();
+        return lastSystemError();
     if (size == item.length) {
         progress(size, item.length);
         return {};
@@ -315,7 +315,7 @@ Result UpdatePreparation::download(const AppcastItem &item, const FileDescriptor
                 taken = fault(UpdateFault::bundleNotTrusted,
                               item.url + QStringLiteral(": longer than the feed says"));
             else if (!writeAll(part, bytes, count))
-                taken = lastError();
+                taken = lastSystemError();
             if (!isOk(taken))
                 return false;
             size += qint64(count);
@@ -347,7 +347,7 @@ Result UpdatePreparation::unpackVerified(const AppcastItem &item, const FileDesc
     {
         const Mapping mapping(part, size_t(item.length));
         if (!mapping.isMapped())
-            return lastError();
+            return lastSystemError();
         if (sizeOf(part) != item.length || !m_setup.key.verifies(item.signature, mapping.bytes()))
             return fault(UpdateFault::bundleNotTrusted,
                          item.url + QStringLiteral(": its signature is not ours"));
@@ -355,7 +355,7 @@ Result UpdatePreparation::unpackVerified(const AppcastItem &item, const FileDesc
     const QString staging = m_setup.installation.stagingFolderOf(item.build);
     QDir(staging).removeRecursively();
     if (::mkdir(QFile::encodeName(staging).constData(), 0755) != 0)
-        return lastError();
+        return lastSystemError();
     return fromUnpacking(unpackBundle(part, staging, m_cancelled));
 }
 
