@@ -9,12 +9,12 @@ function(corvella_precompiled_headers name)
     target_precompile_headers(${name} PRIVATE ${ARGN})
 endfunction()
 
-# As many sources as `batch` says are one to the compiler: what is unnamed in one of them is known in the next, too.
-function(corvella_compile_together target batch)
+# Several sources at a time are one to the compiler: what is unnamed in one of them is known in the next, too.
+function(corvella_compile_together target)
     if(NOT CORVELLA_QUICK_BUILD)
         return()
     endif()
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${batch})
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     # GCC takes them for headers, in which types of unnamed namespaces are a fault.
     target_compile_options(${target} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
 endfunction()

@@ -16,7 +16,7 @@ function(corvella_module name)
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/main)
     target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE corvella_warnings ${ARG_PRIVATE_LINKS})
     corvella_share_headers(${name} corvella_headers)
-    corvella_compile_together(${name} 12)
+    corvella_compile_together(${name})
 endfunction()
 
 # Declares a program of the listed sources.

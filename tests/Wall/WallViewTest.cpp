@@ -105,30 +105,30 @@ protected:
     std::vector<std::unique_ptr<WallView>> m_views;
 };
 
-const QString kA = QStringLiteral("171");
-const QString kB = QStringLiteral("193");
-const QString kC = QStringLiteral("304");
+const QString kProductA = QStringLiteral("171");
+const QString kProductB = QStringLiteral("193");
+const QString kProductC = QStringLiteral("304");
 const QString kWaiting = QStringLiteral("nothing to play here yet; looking again in 5 s");
 
 TEST_F(WallViewTest, PlaysAtOnce)
 {
-    m_home.stock({kA});
+    m_home.stock({kProductA});
     view();
-    EXPECT_EQ(played(), QStringList{kA});
+    EXPECT_EQ(played(), QStringList{kProductA});
 }
 
 TEST_F(WallViewTest, ThreeClipsRunFirstThirdFirstThird)
 {
-    m_home.stock({kA, kB, kC});
+    m_home.stock({kProductA, kProductB, kProductC});
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 4; }));
     // Each end moves the search two places on; past the end the list is read again.
-    EXPECT_EQ(played(), (QStringList{kA, kC, kA, kC}));
+    EXPECT_EQ(played(), (QStringList{kProductA, kProductC, kProductA, kProductC}));
 }
 
 TEST_F(WallViewTest, EachClipPlaysAsOftenAsItIsSetTo)
 {
-    m_home.stock({kA, kB});
+    m_home.stock({kProductA, kProductB});
     Settings::setLoops(3);
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
@@ -145,7 +145,7 @@ TEST_F(WallViewTest, EachClipPlaysAsOftenAsItIsSetTo)
 
 TEST_F(WallViewTest, WithOneLoopEveryEndIsANewChoice)
 {
-    m_home.stock({kA});
+    m_home.stock({kProductA});
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
     EXPECT_EQ(count(QStringLiteral("clip ended (loops done 1 of 1)")), 2);
@@ -154,7 +154,7 @@ TEST_F(WallViewTest, WithOneLoopEveryEndIsANewChoice)
 // On a real clock, because it is the rate that counts here.
 TEST_F(WallViewTest, AClipTakesTwiceItsLength)
 {
-    m_home.stock({kA});
+    m_home.stock({kProductA});
     const SteadyMediaClock clock;
     const WallView wall(QRectF(0, 0, 192, 108), {}, 1, std::nullopt, {RendererKind::raster, clock});
     const auto ended = [&] { return count(QStringLiteral("clip ended (loops done 1 of 1)")); };
@@ -169,11 +169,12 @@ TEST_F(WallViewTest, AClipTakesTwiceItsLength)
 
 TEST_F(WallViewTest, TheUsersOrderRulesNotTheCaches)
 {
-    m_home.stock({kA, kB, kC});
-    view({kC, kA});
-    EXPECT_EQ(played(), QStringList{kC});
+    m_home.stock({kProductA, kProductB, kProductC});
+    view({kProductC, kProductA});
+    EXPECT_EQ(played(), QStringList{kProductC});
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
-    EXPECT_EQ(played().last(), kA) << "past the end the list is read again and a repeat avoided";
+    EXPECT_EQ(played().last(), kProductA)
+        << "past the end the list is read again and a repeat avoided";
 }
 
 TEST_F(WallViewTest, ProductsThatAreNotInTheCacheAreLeftOut)
@@ -187,59 +188,60 @@ TEST_F(WallViewTest, ProductsThatAreNotInTheCacheAreLeftOut)
 
 TEST_F(WallViewTest, AllMeansEveryProduct)
 {
-    m_home.stock({kB, kA});
+    m_home.stock({kProductB, kProductA});
     view({QStringLiteral("all")});
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
-    EXPECT_EQ(played(), (QStringList{kB, kA}));
+    EXPECT_EQ(played(), (QStringList{kProductB, kProductA}));
 }
 
 TEST_F(WallViewTest, ShuffledEveryProductStillComesInItsTurn)
 {
-    m_home.stock({kA, kB, kC});
+    m_home.stock({kProductA, kProductB, kProductC});
     Settings::setShuffle(true);
     view();
     ASSERT_TRUE(runUntil([&] {
         const QStringList ids = played();
-        return ids.contains(kA) && ids.contains(kB) && ids.contains(kC);
+        return ids.contains(kProductA) && ids.contains(kProductB) && ids.contains(kProductC);
     }));
 }
 
 TEST_F(WallViewTest, TwoScreensDoNotShowTheSameProduct)
 {
-    m_home.stock({kA, kB});
+    m_home.stock({kProductA, kProductB});
     view();
     view();
-    EXPECT_EQ(played(), (QStringList{kA, kB}));
+    EXPECT_EQ(played(), (QStringList{kProductA, kProductB}));
 }
 
 TEST_F(WallViewTest, StoppedItFreesItsProduct)
 {
-    m_home.stock({kA, kB});
+    m_home.stock({kProductA, kProductB});
     WallView &first = view();
     first.stop();
     view();
-    EXPECT_EQ(played(), (QStringList{kA, kA}));
+    EXPECT_EQ(played(), (QStringList{kProductA, kProductA}));
 }
 
 TEST_F(WallViewTest, SteppingForwardGoesToTheNextClip)
 {
-    m_home.stock({kA, kB, kC});
+    m_home.stock({kProductA, kProductB, kProductC});
     WallView &wall = view();
     wall.step(+1);
-    EXPECT_EQ(played(), (QStringList{kA, kB}));
+    EXPECT_EQ(played(), (QStringList{kProductA, kProductB}));
     wall.step(+5);
-    EXPECT_EQ(played(), (QStringList{kA, kB, kC})) << "the size of the step is of no account";
+    EXPECT_EQ(played(), (QStringList{kProductA, kProductB, kProductC}))
+        << "the size of the step is of no account";
 }
 
 TEST_F(WallViewTest, SteppingBackGoesToTheClipBefore)
 {
-    m_home.stock({kA, kB, kC});
+    m_home.stock({kProductA, kProductB, kProductC});
     WallView &wall = view();
     wall.step(+1);
     wall.step(-1);
-    EXPECT_EQ(played(), (QStringList{kA, kB, kA}));
+    EXPECT_EQ(played(), (QStringList{kProductA, kProductB, kProductA}));
     wall.step(-1);
-    EXPECT_EQ(played().last(), kC) << "before the first comes the last";
+    EXPECT_EQ(played().last(), kProductC) << "before the first comes the last";
 }
 
 class SteppingTwice : public WallViewTest, public testing::WithParamInterface<Transition>
@@ -248,7 +250,7 @@ class SteppingTwice : public WallViewTest, public testing::WithParamInterface<Tr
 
 TEST_P(SteppingTwice, WithinOneHandOverEndsWithThePictureUp)
 {
-    m_home.stock({kA, kB, kC});
+    m_home.stock({kProductA, kProductB, kProductC});
     Settings::setTransition(GetParam());
     Settings::setLoops(1000);
     WallView &wall = view();
@@ -275,7 +277,7 @@ INSTANTIATE_TEST_SUITE_P(Styles, SteppingTwice, testing::ValuesIn(kAllTransition
 
 TEST_F(WallViewTest, SteppingBeginsTheLoopsAnew)
 {
-    m_home.stock({kA, kB});
+    m_home.stock({kProductA, kProductB});
     Settings::setLoops(3);
     WallView &wall = view();
     ASSERT_TRUE(
@@ -287,7 +289,7 @@ TEST_F(WallViewTest, SteppingBeginsTheLoopsAnew)
 
 TEST_F(WallViewTest, WithNothingToPlayItSaysSoAndLooksAgain)
 {
-    WallView &wall = view({kA});
+    WallView &wall = view({kProductA});
     EXPECT_EQ(caption(wall), QStringLiteral("AIA 171 Å  ·  DOWNLOADING…"));
     EXPECT_EQ(count(kWaiting), 1);
     m_clock.advance(4999ms);
@@ -296,16 +298,16 @@ TEST_F(WallViewTest, WithNothingToPlayItSaysSoAndLooksAgain)
     m_clock.advance(1ms);
     pump();
     EXPECT_EQ(count(kWaiting), 2);
-    m_home.stock({kA});
+    m_home.stock({kProductA});
     m_clock.advance(5s);
     pump();
-    EXPECT_EQ(played(), QStringList{kA});
+    EXPECT_EQ(played(), QStringList{kProductA});
 }
 
 TEST_F(WallViewTest, OfflineItDoesNotPromiseADownload)
 {
     Settings::setOffline(true);
-    EXPECT_EQ(caption(view({kA})),
+    EXPECT_EQ(caption(view({kProductA})),
               QStringLiteral("AIA 171 Å  ·  NOT DOWNLOADED, AND OFFLINE IS ON"));
 }
 
@@ -318,9 +320,9 @@ TEST_F(WallViewTest, WithoutAProductOfTheCatalogueItWaitsForTheSun)
 
 TEST_F(WallViewTest, StoppedItNeitherLooksAgainNorPlaysOn)
 {
-    WallView &waiting = view({kA});
+    WallView &waiting = view({kProductA});
     waiting.stop();
-    m_home.stock({kB});
+    m_home.stock({kProductB});
     WallView &playing = view();
     playing.stop();
     const QStringList before = m_log->messages();
@@ -333,11 +335,11 @@ TEST_F(WallViewTest, StoppedItNeitherLooksAgainNorPlaysOn)
 
 TEST_F(WallViewTest, AClipThatDoesNotPlayGivesWayToTheNext)
 {
-    m_home.stock({kA, kB});
-    m_home.write(m_home.clip(kA), "this is no clip");
+    m_home.stock({kProductA, kProductB});
+    m_home.write(m_home.clip(kProductA), "this is no clip");
     view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 4; }));
-    EXPECT_EQ(played(), (QStringList{kA, kB, kB, kB}));
+    EXPECT_EQ(played(), (QStringList{kProductA, kProductB, kProductB, kProductB}));
     const QStringList complaints =
         m_log->messages().filter(QStringLiteral("clip does not play, passing it over"));
     EXPECT_EQ(complaints.size(), 1);
@@ -345,8 +347,8 @@ TEST_F(WallViewTest, AClipThatDoesNotPlayGivesWayToTheNext)
 
 TEST_F(WallViewTest, WhenNoClipPlaysItWaits)
 {
-    m_home.stock({kA, kB});
-    for (const QString &id : {kA, kB})
+    m_home.stock({kProductA, kProductB});
+    for (const QString &id : {kProductA, kProductB})
         m_home.write(m_home.clip(id), {});
     WallView &wall = view();
     ASSERT_TRUE(runUntil([&] { return count(kWaiting) == 3; }));
@@ -356,19 +358,19 @@ TEST_F(WallViewTest, WhenNoClipPlaysItWaits)
 
 TEST_F(WallViewTest, AReplacedClipPlaysAgain)
 {
-    m_home.stock({kA});
-    const QString path = m_home.clip(kA);
+    m_home.stock({kProductA});
+    const QString path = m_home.clip(kProductA);
     m_home.write(path, "no clip");
     view();
     ASSERT_TRUE(runUntil([&] { return count(kWaiting) == 1; }));
-    m_home.stock({kA});
+    m_home.stock({kProductA});
     ASSERT_TRUE(runUntil([&] { return played().size() == 3; }));
 }
 
 // Looks at every picture between the first and the fourth clip, as often as a 200 Hz display would.
 TEST_F(WallViewTest, NoPictureBetweenTwoClipsIsBlack)
 {
-    m_home.stock({kA, kB});
+    m_home.stock({kProductA, kProductB});
     WallView &wall = view();
     RasterRenderer renderer;
     QImage screen(192, 108, QImage::Format_RGB32);
@@ -389,7 +391,7 @@ TEST_F(WallViewTest, NoPictureBetweenTwoClipsIsBlack)
 
 TEST_F(WallViewTest, TheNextClipIsThereWhenTheLastOneEnds)
 {
-    m_home.stock({kA, kB});
+    m_home.stock({kProductA, kProductB});
     WallView &wall = view();
     ASSERT_TRUE(runUntil([&] { return played().size() == 2; }));
     // The clip that was chosen at this very step shows its first picture at once.
@@ -401,7 +403,7 @@ TEST_F(WallViewTest, TheNextClipIsThereWhenTheLastOneEnds)
 
 TEST_F(WallViewTest, LaysItselfOutAnewWhenItsSizeChanges)
 {
-    m_home.stock({kA});
+    m_home.stock({kProductA});
     WallView &wall = view();
     wall.tree().setSize({400, 300});
     for (const PlayerLayer *layer : layersOf<PlayerLayer>(wall))

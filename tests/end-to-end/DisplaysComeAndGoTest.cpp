@@ -16,20 +16,20 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 
-struct Display
+struct Monitor
 {
     QString name;
     QRect frame;
 };
-const Display kFirst{u"DUMMY0"_s, {0, 0, 640, 480}};
-const Display kSecond{u"DUMMY1"_s, {640, 0, 800, 600}};
-const Display kThird{u"DUMMY2"_s, {1440, 0, 640, 480}};
+const Monitor kFirst{u"DUMMY0"_s, {0, 0, 640, 480}};
+const Monitor kSecond{u"DUMMY1"_s, {640, 0, 800, 600}};
+const Monitor kThird{u"DUMMY2"_s, {1440, 0, 640, 480}};
 const QColor kBackground(201, 3, 7); // no colour of a clip
 
 // One to four displays beside each other, from left to right, and those that are not there.
 struct Layout
 {
-    QList<Display> displays;
+    QList<Monitor> displays;
     QStringList unplugged{u"DUMMY0"_s, u"DUMMY1"_s, u"DUMMY2"_s, u"DUMMY3"_s};
 };
 
@@ -46,7 +46,7 @@ Layout randomLayout(std::mt19937 &random)
         const QSize size = oneOf(2) == 0 ? QSize(640, 480) : QSize(800, 600);
         // xrandr would move all of them up until one is at the top: the first is.
         const int y = x == 0 ? 0 : 20 * oneOf(6);
-        layout.displays << Display{name, {QPoint(x, y), size}};
+        layout.displays << Monitor{name, {QPoint(x, y), size}};
         x += size.width();
     }
     return layout;
@@ -78,10 +78,10 @@ protected:
         m_program.addClip(u"304"_s, 3);
     }
 
-    void plugIn(const Display &display) { m_server->plugIn(display.name, display.frame); }
-    void pullOut(const Display &display) { m_server->pullOut(display.name); }
+    void plugIn(const Monitor &display) { m_server->plugIn(display.name, display.frame); }
+    void pullOut(const Monitor &display) { m_server->pullOut(display.name); }
 
-    void startOn(const QList<Display> &displays)
+    void startOn(const QList<Monitor> &displays)
     {
         m_program.start();
         ASSERT_TRUE(becomes([&] { return areCovered(displays); }));
@@ -89,7 +89,7 @@ protected:
 
     // Waits for one rebuild more than there were, from and to so many displays, and for these to be
     // covered.
-    void expectRebuild(const QString &counts, const QList<Display> &covered)
+    void expectRebuild(const QString &counts, const QList<Monitor> &covered)
     {
         m_rebuilds << u"display layout changed (%1)"_s.arg(counts);
         EXPECT_TRUE(becomes([this] { return layoutChanges().size() >= m_rebuilds.size(); }));
@@ -99,10 +99,10 @@ protected:
 
     // Whether there is one wall on each of these displays, with its picture whole in it, and no
     // other.
-    [[nodiscard]] bool areCovered(const QList<Display> &displays)
+    [[nodiscard]] bool areCovered(const QList<Monitor> &displays)
     {
         const QImage picture = m_server->client().picture();
-        const auto showsPattern = [&picture](const Display &display) {
+        const auto showsPattern = [&picture](const Monitor &display) {
             const auto seen = test::seenPattern(picture, test::fittedPattern(display.frame));
             return seen && seen->isWhole;
         };
@@ -111,7 +111,7 @@ protected:
     }
 
     // Whether nothing is to be seen there of the background.
-    [[nodiscard]] bool hidesBackground(const Display &display)
+    [[nodiscard]] bool hidesBackground(const Monitor &display)
     {
         const QImage picture = m_server->client().picture();
         if (!picture.rect().contains(display.frame))
@@ -156,10 +156,10 @@ private:
                   [](const QRect &a, const QRect &b) { return a.x() < b.x(); });
         return frames;
     }
-    [[nodiscard]] static QList<QRect> framesOf(const QList<Display> &displays)
+    [[nodiscard]] static QList<QRect> framesOf(const QList<Monitor> &displays)
     {
         QList<QRect> frames;
-        for (const Display &display : displays)
+        for (const Monitor &display : displays)
             frames << display.frame;
         return frames;
     }
@@ -179,7 +179,7 @@ TEST_F(DisplaysComeAndGo, WallFollowsThem)
 TEST_F(DisplaysComeAndGo, WallFollowsADisplayThatMoves)
 {
     startOn({kFirst, kSecond});
-    const Display moved{kSecond.name, kSecond.frame.translated(0, 100)};
+    const Monitor moved{kSecond.name, kSecond.frame.translated(0, 100)};
     plugIn(moved);
     expectRebuild(u"2 -> 2"_s, {kFirst, moved});
 }
@@ -188,7 +188,7 @@ TEST_F(DisplaysComeAndGo, WallFollowsADisplayThatMoves)
 TEST_F(DisplaysComeAndGo, WallFollowsTheDisplayThatTakesTheMainOnesPlace)
 {
     startOn({kFirst, kSecond});
-    const Display moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
+    const Monitor moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
     pullOut(kFirst);
     plugIn(moved);
     expectRebuild(u"2 -> 1"_s, {moved});
@@ -251,7 +251,7 @@ TEST_F(DisplaysComeAndGo, WallsFollowOneLayoutAfterTheOther)
     const int layouts = test::repetitions("CORVELLA_LAYOUTS", 6);
     for (int i = 0; i < layouts; ++i) {
         const Layout layout = randomLayout(random);
-        for (const Display &display : layout.displays)
+        for (const Monitor &display : layout.displays)
             plugIn(display);
         for (const QString &name : layout.unplugged)
             m_server->pullOut(name);
@@ -320,7 +320,7 @@ TEST_F(DisplaysOfABareServer, KeysReachTheWallsThatWereBuiltAnew)
 TEST_F(DisplaysOfABareServer, WallFollowsTheDisplayThatTakesTheMainOnesPlace)
 {
     startOn({kFirst, kSecond});
-    const Display moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
+    const Monitor moved{kSecond.name, {QPoint(0, 0), kSecond.frame.size()}};
     pullOut(kFirst);
     plugIn(moved);
     expectRebuild(u"2 -> 1"_s, {moved});

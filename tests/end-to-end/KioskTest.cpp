@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 
-constexpr QSize kScreen(640, 480);
+constexpr QSize kKioskScreen(640, 480);
 const QString kChord = u"ctrl+super+alt+q"_s;
 const QString kLocked = u"kiosk: locked"_s;
 
@@ -87,19 +87,19 @@ protected:
     {
         const QList<test::XWindow> windows = m_display.client().windows();
         return windows.size() == 1 && windows.first().title == u"Corvella"_s
-            && windows.first().frame == QRect(QPoint(0, 0), kScreen);
+            && windows.first().frame == QRect(QPoint(0, 0), kKioskScreen);
     }
     [[nodiscard]] bool plays()
     {
         const auto seen =
-            test::seenPattern(m_display.client().picture(), QRect(QPoint(0, 0), kScreen));
+            test::seenPattern(m_display.client().picture(), QRect(QPoint(0, 0), kKioskScreen));
         return seen && seen->isWhole;
     }
     [[nodiscard]] bool wallIsGone()
     {
         const QList<test::XWindow> windows = m_display.client().windows();
         return std::none_of(windows.begin(), windows.end(), [](const test::XWindow &window) {
-            return window.frame == QRect(QPoint(0, 0), kScreen);
+            return window.frame == QRect(QPoint(0, 0), kKioskScreen);
         });
     }
     // Whether the window manager heeds its keys now.
@@ -112,7 +112,7 @@ protected:
 
     QTemporaryDir m_folder;
     const QString m_heeded = m_folder.filePath(u"heeded"_s);
-    test::VirtualDisplay m_display{kScreen};
+    test::VirtualDisplay m_display{kKioskScreen};
     test::ProgramUnderTest m_program;
 };
 

@@ -24,7 +24,7 @@ using test::StandInService;
 
 constexpr QRect kScreen(0, 0, 640, 480);
 const QString kInhibit = u"Inhibit"_s;
-const QString kLocked = u"kiosk: locked"_s;
+const QString kLockedAnew = u"kiosk: locked"_s;
 const QString kAnew = u"message bus is back; starting anew"_s;
 const QString kResident = u"desktop mode: resident, no windows"_s;
 
@@ -109,7 +109,7 @@ TEST_P(RestartsIn, OfTheSessionBusHaveItAskForAllAgain)
     EXPECT_TRUE(panel.hasItem());
     const bool keepsAwake = GetParam().mode == u"wall"_s || GetParam().mode == u"kiosk"_s;
     EXPECT_TRUE(!keepsAwake || saver.gets(kInhibit));
-    EXPECT_TRUE(GetParam().mode != u"kiosk"_s || m_program.logs(kLocked, 2));
+    EXPECT_TRUE(GetParam().mode != u"kiosk"_s || m_program.logs(kLockedAnew, 2));
     // It is still the one that a second start finds.
     test::ChildProcess second(
         {test::ProgramUnderTest::executable(), {}, m_program.environment(), {}});
@@ -133,7 +133,7 @@ TEST_F(Restarts, OfTheSystemBusHaveAKioskHoldTheMachinesKeysAgain)
     bus.startAgain();
     logind.emplace(bus, test::kLogind);
     EXPECT_TRUE(logind->gets(kInhibit, 2));
-    EXPECT_TRUE(m_program.logs(kLocked, 2));
+    EXPECT_TRUE(m_program.logs(kLockedAnew, 2));
     EXPECT_TRUE(becomes([this] { return isCovered(); }));
 }
 
@@ -259,11 +259,11 @@ TEST(RestartsUnderACompositor, OfTheSessionBusHaveAKioskLockedAgain)
     program.configure({{u"mode"_s, u"kiosk"_s}});
     program.addClip(u"171"_s, 1);
     program.start();
-    ASSERT_TRUE(program.logs(kLocked));
+    ASSERT_TRUE(program.logs(kLockedAnew));
     bus.crash();
     ASSERT_TRUE(program.logs(u"session bus: gone; waiting for it to come back"_s));
     bus.startAgain();
-    EXPECT_TRUE(program.logs(kLocked, 2));
+    EXPECT_TRUE(program.logs(kLockedAnew, 2));
     EXPECT_TRUE(becomes([&] { return test::seenPattern(sway.picture(0), kScreen).has_value(); }));
 }
 

@@ -125,7 +125,7 @@ TEST_P(SuspendOf, PlaysOnFromWhereItWas)
 {
     constexpr int kFramesPerSecond = 30;
     constexpr int kLeastLeft = 3 * kFramesPerSecond; // of the clip, to look at
-    constexpr int kMargin = kFramesPerSecond / 2;
+    constexpr int kFramesOfMargin = kFramesPerSecond / 2;
     start();
     EXPECT_LE(quickest([&] {
                   std::optional<test::SeenPattern> before;
@@ -143,7 +143,7 @@ TEST_P(SuspendOf, PlaysOnFromWhereItWas)
                   }));
                   const auto took = sinceResumption.elapsed();
                   const auto isInTime = [&] {
-                      const int due = before->frame + kMargin
+                      const int due = before->frame + kFramesOfMargin
                           + static_cast<int>(kFramesPerSecond * sinceResumption.elapsed() / 1s);
                       return seen->clip == before->clip && seen->frame > before->frame
                           && seen->frame <= due;

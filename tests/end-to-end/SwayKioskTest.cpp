@@ -19,7 +19,7 @@ using test::becomes;
 
 constexpr QRect kLeft(0, 0, 640, 480);
 constexpr QRect kRight(640, 0, 320, 240);
-const QString kLocked = u"kiosk: locked"_s;
+const QString kSwayLocked = u"kiosk: locked"_s;
 const QStringList kChordModifiers{u"ctrl"_s, u"logo"_s, u"alt"_s};
 
 // Keys and a click that are the compositor's own; each leaves a file.
@@ -43,7 +43,7 @@ protected:
     void startLocked()
     {
         m_program.start();
-        ASSERT_TRUE(m_program.logs(kLocked));
+        ASSERT_TRUE(m_program.logs(kSwayLocked));
         ASSERT_TRUE(becomes([this] { return areBothCovered(); }));
     }
 
@@ -195,7 +195,7 @@ private:
 TEST_F(SwayKioskOnOneDisplay, IsLockedAgainWhenItComesBack)
 {
     m_program.start();
-    ASSERT_TRUE(m_program.logs(kLocked));
+    ASSERT_TRUE(m_program.logs(kSwayLocked));
     pullOut();
     plugIn();
     EXPECT_TRUE(m_program.logs(u"display layout changed (1 -> 1)"_s));

@@ -6,7 +6,7 @@
 namespace corvella {
 namespace {
 
-struct Row
+struct TransitionRow
 {
     Transition transition;
     int ordinal;
@@ -14,7 +14,7 @@ struct Row
     QString label;
 };
 
-const Row kRows[] = {
+const TransitionRow kTransitionRows[] = {
     {Transition::blink, 0, QStringLiteral("blink"), QStringLiteral("Blink")},
     {Transition::crossfade, 1, QStringLiteral("crossfade"), QStringLiteral("Crossfade")},
     {Transition::black, 2, QStringLiteral("black"), QStringLiteral("Fade through black")},
@@ -24,7 +24,7 @@ const Row kRows[] = {
 
 TEST(TransitionTest, HasItsOrdinalTextAndLabel)
 {
-    for (const Row &row : kRows) {
+    for (const TransitionRow &row : kTransitionRows) {
         EXPECT_EQ(int(row.transition), row.ordinal);
         EXPECT_EQ(rawValue(row.transition), row.rawValue);
         EXPECT_EQ(label(row.transition), row.label);
@@ -33,7 +33,7 @@ TEST(TransitionTest, HasItsOrdinalTextAndLabel)
 
 TEST(TransitionTest, IsMadeFromItsExactText)
 {
-    for (const Row &row : kRows)
+    for (const TransitionRow &row : kTransitionRows)
         EXPECT_EQ(transitionFromRawValue(row.rawValue), row.transition);
 }
 

@@ -18,7 +18,7 @@ using test::becomes;
 using test::kBlue;
 using test::kRed;
 
-const QColor kOwn(5, 150, 60);
+const QColor kSwayOwn(5, 150, 60);
 const QColor kBare(63, 63, 63);
 
 class Sway : public test::PicturesFixture
@@ -74,9 +74,9 @@ TEST_F(Sway, ShowsAPictureOnEachOutputFittedAndBlackBeside)
 TEST_F(Sway, OwnPicturesComeBackHoweverOften)
 {
     const QString own = m_home.path(u"own.png"_s);
-    ASSERT_TRUE(QFile::rename(picture(u"own"_s, kOwn), own));
+    ASSERT_TRUE(QFile::rename(picture(u"own"_s, kSwayOwn), own));
     start(u"output * bg %1 fill #102030\noutput HEADLESS-2 bg #102030 solid_color\n"_s.arg(own));
-    ASSERT_TRUE(shows(0, 50, 100, kOwn));
+    ASSERT_TRUE(shows(0, 50, 100, kSwayOwn));
     ASSERT_TRUE(shows(1, 50, 100, QColor(16, 32, 48)));
     const QStringList texts = present(*m_pictures);
     for (int i = 0; i < 2; ++i) {
@@ -84,7 +84,7 @@ TEST_F(Sway, OwnPicturesComeBackHoweverOften)
         ASSERT_TRUE(showsBoth());
         EXPECT_EQ(present(*m_pictures, texts), (QStringList{QString(), QString()}));
         putBack(*m_pictures, texts);
-        EXPECT_TRUE(shows(0, 50, 100, kOwn));
+        EXPECT_TRUE(shows(0, 50, 100, kSwayOwn));
         EXPECT_TRUE(shows(1, 50, 100, QColor(16, 32, 48)));
     }
 }
@@ -104,9 +104,9 @@ TEST_F(Sway, NoPictureComesBackToo)
 TEST_F(Sway, WhatTheUserShowsHimselfIsNoneOfSways)
 {
     const QString own = m_home.path(u"own.png"_s);
-    ASSERT_TRUE(QFile::rename(picture(u"own"_s, kOwn), own));
+    ASSERT_TRUE(QFile::rename(picture(u"own"_s, kSwayOwn), own));
     start(u"exec swaybg -i %1 -m fill\n"_s.arg(own));
-    ASSERT_TRUE(shows(0, 200, 100, kOwn));
+    ASSERT_TRUE(shows(0, 200, 100, kSwayOwn));
     EXPECT_EQ(backgroundsOf(SwayConnection::address()), (QMap<QString, SwayBackground>()));
 }
 

@@ -22,11 +22,11 @@ using Error = test::StandInService::Error;
 using Silence = test::StandInService::Silence;
 using State = Presentation::State;
 
-const QString kReason = u"A kiosk shows the Sun"_s;
-const QString kProgram = u"space.tarrow.corvella"_s;
+const QString kKioskReason = u"A kiosk shows the Sun"_s;
+const QString kPresenter = u"space.tarrow.corvella"_s;
 const QString kSessionManager = u"org.gnome.SessionManager"_s;
 const QString kNotifications = u"org.freedesktop.Notifications"_s;
-const QString kInhibit = u"Inhibit"_s;
+const QString kHoldBack = u"Inhibit"_s;
 const QString kMachineIsFree = u"kiosk: power keys, shutdown and sleep are not held back"_s;
 
 class PresentationTest : public testing::Test
@@ -36,7 +36,7 @@ protected:
                                                                      uint cookie)
     {
         auto service = std::make_unique<test::StandInService>(m_buses.session, name);
-        service->setAnswer(kInhibit, QVariantList{cookie});
+        service->setAnswer(kHoldBack, QVariantList{cookie});
         return service;
     }
     void lock() { m_presentation->setState(State::locked); }
@@ -50,17 +50,17 @@ TEST_F(PresentationTest, HoldsPowerKeysShutdownAndSleepBackWhileLocked)
 {
     test::StandInService logind(m_buses.system, kLogind);
     test::LentDescriptor inhibitor;
-    logind.setAnswer(kInhibit, inhibitor.answer());
+    logind.setAnswer(kHoldBack, inhibitor.answer());
     lock();
-    ASSERT_TRUE(logind.gets(kInhibit));
+    ASSERT_TRUE(logind.gets(kHoldBack));
     const Call inhibit{u"/org/freedesktop/login1"_s,
                        u"org.freedesktop.login1.Manager"_s,
-                       kInhibit,
+                       kHoldBack,
                        {u"shutdown:sleep:idle:handle-power-key:handle-suspend-key:"
                         u"handle-hibernate-key:handle-lid-switch"_s,
-                        u"Corvella"_s, kReason, u"block"_s}};
+                        u"Corvella"_s, kKioskReason, u"block"_s}};
     EXPECT_EQ(logind.calls(), QList{inhibit});
-    logind.setAnswer(kInhibit, Silence{}); // lets go of its own end
+    logind.setAnswer(kHoldBack, Silence{}); // lets go of its own end
     EXPECT_TRUE(inhibitor.isHeld());
     m_presentation->setState(State::ordinary);
     EXPECT_TRUE(becomes([&] { return !inhibitor.isHeld(); }));
@@ -73,7 +73,7 @@ TEST_F(PresentationTest, NeverHoldsAllThatLogindKnows)
 {
     test::StandInService logind(m_buses.system, kLogind);
     test::LentDescriptor inhibitor;
-    logind.setAnswer(kInhibit, inhibitor.answer());
+    logind.setAnswer(kHoldBack, inhibitor.answer());
     const std::unique_ptr<PowerAssertion> awake = PowerAssertion::create(u"a wall"_s);
     lock();
     ASSERT_TRUE(becomes([&] { return logind.calls().size() == 2; }));
@@ -98,11 +98,11 @@ TEST_F(PresentationTest, KeepsTheSessionFromEndingWhileLocked)
 {
     const auto service = onSessionBus(kSessionManager, 7);
     lock();
-    ASSERT_TRUE(service->gets(kInhibit));
+    ASSERT_TRUE(service->gets(kHoldBack));
     const Call inhibit{u"/org/gnome/SessionManager"_s,
                        kSessionManager,
-                       kInhibit,
-                       {kProgram, 0U, kReason, 1U | 2U | 4U}};
+                       kHoldBack,
+                       {kPresenter, 0U, kKioskReason, 1U | 2U | 4U}};
     EXPECT_EQ(service->calls(), QList{inhibit});
     m_presentation->setState(State::ordinary);
     ASSERT_TRUE(service->gets(u"Uninhibit"_s));
@@ -113,9 +113,9 @@ TEST_F(PresentationTest, KeepsNotificationsOffWhileLocked)
 {
     const auto service = onSessionBus(kNotifications, 9);
     lock();
-    ASSERT_TRUE(service->gets(kInhibit));
+    ASSERT_TRUE(service->gets(kHoldBack));
     EXPECT_EQ(service->calls().first().path, u"/org/freedesktop/Notifications"_s);
-    const QVariantList program{kProgram, kReason};
+    const QVariantList program{kPresenter, kKioskReason};
     EXPECT_EQ(service->calls().first().arguments.first(2), program);
     m_presentation->setState(State::ordinary);
     ASSERT_TRUE(service->gets(u"UnInhibit"_s));
@@ -126,7 +126,7 @@ TEST_F(PresentationTest, SaysNothingOfNotificationsThatCannotBeKeptOff)
 {
     test::StandInService service(m_buses.session, kNotifications); // knows no Inhibit
     lock();
-    ASSERT_TRUE(service.gets(kInhibit));
+    ASSERT_TRUE(service.gets(kHoldBack));
     ASSERT_TRUE(becomes([this] { return m_log.contains(kMachineIsFree); }));
     EXPECT_TRUE(m_log.messages().filter(u"otifications"_s).isEmpty());
 }
@@ -135,10 +135,10 @@ TEST_F(PresentationTest, AsksAServiceAgainThatWasRestarted)
 {
     auto service = onSessionBus(kSessionManager, 7);
     lock();
-    ASSERT_TRUE(service->gets(kInhibit));
+    ASSERT_TRUE(service->gets(kHoldBack));
     service.reset();
     service = onSessionBus(kSessionManager, 8);
-    ASSERT_TRUE(service->gets(kInhibit));
+    ASSERT_TRUE(service->gets(kHoldBack));
     m_presentation->setState(State::ordinary);
     ASSERT_TRUE(service->gets(u"Uninhibit"_s));
     EXPECT_EQ(service->calls().last().arguments, QVariantList{8U});
@@ -154,7 +154,7 @@ TEST_F(PresentationTest, SaysOnceThatNobodyHoldsTheMachineBack)
 TEST_F(PresentationTest, SaysWhyTheMachineIsNotHeldBack)
 {
     test::StandInService logind(m_buses.system, kLogind);
-    logind.setAnswer(kInhibit, Error{u"org.freedesktop.DBus.Error.AccessDenied"_s, u"remote"_s});
+    logind.setAnswer(kHoldBack, Error{u"org.freedesktop.DBus.Error.AccessDenied"_s, u"remote"_s});
     lock();
     EXPECT_TRUE(becomes([this] { return m_log.contains(kMachineIsFree); }));
     EXPECT_TRUE(m_log.contains(u"org.freedesktop.login1 refuses to inhibit: remote"_s));
@@ -176,7 +176,7 @@ TEST_F(PresentationTest, HoldsNothingBackForAWall)
     m_presentation->setState(State::immersive);
     m_presentation->setState(State::ordinary);
     lock();
-    ASSERT_TRUE(service->gets(kInhibit));
+    ASSERT_TRUE(service->gets(kHoldBack));
     m_presentation->setState(State::ordinary);
     ASSERT_TRUE(service->gets(u"Uninhibit"_s));
     EXPECT_EQ(service->calls().size(), 2); // those of the lock

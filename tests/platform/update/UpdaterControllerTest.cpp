@@ -454,11 +454,12 @@ TEST_F(UpdaterControllerTest, RefusesABundleThatTheFeedCallsWhatItIsNot)
 TEST_F(UpdaterControllerTest, RefusesSignedBundlesThatReachOutOfTheirFolder)
 {
     serve();
-    using Kind = test::ArchiveEntry::Kind;
     const QList<test::ArchiveEntry> hostile{
         {.name = "../outside", .content = "x"},
         {.name = "/tmp/corvella-outside", .content = "x"},
-        {.name = "link", .content = "../../../../etc", .kind = Kind::symbolicLink},
+        {.name = "link",
+         .content = "../../../../etc",
+         .kind = test::ArchiveEntry::Kind::symbolicLink},
         {.name = "bin/tool", .content = "x", .mode = 04755},
     };
     const QStringList before = m_copy.names();
