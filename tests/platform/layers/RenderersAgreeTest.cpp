@@ -74,7 +74,16 @@ Difference difference(const QImage &a, const QImage &b)
     return {sum / pixels, clear / pixels};
 }
 
-// The largest share in any of the squares that the pictures are made of.
+int mostApart(const QImage &a, const QImage &b)
+{
+    int most = 0;
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x)
+            most = std::max(most, apart(a.pixelColor(x, y), b.pixelColor(x, y)));
+    return most;
+}
+
+// The largest share of pixels clearly unlike in any of the squares that two pictures are made of.
 double clearlyInATile(const QImage &a, const QImage &b)
 {
     constexpr int kTile = 40;
@@ -334,6 +343,25 @@ TEST_F(RenderersAgree, OnTheOverlaysOfAWall)
         m_clock.advance(600ms);
         expectAgreement(trees);
         EXPECT_GT(overlays.front()->qrBox().opacity(), 0.5);
+    }
+}
+
+// The same pixel for pixel: letters that lie between pixels would be blurred by OpenGL alone.
+TEST_F(RenderersAgree, OnTheLettersOfAWallAtEveryScale)
+{
+    for (const double scale : {1.0, 1.25, 2.0, 3.0}) {
+        SCOPED_TRACE(scale);
+        Trees trees(m_clock, scale);
+        for (LayerTree *tree : {&trees.raster, &trees.gl}) {
+            WallOverlays overlays(*tree, QStringLiteral("corvella.example"));
+            overlays.layout(tree->size());
+            overlays.showWaiting(QStringLiteral("AIA 171 Å"));
+        }
+        const QImage picture = rasterPicture(trees.raster);
+        EXPECT_LE(mostApart(picture, glPicture(trees.gl, trees.glRenderer)), 3);
+        QImage nothing = picture;
+        nothing.fill(Qt::black);
+        EXPECT_GT(mostApart(picture, nothing), 200) << "there are letters";
     }
 }
 
