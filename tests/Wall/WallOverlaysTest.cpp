@@ -7,6 +7,7 @@
 #include "support/StockedHome.h"
 
 #include <QFontDatabase>
+#include <QPainter>
 
 #include <gtest/gtest.h>
 
@@ -239,6 +240,65 @@ TEST_F(Attribution, LiesAtTheLowerRight)
     overlays.layout({1000, 500});
     EXPECT_EQ(overlays.qrBox().frame(), QRectF(906, 41, 72, 72)) << "never smaller";
 }
+
+// Letters are as sharp as the display can show them: as if drawn right onto its pixels.
+class Letters : public testing::TestWithParam<double>
+{
+protected:
+    // White on black at this size, where the frame lies on the display; the sizes in points.
+    [[nodiscard]] QImage drawnOntoPixels(const QString &text, const QRectF &frame, double size,
+                                         Qt::Alignment alignment, double opacity) const
+    {
+        QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+        font.setPixelSize(qRound(size * m_scale));
+        font.setLetterSpacing(QFont::AbsoluteSpacing, 1.1 * m_scale);
+        QImage letters(m_pixels, QImage::Format_ARGB32_Premultiplied);
+        letters.fill(Qt::transparent);
+        QPainter onLetters(&letters);
+        onLetters.setFont(font);
+        onLetters.setPen(Qt::white);
+        const QRectF place(frame.x() * m_scale, (kSize.height() - frame.bottom()) * m_scale,
+                           frame.width() * m_scale, frame.height() * m_scale);
+        onLetters.drawText(place.toRect(), static_cast<int>(alignment | Qt::AlignVCenter), text);
+        QImage image(m_pixels, QImage::Format_RGB32);
+        image.fill(Qt::black);
+        QPainter painter(&image);
+        painter.setOpacity(opacity);
+        painter.drawImage(0, 0, letters);
+        return image;
+    }
+
+    static constexpr QSizeF kSize{608, 408};
+    const QString m_text = QStringLiteral("AIA 171 Å");
+    const double m_scale = GetParam();
+    const QSize m_pixels = (kSize * m_scale).toSize();
+    test::ManualMediaClock m_clock;
+    LayerTree m_tree{kSize, m_scale, RendererKind::raster, m_clock};
+};
+
+// Margins of 2.2 % of the width and 3 % of the height, here 13.376 and 12.24 points.
+TEST_P(Letters, OfTheCaptionAreSharp)
+{
+    m_tree.root().setBackground(Qt::black);
+    WallOverlays overlays(m_tree, std::nullopt);
+    overlays.layout(kSize);
+    overlays.showWaiting(m_text);
+    EXPECT_EQ(test::painted(m_tree),
+              drawnOntoPixels(m_text, {13.376, 12.24, 401.28, 22}, 15, Qt::AlignLeft, 0.85));
+}
+
+TEST_P(Letters, OfTheAttributionAreSharp)
+{
+    m_tree.root().setBackground(Qt::black);
+    WallOverlays overlays(m_tree, m_text);
+    overlays.layout(kSize);
+    EXPECT_EQ(test::painted(m_tree),
+              drawnOntoPixels(m_text, {351.424, 12.24, 243.2, 18}, 12, Qt::AlignRight, 0.5));
+}
+
+INSTANTIATE_TEST_SUITE_P(AtAScale, Letters, testing::Values(1, 1.25, 2, 3), [](const auto &row) {
+    return "OfHundredths" + std::to_string(qRound(row.param * 100));
+});
 
 struct Stamp
 {

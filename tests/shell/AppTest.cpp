@@ -8,6 +8,8 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QPointer>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -377,6 +379,74 @@ TEST_F(AppTest, ASaverEndsOnInputOnlyOnceInputHasSettled)
     tickAfterIdle(0.49);
     EXPECT_FALSE(m_app->isShowing());
     EXPECT_FALSE(settingsOpen()) << "a saver never opens the settings";
+}
+
+// Says how long ago there was input, and notes how often a timer of the program asks.
+class AskedIdleClock final : public QObject, public IdleClock
+{
+public:
+    AskedIdleClock() { qApp->installEventFilter(this); }
+
+    double secondsIdle() override
+    {
+        ++timesAsked;
+        if (m_timer)
+            interval = m_timer->intervalAsDuration();
+        return seconds;
+    }
+
+    double seconds = 0;
+    int timesAsked = 0;
+    std::chrono::milliseconds interval{0}; // of the timer that was behind the last question
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Timer)
+            m_timer = qobject_cast<QTimer *>(watched);
+        return false;
+    }
+
+private:
+    QPointer<QTimer> m_timer; // that ran out last
+};
+
+class SaverOnItsOwn : public test::AppFixture
+{
+protected:
+    void SetUp() override
+    {
+        AppFixture::SetUp();
+        configure(Mode::saver);
+        launch();
+    }
+
+    App::Surroundings surroundings() override
+    {
+        return {m_screens, m_idle, m_presentation, m_clock, RendererKind::raster};
+    }
+
+    // Lets the program look once more by itself.
+    [[nodiscard]] bool looksAgain()
+    {
+        return test::becomes(
+            [this, before = m_idle.timesAsked] { return m_idle.timesAsked > before; },
+            test::kGenerous, 1ms);
+    }
+
+    AskedIdleClock m_idle;
+};
+
+TEST_F(SaverOnItsOwn, EndsWithinAQuarterOfASecondOfInput)
+{
+    m_idle.seconds = 300;
+    ASSERT_TRUE(test::becomes([this] { return m_app->isShowing(); }));
+    ASSERT_TRUE(looksAgain()); // and finds it settled
+    m_idle.seconds = 0;
+    ASSERT_TRUE(looksAgain());
+    EXPECT_FALSE(m_app->isShowing()) << "at the first look";
+    EXPECT_GT(m_idle.interval, 0ms);
+    EXPECT_LE(m_idle.interval, 250ms);
 }
 
 TEST_F(AppTest, ASaverThatIsShownAnewHasToSettleAnew)

@@ -1,14 +1,19 @@
 // The two renderers draw the same tree: GL in software on a real X server, raster in memory.
+#include "Wall/HandOver.h"
+#include "Wall/QrBox.h"
+#include "Wall/WallOverlays.h"
 #include "platform/layers/DrawList.h"
 #include "platform/layers/GlRenderer.h"
 #include "platform/layers/GradientLayer.h"
 #include "platform/layers/LayerTree.h"
 #include "platform/layers/PlayerLayer.h"
 #include "platform/layers/RasterRenderer.h"
-#include "platform/layers/ShapeLayer.h"
 #include "platform/layers/TextLayer.h"
 #include "platform/video/VideoPlayer.h"
+#include "shell/CloseButton.h"
+#include "shell/ModeBadge.h"
 #include "support/ManualMediaClock.h"
+#include "support/StockedHome.h"
 #include "support/TestClip.h"
 #include "support/Waiting.h"
 
@@ -23,6 +28,8 @@
 
 namespace corvella {
 namespace {
+
+using namespace std::chrono_literals;
 
 constexpr QSize kSize(640, 360);
 
@@ -58,12 +65,36 @@ Difference difference(const QImage &a, const QImage &b)
     int clear = 0;
     for (int y = 0; y < a.height(); ++y) {
         for (int x = 0; x < a.width(); ++x) {
-            sum += apart(a.pixelColor(x, y), b.pixelColor(x, y));
-            clear += apartFromNeighbours(a, b, x, y) > kClear ? 1 : 0;
+            const int here = apart(a.pixelColor(x, y), b.pixelColor(x, y));
+            sum += here;
+            clear += here > kClear && apartFromNeighbours(a, b, x, y) > kClear ? 1 : 0;
         }
     }
     const double pixels = static_cast<double>(a.width()) * a.height();
     return {sum / pixels, clear / pixels};
+}
+
+int mostApart(const QImage &a, const QImage &b)
+{
+    int most = 0;
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x)
+            most = std::max(most, apart(a.pixelColor(x, y), b.pixelColor(x, y)));
+    return most;
+}
+
+// The largest share of pixels clearly unlike in any of the squares that two pictures are made of.
+double clearlyInATile(const QImage &a, const QImage &b)
+{
+    constexpr int kTile = 40;
+    double most = 0;
+    for (int y = 0; y < a.height(); y += kTile) {
+        for (int x = 0; x < a.width(); x += kTile) {
+            const QRect tile(x, y, kTile, kTile);
+            most = std::max(most, difference(a.copy(tile), b.copy(tile)).clearly);
+        }
+    }
+    return most;
 }
 
 class RenderersAgree : public testing::Test
@@ -74,7 +105,6 @@ protected:
         m_surface.create();
         ASSERT_TRUE(m_context.create());
         ASSERT_TRUE(m_context.makeCurrent(&m_surface));
-        ASSERT_TRUE(m_gl.initialise());
     }
 
     void TearDown() override { m_context.doneCurrent(); }
@@ -89,28 +119,48 @@ protected:
         return image;
     }
 
-    QImage glPicture(LayerTree &tree)
+    QImage glPicture(LayerTree &tree, GlRenderer &renderer)
     {
         QOpenGLFramebufferObject buffer(kSize);
         buffer.bind();
-        m_gl.paint(drawList(tree, tree.now()), kSize);
+        renderer.paint(drawList(tree, tree.now()), kSize);
         // paint() draws for a window, whose first line is at the top: so does toImage().
         const QImage image = buffer.toImage().convertToFormat(QImage::Format_RGB32);
         buffer.release();
         return image;
     }
 
-    void expectAgreement(const std::function<void(LayerTree &)> &build)
+    // The same tree for each renderer.
+    struct Trees
     {
-        LayerTree raster(kSize, 1, RendererKind::raster, m_clock);
-        LayerTree gl(kSize, 1, RendererKind::gl, m_clock);
-        build(raster);
-        build(gl);
-        const QImage a = rasterPicture(raster);
-        const QImage b = glPicture(gl);
+        explicit Trees(const MediaClock &clock, double scale = 1)
+            : raster(QSizeF(kSize) / scale, scale, RendererKind::raster, clock)
+            , gl(QSizeF(kSize) / scale, scale, RendererKind::gl, clock)
+        {
+            EXPECT_TRUE(glRenderer.initialise());
+        }
+        LayerTree raster;
+        LayerTree gl;
+        GlRenderer glRenderer; // one to a tree, as a window has it
+    };
+
+    void expectAgreement(const std::function<void(LayerTree &)> &build, double scale = 1)
+    {
+        Trees trees(m_clock, scale);
+        build(trees.raster);
+        build(trees.gl);
+        expectAgreement(trees);
+    }
+
+    // On what they show at this moment.
+    void expectAgreement(Trees &trees)
+    {
+        const QImage a = rasterPicture(trees.raster);
+        const QImage b = glPicture(trees.gl, trees.glRenderer);
         const Difference seen = difference(a, b);
         EXPECT_LT(seen.mean, 1.5);
         EXPECT_LT(seen.clearly, 0.002);
+        EXPECT_LT(clearlyInATile(a, b), 0.03) << "something small is not the same";
         int lit = 0;
         for (int x = 0; x < kSize.width(); x += 8)
             for (int y = 0; y < kSize.height(); y += 8)
@@ -154,12 +204,19 @@ protected:
         return clip;
     }
 
+    // Nothing but one colour.
+    static test::TestClip blueClip()
+    {
+        test::TestClip clip = sunLikeClip();
+        clip.paint = [](QImage &image, int) { image.fill(QColor(10, 60, 140)); };
+        return clip;
+    }
+
     QTemporaryDir m_dir;
     int m_clips = 0;
     test::ManualMediaClock m_clock;
     QOffscreenSurface m_surface;
     QOpenGLContext m_context;
-    GlRenderer m_gl;
 };
 
 TEST_F(RenderersAgree, OnBackgroundsAndOpacity)
@@ -218,27 +275,114 @@ TEST_F(RenderersAgree, OnTurnedClips)
     }
 }
 
-TEST_F(RenderersAgree, HalfWayThroughACrossfade)
+struct Style
 {
-    expectAgreement([&](LayerTree &tree) {
-        addClip(tree, sunLikeClip())->setOpacity(0.4);
-        test::TestClip other = sunLikeClip();
-        other.paint = [](QImage &image, int) { image.fill(QColor(10, 60, 140)); };
-        addClip(tree, other)->setOpacity(0.6);
-    });
+    const char *name;
+    Transition style;
+    MediaTime time;
+};
+
+class HandOverByBoth : public RenderersAgree, public testing::WithParamInterface<Style>
+{
+};
+
+TEST_P(HandOverByBoth, LooksTheSameFromStartToEnd)
+{
+    Trees trees(m_clock);
+    int done = 0;
+    QImage before;
+    for (LayerTree *tree : {&trees.raster, &trees.gl}) {
+        tree->root().setBackground(Qt::black);
+        PlayerLayer *const from = addClip(*tree, sunLikeClip());
+        PlayerLayer *const to = addClip(*tree, blueClip());
+        to->setOpacity(0);
+        if (tree == &trees.raster)
+            before = rasterPicture(*tree);
+        transition(GetParam().style, *tree, *from, *to, false, [&done] { ++done; });
+    }
+    const MediaTime start = m_clock.now();
+    for (const int quarters : {0, 1, 2, 3, 4}) {
+        SCOPED_TRACE(quarters);
+        m_clock.set(start + GetParam().time * quarters / 4);
+        trees.raster.advance();
+        trees.gl.advance();
+        expectAgreement(trees);
+    }
+    EXPECT_EQ(done, 2);
+    EXPECT_GT(difference(before, rasterPicture(trees.raster)).mean, 20) << "it is another clip";
 }
 
-TEST_F(RenderersAgree, HalfWayThroughAReveal)
+INSTANTIATE_TEST_SUITE_P(OfEveryStyle, HandOverByBoth,
+                         testing::Values(Style{"Blink", Transition::blink, 0ms},
+                                         Style{"Crossfade", Transition::crossfade, 600ms},
+                                         Style{"Black", Transition::black, 750ms},
+                                         Style{"Circle", Transition::circle, 900ms},
+                                         Style{"Wipe", Transition::wipe, 600ms}),
+                         [](const auto &row) { return row.param.name; });
+
+constexpr std::array kScales{1.0, 1.25, 2.0};
+
+TEST_F(RenderersAgree, OnTheOverlaysOfAWall)
 {
-    for (const auto kind : {ShapePath::Kind::ellipse, ShapePath::Kind::rectangle}) {
-        expectAgreement([&](LayerTree &tree) {
-            test::TestClip other = sunLikeClip();
-            other.paint = [](QImage &image, int) { image.fill(QColor(10, 60, 140)); };
-            addClip(tree, other);
-            auto mask = std::make_unique<ShapeLayer>();
-            mask->setPath({kind, {220, 80, 200, 200}});
-            addClip(tree, sunLikeClip())->setMask(std::move(mask));
-        });
+    test::StockedHome::shared().clear(); // the code's link has its host from the settings
+    for (const double scale : kScales) {
+        SCOPED_TRACE(scale);
+        Trees trees(m_clock, scale);
+        std::vector<std::unique_ptr<WallOverlays>> overlays;
+        for (LayerTree *tree : {&trees.raster, &trees.gl}) {
+            addClip(*tree, sunLikeClip());
+            overlays.push_back(
+                std::make_unique<WallOverlays>(*tree, QStringLiteral("corvella.example")));
+            overlays.back()->layout(tree->size());
+            overlays.back()->showCaption(
+                {{QStringLiteral("id"), QStringLiteral("171")},
+                 {QStringLiteral("updated"), QStringLiteral("2025-03-01T09:05:00Z")}});
+        }
+        m_clock.advance(600ms);
+        expectAgreement(trees); // the caption and its band are fading in
+        m_clock.advance(600ms);
+        expectAgreement(trees);
+        EXPECT_GT(overlays.front()->qrBox().opacity(), 0.5);
+    }
+}
+
+// The same pixel for pixel: letters that lie between pixels would be blurred by OpenGL alone.
+TEST_F(RenderersAgree, OnTheLettersOfAWallAtEveryScale)
+{
+    for (const double scale : {1.0, 1.25, 2.0, 3.0}) {
+        SCOPED_TRACE(scale);
+        Trees trees(m_clock, scale);
+        for (LayerTree *tree : {&trees.raster, &trees.gl}) {
+            WallOverlays overlays(*tree, QStringLiteral("corvella.example"));
+            overlays.layout(tree->size());
+            overlays.showWaiting(QStringLiteral("AIA 171 Å"));
+        }
+        const QImage picture = rasterPicture(trees.raster);
+        EXPECT_LE(mostApart(picture, glPicture(trees.gl, trees.glRenderer)), 3);
+        QImage nothing = picture;
+        nothing.fill(Qt::black);
+        EXPECT_GT(mostApart(picture, nothing), 200) << "there are letters";
+    }
+}
+
+TEST_F(RenderersAgree, OnTheChromeOfAWall)
+{
+    for (const double scale : kScales) {
+        for (const double opacity : {0.5, 1.0}) {
+            SCOPED_TRACE(testing::Message() << opacity << " at " << scale);
+            expectAgreement(
+                [&](LayerTree &tree) {
+                    addClip(tree, sunLikeClip());
+                    auto *button = tree.root().addSublayer(std::make_unique<CloseButton>());
+                    button->setFrame({60.5, 60.5, 64, 64});
+                    button->setOpacity(opacity);
+                    tree.root()
+                        .addSublayer(std::make_unique<ModeBadge>(
+                            QRectF(160.5, 60.5, 64, 64), QStringLiteral("lock.fill"), QString()))
+                        ->setOpacity(opacity);
+                },
+                scale);
+        }
     }
 }
 
