@@ -297,8 +297,10 @@ quint32 XClient::openWindow(const QRect &frame)
                       static_cast<uint16_t>(frame.width()), static_cast<uint16_t>(frame.height()),
                       0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
-    xcb_map_window(m_connection.get(), window);
-    xcb_flush(m_connection.get());
+    // An answer to the last request: whoever else speaks of the window finds it there.
+    const ReplyOf<xcb_generic_error_t> error(
+        xcb_request_check(m_connection.get(), xcb_map_window_checked(m_connection.get(), window)));
+    EXPECT_FALSE(error) << "the X server refused to open a window";
     return window;
 }
 

@@ -12,6 +12,8 @@ namespace {
 
 const QString kImplicitOpacity = QStringLiteral("opacity");
 
+quint64 lastContentsSerial = 0; // main thread only
+
 std::optional<MediaTime> later(std::optional<MediaTime> a, std::optional<MediaTime> b)
 {
     return a && b ? std::max(a, b) : (a ? a : b);
@@ -173,7 +175,7 @@ void Layer::dropFinishedAnimations(MediaTime now)
 
 void Layer::setNeedsContents()
 {
-    ++m_contentsSerial;
+    m_contentsSerial = ++lastContentsSerial;
     setNeedsDisplay();
 }
 

@@ -67,7 +67,7 @@ public:
     // What is drawn over the background, at `pixels` size: premultiplied, stretched to the frame.
     // Null for none. Kept until the layer changes, so that asking every frame costs nothing.
     [[nodiscard]] const QImage &contents(QSize pixels, double scale) const;
-    // Grows with every change of what the contents look like.
+    // Another number for every look of the contents of every layer; 0 for those that never had any.
     [[nodiscard]] quint64 contentsSerial() const { return m_contentsSerial; }
 
     // The end of the last animation that still runs at this moment in this layer or above it, if
