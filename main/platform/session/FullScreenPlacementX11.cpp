@@ -1,6 +1,7 @@
 #include "platform/session/FullScreenPlacement.h"
 #include "platform/session/XcbConnection.h"
 
+#include <QVariant>
 #include <QWindow>
 
 #include <xcb/shape.h>

@@ -81,7 +81,7 @@ CORVELLA_ALSO_FOR_AVX2 void computeTerms(Factors by, const uint8_t *cb, const ui
     int16_t *const b = terms.blue.data();
     int16_t *const g = terms.green.data();
     int16_t *const r = terms.red.data();
-    for (int i = 0; i < samples; ++i) {
+    for (ptrdiff_t i = 0; i < samples; ++i) {
         const int16_t addsBlue = product(cb[i] - 128, by.blueOfCb);
         const auto addsGreen = static_cast<int16_t>(product(cb[i] - 128, by.greenOfCb)
                                                     + product(cr[i] - 128, by.greenOfCr));
@@ -146,7 +146,7 @@ QImage RgbConverter::rows(const Picture &picture, QSize size, int first, int cou
         }
     }
     return QImage(reinterpret_cast<const uchar *>(m_rows.data()), size.width(), count,
-                  size.width() * 4, QImage::Format_RGB32);
+                  qsizetype{4} * size.width(), QImage::Format_RGB32);
 }
 
 Plane RgbConverter::enlarged(const Plane &plane, QSize size, int first, int count,

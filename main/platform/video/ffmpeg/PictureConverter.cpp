@@ -53,7 +53,7 @@ struct Target
         const int bytes =
             av_image_get_buffer_size(kFormat, size.width(), size.height(), kAlignment);
         const std::shared_ptr<uint8_t> pixels =
-            bytes > 0 ? allocate(static_cast<size_t>(bytes + kAlignment)) : nullptr;
+            bytes > 0 ? allocate(static_cast<size_t>(bytes) + kAlignment) : nullptr;
         if (!pixels)
             return;
         av_image_fill_arrays(data, strides, pixels.get(), kFormat, size.width(), size.height(),
