@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr uint16_t kSide = 16;        // pixels looked at
-constexpr int kBright = 24;           // of 255, what a picture of the Sun has at least somewhere
+constexpr int kLit = 3;               // of 255: no longer black, though a picture may still be fading in
 constexpr auto kBetweenLooks = 500us; // a look itself takes a tenth of that
 constexpr auto kPatience = 20s;
 
@@ -37,7 +37,7 @@ bool isLit(xcb_connection_t *server)
     const uint8_t *const bytes = xcb_get_image_data(image.get());
     const int length = xcb_get_image_data_length(image.get());
     for (int i = 0; i < length; ++i) {
-        if (i % 4 != 3 && bytes[i] > kBright) // the fourth is no colour
+        if (i % 4 != 3 && bytes[i] > kLit) // the fourth is no colour
             return true;
     }
     return false;

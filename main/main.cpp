@@ -21,6 +21,7 @@
 #include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
 #include "platform/update/Relaunch.h"
+#include "platform/video/VideoPlayer.h"
 #include "shell/App.h"
 #include "shell/CommandLine.h"
 #include "shell/SelfTest.h"
@@ -155,6 +156,8 @@ int main(int argc, char **argv)
     }
     if (commandLine.refreshOnly || commandLine.primeOnly)
         return refresh(argc, argv, !commandLine.refreshOnly);
+    if (App::showsAtOnce(commandLine))
+        VideoPlayer::loadAhead();
     const int status = runApplication(argc, argv, commandLine);
     // A session that ends meanwhile wants no program back.
     if (TerminationSignals::wereReceived())

@@ -25,6 +25,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
+constexpr int kTicksALook = 4; // at the settings, while nothing shows
 constexpr std::chrono::hours kRefreshInterval{1};
 // From the end of a machine's sleep: a wireless network takes five to ten seconds to come back, and
 // who looks too early finds nobody and looks again in an hour.
@@ -193,18 +194,25 @@ void App::perform(const QString &action)
         applicationShouldHandleReopen();
 }
 
+bool App::showsAtOnce(const CommandLine &commandLine)
+{
+    if (!commandLine.action.isEmpty() || commandLine.quiet)
+        return false;
+    const Mode mode = Settings::mode();
+    return commandLine.forceStart
+        || (Settings::configured() && (mode == Mode::wall || mode == Mode::kiosk));
+}
+
 void App::decideWhatToShow(const CommandLine &commandLine)
 {
-    const Mode mode = Settings::mode();
-    const bool configured = Settings::configured();
     // Who asks for one thing does not want another.
     if (!commandLine.action.isEmpty())
         perform(commandLine.action);
     else if (commandLine.quiet)
         log(QStringLiteral("resident, no windows"));
-    else if (commandLine.forceStart || (configured && (mode == Mode::wall || mode == Mode::kiosk)))
+    else if (showsAtOnce(commandLine))
         show();
-    else if (configured && mode == Mode::desktop)
+    else if (Settings::configured() && Settings::mode() == Mode::desktop)
         log(QStringLiteral("desktop mode: resident, no windows"));
     else
         Preferences::shared().show();
@@ -487,8 +495,17 @@ void App::tickSaver()
 
 void App::showWhenIdle()
 {
-    const bool waits = m_armedWaiting || Settings::mode() == Mode::saver;
-    if (!waits || !m_idleClock.isIdleFor(Settings::idleMinutes() * 60)) {
+    const auto isTime = [this] {
+        return (m_armedWaiting || m_waitsAlways) && m_idleClock.isIdleFor(m_idleSecondsToWait);
+    };
+    // Looking at the settings' files is half of what a waiting program costs. That others have
+    // changed them is seen a second later, but nothing is done that they no longer say.
+    if (--m_ticksToLook <= 0 || isTime()) {
+        m_ticksToLook = kTicksALook;
+        m_waitsAlways = Settings::mode() == Mode::saver;
+        m_idleSecondsToWait = Settings::idleMinutes() * 60;
+    }
+    if (!isTime()) {
         m_foundNothingToShow = false;
         return;
     }

@@ -61,6 +61,10 @@ public:
     explicit App(const Surroundings &surroundings);
     ~App() override;
 
+    // Whether a launch with this command line shows the walls at once, by the settings as they
+    // stand. Needs no application.
+    [[nodiscard]] static bool showsAtOnce(const CommandLine &commandLine);
+
     // The launch sequence; call it once, with the event loop about to run.
     void applicationDidFinishLaunching(const CommandLine &commandLine);
     // Takes the walls down in order.
@@ -174,6 +178,9 @@ private:
     Mode m_mode = Mode::desktop; // of the walls, while they are up
     bool m_armed = false;        // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
+    bool m_waitsAlways = false;     // for nobody to be there, by the last look at the settings
+    double m_idleSecondsToWait = 0; // by the same look
+    int m_ticksToLook = 0;          // until the next one
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_buttonsVisible = false;     // close buttons and badges are faded in
     bool m_cursorHidden = false;

@@ -23,6 +23,8 @@ public:
     // Starts one, or says why that is impossible. It ends with this object, and with the program,
     // whatever it is at.
     [[nodiscard]] static std::variant<ReaderProcess, QString> start();
+    // Loads what readers are copies of, for the first one.
+    static void loadAhead();
     ReaderProcess(ReaderProcess &&other) noexcept
         : m_starter(std::move(other.m_starter))
         , m_process(std::exchange(other.m_process, 0))

@@ -1,6 +1,7 @@
 #include "platform/video/VideoPlayer.h"
 
 #include "platform/video/FrameQueue.h"
+#include "platform/video/ReaderProcess.h"
 
 #include <QPointer>
 
@@ -13,6 +14,11 @@ namespace {
 quint64 lastPictureSerial = 0; // main thread only
 
 } // namespace
+
+void VideoPlayer::loadAhead()
+{
+    ReaderProcess::loadAhead();
+}
 
 VideoPlayer::VideoPlayer(const QString &path, QSize bounds, const MediaClock &clock,
                          QObject *parent)

@@ -2,6 +2,7 @@
 
 #include "FrameMark.h"
 #include "support/ManualMediaClock.h"
+#include "support/Processes.h"
 #include "support/ShownPicture.h"
 #include "support/TestClip.h"
 #include "support/Waiting.h"
@@ -59,6 +60,22 @@ protected:
     test::ManualMediaClock m_clock;
     MediaTime m_start = m_clock.now();
 };
+
+TEST_F(VideoPlayerTest, UsesWhatWasLoadedAheadAndKeepsItNoLonger)
+{
+    const qint64 self = QCoreApplication::applicationPid();
+    ASSERT_TRUE(test::clipReadersOf(self).starters.isEmpty());
+    VideoPlayer::loadAhead();
+    VideoPlayer::loadAhead();
+    const QList<qint64> loaded = test::clipReadersOf(self).starters;
+    EXPECT_EQ(loaded.size(), 1);
+
+    auto clip = player();
+    EXPECT_TRUE(becomes([&] { return number(*clip) == 0; }));
+    EXPECT_EQ(test::clipReadersOf(self).starters, loaded);
+    clip.reset();
+    EXPECT_TRUE(test::clipReadersOf(self).starters.isEmpty());
+}
 
 TEST_F(VideoPlayerTest, ShowsTheFirstPictureBeforeItPlays)
 {
