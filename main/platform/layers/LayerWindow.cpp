@@ -31,7 +31,7 @@ LayerWindow::LayerWindow(LayerTree &tree, QScreen *screen)
     m_drawTimer.setSingleShot(true);
     m_drawTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_drawTimer, &QTimer::timeout, this, &LayerWindow::draw);
-    connect(&tree, &LayerTree::needsDisplay, this, &LayerWindow::scheduleDrawing);
+    connect(&tree, &LayerTree::needsDisplay, this, &LayerWindow::drawChange);
 }
 
 LayerWindow::~LayerWindow()
@@ -57,7 +57,7 @@ void LayerWindow::resizeEvent(QResizeEvent *event)
 {
     m_tree.setSize(event->size());
     m_everythingChanged = true;
-    scheduleDrawing();
+    drawChange();
 }
 
 MediaTime LayerWindow::frameInterval() const
@@ -67,12 +67,20 @@ MediaTime LayerWindow::frameInterval() const
     return std::chrono::duration_cast<MediaTime>(std::chrono::duration<double>(1 / rate));
 }
 
-void LayerWindow::scheduleDrawing()
+void LayerWindow::drawChange()
 {
-    if (m_drawTimer.isActive())
-        return;
-    const MediaTime wait = std::max(m_lastDrawn + frameInterval() - m_tree.now(), MediaTime(0));
-    m_drawTimer.start(std::chrono::floor<std::chrono::milliseconds>(wait));
+    // A clip's picture that came between two steps of an animation would stand a quarter too short,
+    // and the one before it a quarter too long, if it waited for the next step. OpenGL waits for
+    // the display anyway.
+    scheduleDrawing(m_store ? frameInterval() / 2 : frameInterval());
+}
+
+void LayerWindow::scheduleDrawing(MediaTime sinceLast)
+{
+    const MediaTime wait = std::max(m_lastDrawn + sinceLast - m_tree.now(), MediaTime(0));
+    const auto rounded = std::chrono::floor<std::chrono::milliseconds>(wait);
+    if (!m_drawTimer.isActive() || m_drawTimer.remainingTimeAsDuration() > rounded)
+        m_drawTimer.start(rounded);
 }
 
 void LayerWindow::draw()
@@ -86,7 +94,7 @@ void LayerWindow::draw()
     else
         drawGl();
     if (m_tree.isAnimating())
-        scheduleDrawing();
+        scheduleDrawing(frameInterval());
 }
 
 QSize LayerWindow::pixelSize() const

@@ -41,9 +41,12 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    // The least time between two pictures: the screen's own, or 1/60 s where it tells none.
+    // Between two steps of an animation: the screen's own, or 1/60 s where it tells none.
     [[nodiscard]] MediaTime frameInterval() const;
-    void scheduleDrawing();
+    // Draws soon, what comes meanwhile included.
+    void drawChange();
+    // Draws so long after it was last drawn, or earlier where that is due already.
+    void scheduleDrawing(MediaTime sinceLast);
     void draw();
     void drawRaster();
     void drawGl();
