@@ -90,20 +90,21 @@ void RasterRenderer::paint(QImage &target, const QRegion &region)
             painter.fillRect(area, Qt::black);
         for (size_t i = hiding.value_or(0); i < m_list.size(); ++i) {
             if (m_list[i].touched().intersects(area))
-                drawItem(painter, m_list[i], area);
+                drawItem(painter, target, m_list[i], area);
         }
     }
     letPicturesGo();
 }
 
-void RasterRenderer::drawItem(QPainter &painter, const DrawItem &item, const QRect &area)
+void RasterRenderer::drawItem(QPainter &painter, QImage &target, const DrawItem &item,
+                              const QRect &area)
 {
     painter.save();
     painter.setOpacity(item.opacity);
     if (item.background.alpha() > 0 && !pictureHides(item, area))
         fill(painter, item, item.rect, item.background);
     if (!item.picture.isNull())
-        drawPicture(painter, item, area);
+        drawPicture(painter, target, item, area);
     else if (item.contents.width() == 1)
         drawColumn(painter, item, area);
     else if (!item.contents.isNull())
@@ -111,7 +112,8 @@ void RasterRenderer::drawItem(QPainter &painter, const DrawItem &item, const QRe
     painter.restore();
 }
 
-void RasterRenderer::drawPicture(QPainter &painter, const DrawItem &item, const QRect &area)
+void RasterRenderer::drawPicture(QPainter &painter, QImage &target, const DrawItem &item,
+                                 const QRect &area)
 {
     const QRect rect = item.pictureRect;
     const QRect visible = rect & area;
@@ -120,6 +122,12 @@ void RasterRenderer::drawPicture(QPainter &painter, const DrawItem &item, const 
     const int step = !isQuick ? rect.height() : item.mask ? kMaskedStripRows : kStripRows;
     const int top = visible.top() - rect.top();
     const int bottom = visible.bottom() + 1 - rect.top();
+    if (isQuick && !item.mask && item.opacity >= 1 && visible.width() == rect.width()) {
+        auto *const pixels = reinterpret_cast<uint32_t *>(target.scanLine(visible.top()));
+        m_rgb.writeRows(item.picture, rect.size(), top, bottom - top, pixels + visible.left(),
+                        target.bytesPerLine() / 4);
+        return;
+    }
     for (int y = isQuick ? top : 0; y < bottom; y += step) {
         const QRect strip(rect.x(), rect.y() + y, rect.width(), std::min(step, rect.height() - y));
         const QImage pixels = m_rgb.rows(item.picture, rect.size(), y, strip.height());

@@ -24,8 +24,9 @@ public:
     void paint(QImage &target, const QRegion &region);
 
 private:
-    void drawItem(QPainter &painter, const DrawItem &item, const QRect &area);
-    void drawPicture(QPainter &painter, const DrawItem &item, const QRect &area);
+    // `painter` paints on `target`.
+    void drawItem(QPainter &painter, QImage &target, const DrawItem &item, const QRect &area);
+    void drawPicture(QPainter &painter, QImage &target, const DrawItem &item, const QRect &area);
     void letPicturesGo();
 
     DrawList m_list;

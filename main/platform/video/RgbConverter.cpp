@@ -126,11 +126,17 @@ QImage RgbConverter::rows(const Picture &picture, QSize size, int first, int cou
             .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
             .copy(0, first, size.width(), count);
     }
+    m_rows.resize(static_cast<size_t>(size.width()) * static_cast<size_t>(count));
+    writeRows(picture, size, first, count, m_rows.data(), size.width());
+    return QImage(reinterpret_cast<const uchar *>(m_rows.data()), size.width(), count,
+                  qsizetype{4} * size.width(), QImage::Format_RGB32);
+}
+
+void RgbConverter::writeRows(const Picture &picture, QSize size, int first, int count,
+                             uint32_t *pixels, ptrdiff_t stride)
+{
     const Factors factors(colourDecoding(picture.matrix, picture.range));
     const QSize chroma = chromaSize(size);
-    const auto width = static_cast<size_t>(size.width());
-    m_rows.resize(width * static_cast<size_t>(count));
-    uint32_t *pixels = m_rows.data();
     ChromaTerms terms(chroma.width());
     for (int begin = first; begin < first + count; begin += kStripRows) {
         const int end = std::min(begin + kStripRows, first + count);
@@ -138,15 +144,13 @@ QImage RgbConverter::rows(const Picture &picture, QSize size, int first, int cou
         const Plane luma = enlarged(picture.planes[0], size, begin, end - begin, m_planes[0]);
         const Plane blue = enlarged(picture.planes[1], chroma, begin / 2, chromaRows, m_planes[1]);
         const Plane red = enlarged(picture.planes[2], chroma, begin / 2, chromaRows, m_planes[2]);
-        for (int y = begin; y < end; ++y, pixels += width) {
+        for (int y = begin; y < end; ++y, pixels += stride) {
             if (y == begin || y % 2 == 0)
                 computeTerms(factors, row(blue, y / 2 - begin / 2), row(red, y / 2 - begin / 2),
                              chroma.width(), terms);
             convertRow(factors, row(luma, y - begin), terms, pixels, size.width());
         }
     }
-    return QImage(reinterpret_cast<const uchar *>(m_rows.data()), size.width(), count,
-                  qsizetype{4} * size.width(), QImage::Format_RGB32);
 }
 
 Plane RgbConverter::enlarged(const Plane &plane, QSize size, int first, int count,

@@ -24,6 +24,10 @@ public:
     // until the next call.
     [[nodiscard]] QImage rows(const Picture &picture, QSize size, int first, int count);
 
+    // The same where they shall be, `stride` pixels from row to row. The picture is quick.
+    void writeRows(const Picture &picture, QSize size, int first, int count, uint32_t *pixels,
+                   ptrdiff_t stride);
+
     // Whether a few rows cost less than all of them: the picture is nowhere made smaller.
     [[nodiscard]] static bool isQuick(const Picture &picture, QSize size)
     {
