@@ -18,8 +18,8 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr uint16_t kSide = 16;        // pixels looked at
-constexpr int kLit = 3;               // of 255: no longer black, though a picture may still be fading in
+constexpr uint16_t kSide = 16; // pixels looked at
+constexpr int kLit = 3;        // of 255: no longer black, though a picture may still be fading in
 constexpr auto kBetweenLooks = 500us; // a look itself takes a tenth of that
 constexpr auto kPatience = 20s;
 

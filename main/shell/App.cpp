@@ -25,7 +25,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
-constexpr int kTicksALook = 4; // at the settings, while nothing shows
+// While walls cannot come up by themselves before the next: each costs a glance at the settings.
+constexpr milliseconds kTickAtRest{1000};
 constexpr std::chrono::hours kRefreshInterval{1};
 // From the end of a machine's sleep: a wireless network takes five to ten seconds to come back, and
 // who looks too early finds nobody and looks again in an hour.
@@ -384,6 +385,7 @@ void App::show()
         return;
     }
     m_showing = true;
+    setTick(kTick);
     m_armed = false;
     setCursor(m_coversAll);
     if (mode == Mode::kiosk)
@@ -462,6 +464,12 @@ void App::tick()
     }
 }
 
+void App::setTick(milliseconds interval)
+{
+    if (m_tick.intervalAsDuration() != interval)
+        m_tick.start(interval);
+}
+
 void App::followMode()
 {
     if (!m_showing)
@@ -495,17 +503,12 @@ void App::tickSaver()
 
 void App::showWhenIdle()
 {
-    const auto isTime = [this] {
-        return (m_armedWaiting || m_waitsAlways) && m_idleClock.isIdleFor(m_idleSecondsToWait);
-    };
-    // Looking at the settings' files is half of what a waiting program costs. That others have
-    // changed them is seen a second later, but nothing is done that they no longer say.
-    if (--m_ticksToLook <= 0 || isTime()) {
-        m_ticksToLook = kTicksALook;
-        m_waitsAlways = Settings::mode() == Mode::saver;
-        m_idleSecondsToWait = Settings::idleMinutes() * 60;
-    }
-    if (!isTime()) {
+    const bool waits = m_armedWaiting || Settings::mode() == Mode::saver;
+    const double seconds = waits ? Settings::idleMinutes() * 60 : 0;
+    const double rest = std::chrono::duration<double>(kTickAtRest).count();
+    const bool isNear = waits && m_idleClock.isIdleFor(seconds - rest);
+    setTick(isNear ? kTick : kTickAtRest);
+    if (!isNear || !m_idleClock.isIdleFor(seconds)) {
         m_foundNothingToShow = false;
         return;
     }

@@ -134,6 +134,7 @@ private:
     void addChrome(WallWindow &window);
     void takeDownWindows();
     void showWhenIdle();
+    void setTick(std::chrono::milliseconds interval);
     // Not so when a display that went took its wall along, though it came back at once.
     [[nodiscard]] bool areAllInPlace() const;
     [[nodiscard]] int screensOn() const; // those that are not Off
@@ -178,9 +179,6 @@ private:
     Mode m_mode = Mode::desktop; // of the walls, while they are up
     bool m_armed = false;        // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
-    bool m_waitsAlways = false;     // for nobody to be there, by the last look at the settings
-    double m_idleSecondsToWait = 0; // by the same look
-    int m_ticksToLook = 0;          // until the next one
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_buttonsVisible = false;     // close buttons and badges are faded in
     bool m_cursorHidden = false;

@@ -449,6 +449,22 @@ TEST_F(SaverOnItsOwn, EndsWithinAQuarterOfASecondOfInput)
     EXPECT_LE(m_idle.interval, 250ms);
 }
 
+TEST_F(SaverOnItsOwn, LooksOnceASecondUntilTheLastOne)
+{
+    m_idle.seconds = 298.9;
+    ASSERT_TRUE(looksAgain() && looksAgain());
+    EXPECT_EQ(m_idle.interval, 1s);
+    m_idle.seconds = 299;
+    ASSERT_TRUE(looksAgain() && looksAgain() && looksAgain());
+    EXPECT_EQ(m_idle.interval, 250ms);
+    m_idle.seconds = 0;
+    ASSERT_TRUE(looksAgain() && looksAgain());
+    EXPECT_EQ(m_idle.interval, 1s);
+    m_app->show();
+    ASSERT_TRUE(looksAgain());
+    EXPECT_EQ(m_idle.interval, 250ms);
+}
+
 TEST_F(AppTest, ASaverThatIsShownAnewHasToSettleAnew)
 {
     configure(Mode::saver);
