@@ -93,7 +93,8 @@ public:
     // When an update that lies ready may be installed.
     [[nodiscard]] Updater::When whenToInstall() const;
 
-    // What happens four times a second. The timer calls it; tests do, too.
+    // What happens four times a second while walls show or soon may, else once. The timer calls it;
+    // tests do, too.
     void tick();
     // What waits for its moment by the clock that the App was given. It runs by itself; tests that
     // set the clock advance it.
