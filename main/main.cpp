@@ -28,11 +28,14 @@
 #include "updater/Updater.h"
 
 #include <QApplication>
+#include <QTimer>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <malloc.h>
+#include <memory>
 #include <unistd.h>
 
 using namespace corvella;
@@ -43,6 +46,9 @@ namespace {
 // where that fails.
 constexpr int kAnewShowing = 75;
 constexpr int kAnewWithoutWindows = 76;
+
+// How long what reads clips is kept for a wall that does not play yet.
+constexpr std::chrono::seconds kKeptLoaded{10};
 
 // Clips come and go for months: their buffers are given back to the system when they are freed,
 // instead of wearing holes into the heap.
@@ -102,7 +108,11 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
 {
     if (!chooseDisplayServer())
         return EXIT_FAILURE;
+    std::shared_ptr<const void> loaded =
+        App::showsAtOnce(commandLine) ? VideoPlayer::loadAhead() : nullptr;
     QApplication app(argc, argv);
+    // By then the walls that play keep it themselves.
+    QTimer::singleShot(kKeptLoaded, &app, [loaded = std::move(loaded)] {});
     QApplication::setApplicationName(QStringLiteral("Corvella"));
     QGuiApplication::setDesktopFileName(QStringLiteral("space.tarrow.corvella"));
     QApplication::setQuitOnLastWindowClosed(false);
@@ -156,8 +166,6 @@ int main(int argc, char **argv)
     }
     if (commandLine.refreshOnly || commandLine.primeOnly)
         return refresh(argc, argv, !commandLine.refreshOnly);
-    if (App::showsAtOnce(commandLine))
-        VideoPlayer::loadAhead();
     const int status = runApplication(argc, argv, commandLine);
     // A session that ends meanwhile wants no program back.
     if (TerminationSignals::wereReceived())

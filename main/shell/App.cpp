@@ -506,7 +506,8 @@ void App::showWhenIdle()
     const bool waits = m_armedWaiting || Settings::mode() == Mode::saver;
     const double seconds = waits ? Settings::idleMinutes() * 60 : 0;
     const double rest = std::chrono::duration<double>(kTickAtRest).count();
-    const bool isNear = waits && m_idleClock.isIdleFor(seconds - rest);
+    // Twice, so that walls come up only at a quick tick, whose idle time is fresh.
+    const bool isNear = waits && m_idleClock.isIdleFor(seconds - 2 * rest);
     setTick(isNear ? kTick : kTickAtRest);
     if (!isNear || !m_idleClock.isIdleFor(seconds)) {
         m_foundNothingToShow = false;

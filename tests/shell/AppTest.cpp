@@ -449,12 +449,12 @@ TEST_F(SaverOnItsOwn, EndsWithinAQuarterOfASecondOfInput)
     EXPECT_LE(m_idle.interval, 250ms);
 }
 
-TEST_F(SaverOnItsOwn, LooksOnceASecondUntilTheLastOne)
+TEST_F(SaverOnItsOwn, LooksOnceASecondUntilTheLastTwo)
 {
-    m_idle.seconds = 298.9;
+    m_idle.seconds = 297.9;
     ASSERT_TRUE(looksAgain() && looksAgain());
     EXPECT_EQ(m_idle.interval, 1s);
-    m_idle.seconds = 299;
+    m_idle.seconds = 298;
     ASSERT_TRUE(looksAgain() && looksAgain() && looksAgain());
     EXPECT_EQ(m_idle.interval, 250ms);
     m_idle.seconds = 0;

@@ -17,6 +17,8 @@ namespace corvella {
 namespace {
 
 constexpr double kFallbackRefreshRate = 60; // Hz
+// One alone may be the machine's doing.
+constexpr int kLateSteps = 2;
 
 } // namespace
 
@@ -88,13 +90,25 @@ void LayerWindow::draw()
     m_tree.advance();
     if (!isExposed())
         return;
-    m_lastDrawn = m_tree.now();
+    const MediaTime now = m_tree.now();
+    const bool isLate = m_stepDue && now > *m_stepDue + frameInterval() / 2;
+    m_lateSteps = isLate ? m_lateSteps + 1 : 0;
+    m_lastDrawn = now;
     if (m_store)
         drawRaster();
     else
         drawGl();
-    if (m_tree.isAnimating())
-        scheduleDrawing(frameInterval());
+    m_stepDue.reset();
+    if (!m_tree.isAnimating()) {
+        m_intervalsAStep = 1;
+        return;
+    }
+    // Where there is no time for every step, half of them leave the clips theirs.
+    if (m_lateSteps >= kLateSteps)
+        m_intervalsAStep = 2;
+    const MediaTime step = m_intervalsAStep * frameInterval();
+    m_stepDue = now + step;
+    scheduleDrawing(step);
 }
 
 QSize LayerWindow::pixelSize() const

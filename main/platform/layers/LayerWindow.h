@@ -9,6 +9,7 @@
 #include <QWindow>
 
 #include <memory>
+#include <optional>
 
 class QBackingStore;
 class QOpenGLContext;
@@ -55,6 +56,9 @@ private:
     LayerTree &m_tree;
     QTimer m_drawTimer;
     MediaTime m_lastDrawn{0};
+    std::optional<MediaTime> m_stepDue; // of the animation that runs
+    int m_lateSteps = 0;                // one after the other
+    int m_intervalsAStep = 1;           // 2 for the rest of an animation that cannot keep up
 
     std::unique_ptr<QBackingStore> m_store; // raster only
     RasterRenderer m_raster;

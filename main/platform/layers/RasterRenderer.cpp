@@ -122,7 +122,10 @@ void RasterRenderer::drawPicture(QPainter &painter, QImage &target, const DrawIt
     const int step = !isQuick ? rect.height() : item.mask ? kMaskedStripRows : kStripRows;
     const int top = visible.top() - rect.top();
     const int bottom = visible.bottom() + 1 - rect.top();
-    if (isQuick && !item.mask && item.opacity >= 1 && visible.width() == rect.width()) {
+    // Displays of 16 or 30 bits a pixel have pixels of another kind.
+    const bool isAlike = target.format() == QImage::Format_RGB32
+        || target.format() == QImage::Format_ARGB32_Premultiplied;
+    if (isAlike && isQuick && !item.mask && item.opacity >= 1 && visible.width() == rect.width()) {
         auto *const pixels = reinterpret_cast<uint32_t *>(target.scanLine(visible.top()));
         m_rgb.writeRows(item.picture, rect.size(), top, bottom - top, pixels + visible.left(),
                         target.bytesPerLine() / 4);

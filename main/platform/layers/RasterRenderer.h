@@ -19,7 +19,7 @@ public:
     // Everything must be drawn anew, as after the window was uncovered or resized.
     void invalidate() { m_list.clear(); }
 
-    // Draws the current list into `target` (32 bits a pixel, as large as the window), inside
+    // Draws the current list into `target` (of any format, as large as the window), inside
     // `region`, and lets the clips' pictures go: the decoders need their memory.
     void paint(QImage &target, const QRegion &region);
 

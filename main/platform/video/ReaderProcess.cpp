@@ -41,9 +41,6 @@ class ReaderStarter
 public:
     // The one that runs, or a new one; the system's error code where there can be none.
     static std::variant<std::shared_ptr<ReaderStarter>, int> running();
-    // Starts one where none runs, which then lives until takenUp().
-    static void loadAhead();
-    static void takenUp();
     ~ReaderStarter();
     ReaderStarter(const ReaderStarter &) = delete;
     ReaderStarter &operator=(const ReaderStarter &) = delete;
@@ -59,12 +56,7 @@ private:
         , m_socket(std::move(socket))
     {
     }
-    static std::variant<std::shared_ptr<ReaderStarter>, int> start();
     std::optional<ReaderAnswer> ask(const ReaderOrder &order, int file);
-
-    static std::mutex s_mutex;
-    static std::weak_ptr<ReaderStarter> s_last;    // guarded by s_mutex
-    static std::shared_ptr<ReaderStarter> s_ahead; // guarded by s_mutex: nobody has used it yet
 
     const pid_t m_process;
     const FileDescriptor m_socket;
@@ -72,41 +64,16 @@ private:
     bool m_isLost = false; // guarded by m_conversation: it has not answered
 };
 
-std::mutex ReaderStarter::s_mutex;
-std::weak_ptr<ReaderStarter> ReaderStarter::s_last;
-std::shared_ptr<ReaderStarter> ReaderStarter::s_ahead;
-
 std::variant<std::shared_ptr<ReaderStarter>, int> ReaderStarter::running()
 {
-    const std::lock_guard lock(s_mutex);
-    if (std::shared_ptr<ReaderStarter> starter = s_last.lock()) {
+    static std::mutex mutex;
+    static std::weak_ptr<ReaderStarter> last; // guarded by mutex
+    const std::lock_guard lock(mutex);
+    if (std::shared_ptr<ReaderStarter> starter = last.lock()) {
         const std::lock_guard conversation(starter->m_conversation);
         if (!starter->m_isLost)
             return starter;
     }
-    auto started = start();
-    if (const auto *starter = std::get_if<std::shared_ptr<ReaderStarter>>(&started))
-        s_last = *starter;
-    return started;
-}
-
-void ReaderStarter::loadAhead()
-{
-    const auto started = running();
-    const std::lock_guard lock(s_mutex);
-    if (const auto *starter = std::get_if<std::shared_ptr<ReaderStarter>>(&started))
-        s_ahead = *starter;
-}
-
-void ReaderStarter::takenUp()
-{
-    std::shared_ptr<ReaderStarter> last; // let go without the lock
-    const std::lock_guard lock(s_mutex);
-    last.swap(s_ahead);
-}
-
-std::variant<std::shared_ptr<ReaderStarter>, int> ReaderStarter::start()
-{
     auto sockets = socketPair();
     if (!sockets)
         return errno;
@@ -122,7 +89,9 @@ std::variant<std::shared_ptr<ReaderStarter>, int> ReaderStarter::start()
     ::posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
         return error;
-    return std::shared_ptr<ReaderStarter>(new ReaderStarter(process, std::move(ours)));
+    std::shared_ptr<ReaderStarter> starter(new ReaderStarter(process, std::move(ours)));
+    last = starter;
+    return starter;
 }
 
 ReaderStarter::~ReaderStarter()
@@ -152,15 +121,16 @@ std::optional<ReaderAnswer> ReaderStarter::ask(const ReaderOrder &order, int fil
     return answer;
 }
 
-void ReaderProcess::loadAhead()
+std::shared_ptr<const void> ReaderProcess::loadAhead()
 {
-    ReaderStarter::loadAhead();
+    const auto running = ReaderStarter::running();
+    const auto *starter = std::get_if<std::shared_ptr<ReaderStarter>>(&running);
+    return starter ? *starter : nullptr;
 }
 
 std::variant<ReaderProcess, QString> ReaderProcess::start()
 {
     const auto running = ReaderStarter::running();
-    ReaderStarter::takenUp();
     if (const int *error = std::get_if<int>(&running))
         return systemText(*error);
     const auto &starter = std::get<std::shared_ptr<ReaderStarter>>(running);

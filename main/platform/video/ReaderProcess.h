@@ -23,8 +23,9 @@ public:
     // Starts one, or says why that is impossible. It ends with this object, and with the program,
     // whatever it is at.
     [[nodiscard]] static std::variant<ReaderProcess, QString> start();
-    // Loads what readers are copies of, for the first one.
-    static void loadAhead();
+    // Starts what readers are copies of, and keeps it for as long as this is kept; null where it
+    // cannot be started.
+    [[nodiscard]] static std::shared_ptr<const void> loadAhead();
     ReaderProcess(ReaderProcess &&other) noexcept
         : m_starter(std::move(other.m_starter))
         , m_process(std::exchange(other.m_process, 0))

@@ -15,9 +15,9 @@ quint64 lastPictureSerial = 0; // main thread only
 
 } // namespace
 
-void VideoPlayer::loadAhead()
+std::shared_ptr<const void> VideoPlayer::loadAhead()
 {
-    ReaderProcess::loadAhead();
+    return ReaderProcess::loadAhead();
 }
 
 VideoPlayer::VideoPlayer(const QString &path, QSize bounds, const MediaClock &clock,

@@ -25,9 +25,10 @@ public:
     // nearEnd comes this long before the end, in real time.
     static constexpr MediaTime kNearEnd = std::chrono::seconds(1);
 
-    // Loads meanwhile what the first player needs, and takes the longest of all until its picture
-    // is there: worth calling as soon as it is clear that a clip will be played. Any thread.
-    static void loadAhead();
+    // Starts to load what the first player needs, which takes longer than all else until its
+    // picture is there: worth calling as soon as it is clear that a clip will be played. It stays
+    // loaded for as long as the handle or a player lives. Any thread.
+    [[nodiscard]] static std::shared_ptr<const void> loadAhead();
 
     // Starts to open the clip at once; its first picture is shown as soon as it is decoded.
     // The clock must outlive the player.

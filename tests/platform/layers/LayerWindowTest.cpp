@@ -65,5 +65,25 @@ TEST_F(LayerWindowTest, AChangeIsNotKeptWaitingForAnAnimationsNextStep)
     EXPECT_EQ(presentedAtOnce(), 1);
 }
 
+TEST_F(LayerWindowTest, AnAnimationThatCannotKeepUpTakesHalfOfItsSteps)
+{
+    Layer *const fading = add({16, 16, 8, 8}, Qt::white);
+    ASSERT_TRUE(showsSomething());
+    {
+        const Transaction transaction(m_tree, 1h);
+        fading->setOpacity(0);
+    }
+    const auto nextStep = [this] {
+        const test::Stopwatch stopwatch;
+        m_clock.advance(1min); // which is late
+        EXPECT_TRUE(becomes([this, before = m_presented] { return m_presented > before; },
+                            test::kGenerous, 0ms));
+        return stopwatch.elapsed();
+    };
+    for (int late = 0; late < 3; ++late)
+        (void)nextStep();
+    EXPECT_GE(nextStep(), 30ms) << "two of the display's frames, less what timers round";
+}
+
 } // namespace
 } // namespace corvella

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace corvella {
 namespace {
 
@@ -129,6 +132,55 @@ TEST_F(RasterRendererTest, RoundedCornersLetTheBackgroundThrough)
     EXPECT_EQ(m_target.pixelColor(30, 20), QColor(Qt::white));
     EXPECT_EQ(m_target.pixelColor(50, 50), QColor(Qt::white));
 }
+
+// Displays of 16 and of 30 bits a pixel, and those whose red and blue lie the other way round.
+class RasterTarget : public testing::TestWithParam<QImage::Format>
+{
+};
+
+TEST_P(RasterTarget, ShowsAPictureInItsOwnKindOfPixels)
+{
+    constexpr int kSide = 64;
+    // Limited range of BT.709: from black to white from left to right, and reddish all over.
+    std::vector<uint8_t> luma(size_t{kSide} * kSide);
+    for (size_t i = 0; i < luma.size(); ++i)
+        luma[i] = static_cast<uint8_t>(16 + i % kSide * 3);
+    const std::vector<uint8_t> cb(luma.size() / 4, 100);
+    const std::vector<uint8_t> cr(luma.size() / 4, 160);
+    DrawItem item;
+    item.rect = item.pictureRect = QRect(0, 0, kSide, kSide);
+    item.picture.planes = {Plane{luma.data(), kSide, {kSide, kSide}},
+                           Plane{cb.data(), kSide / 2, {kSide / 2, kSide / 2}},
+                           Plane{cr.data(), kSide / 2, {kSide / 2, kSide / 2}}};
+    item.picture.displaySize = {kSide, kSide};
+    item.serial = 1;
+
+    // With as much behind the target as it has itself.
+    const QImage plain(kSide, kSide, GetParam());
+    std::vector<uchar> memory(2 * static_cast<size_t>(plain.sizeInBytes()), 0xa5);
+    QImage target(memory.data(), kSide, kSide, plain.bytesPerLine(), GetParam());
+    RasterRenderer renderer;
+    renderer.paint(target, renderer.advance({item}));
+
+    const int tolerance = GetParam() == QImage::Format_RGB16 ? 9 : 2;
+    const auto level = [](double value) { return std::clamp(value * 255, 0.0, 255.0); };
+    for (int x = 0; x < kSide; ++x) {
+        const double y = x * 3 / 219.0;
+        const double blue = (100 - 128) / 224.0;
+        const double red = (160 - 128) / 224.0;
+        const QColor seen = target.pixelColor(x, x);
+        EXPECT_NEAR(seen.red(), level(y + 1.5748 * red), tolerance) << x;
+        EXPECT_NEAR(seen.green(), level(y - 0.1873 * blue - 0.4681 * red), tolerance) << x;
+        EXPECT_NEAR(seen.blue(), level(y + 1.8556 * blue), tolerance) << x;
+    }
+    EXPECT_TRUE(std::all_of(memory.begin() + plain.sizeInBytes(), memory.end(),
+                            [](uchar byte) { return byte == 0xa5; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RasterTarget,
+                         testing::Values(QImage::Format_RGB32, QImage::Format_ARGB32_Premultiplied,
+                                         QImage::Format_RGB16, QImage::Format_RGB30,
+                                         QImage::Format_BGR30, QImage::Format_RGBX8888));
 
 } // namespace
 } // namespace corvella
