@@ -27,6 +27,8 @@ using std::chrono::milliseconds;
 constexpr milliseconds kTick{250};
 // While walls cannot come up by themselves before the next: each costs a glance at the settings.
 constexpr milliseconds kTickAtRest{1000};
+// Walls that a window manager has somewhere else from the start are left there.
+constexpr int kTicksUntilSettled = 4;
 constexpr std::chrono::hours kRefreshInterval{1};
 // From the end of a machine's sleep: a wireless network takes five to ten seconds to come back, and
 // who looks too early finds nobody and looks again in an hour.
@@ -294,6 +296,7 @@ void App::build()
     for (int i = 0; i < screens.size(); ++i)
         buildWall(screens[i], i);
     m_builtFor = extentsOf(screens);
+    m_ticksInPlace = 0;
     m_coversAll = m_windows.size() == static_cast<size_t>(screens.size());
     if (!m_coversAll)
         setCursor(false); // whoever is at the other screen needs it
@@ -450,8 +453,14 @@ void App::tick()
         m_menus->update();
     if (!m_showing)
         return showWhenIdle();
-    if (!m_pendingRebuild.isPending() && extentsOf(m_screens.list()) != m_builtFor)
-        screensChanged(); // a change of scale comes without a signal
+    // A change of scale comes without a signal, and so does a display that was away so briefly that
+    // only the window manager noticed, which took its wall elsewhere.
+    const bool areInPlace = areAllInPlace();
+    m_ticksInPlace += areInPlace ? 1 : 0;
+    const bool wereTakenAway = !areInPlace && m_ticksInPlace >= kTicksUntilSettled;
+    if (!m_pendingRebuild.isPending()
+        && (wereTakenAway || extentsOf(m_screens.list()) != m_builtFor))
+        screensChanged();
     switch (m_mode) {
     case Mode::wall:
         return setButtons(m_idleClock.secondsIdle() < kButtonFadeSeconds && isPointerOverWall());

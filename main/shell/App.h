@@ -185,6 +185,7 @@ private:
     bool m_cursorHidden = false;
     bool m_coversAll = true;
     QList<Extent> m_builtFor; // one per screen, also for those that are Off
+    int m_ticksInPlace = 0;   // since then, with each wall on its screen
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
     WorkItem m_nextRefresh;

@@ -106,8 +106,13 @@ protected:
             const auto seen = test::seenPattern(picture, test::fittedPattern(display.frame));
             return seen && seen->isWhole;
         };
-        return windowFrames() == framesOf(displays)
+        return hasOneWallOnEach(displays)
             && std::all_of(displays.begin(), displays.end(), showsPattern);
+    }
+
+    [[nodiscard]] bool hasOneWallOnEach(const QList<Monitor> &displays)
+    {
+        return windowFrames() == framesOf(displays);
     }
 
     // Whether nothing is to be seen there of the background.
@@ -218,6 +223,20 @@ TEST_F(DisplaysComeAndGo, DisplayThatIsBackAtOnceIsCovered)
     pullOut(kSecond);
     plugIn(kSecond);
     expectRebuild(u"2 -> 2"_s, {kFirst, kSecond});
+}
+
+// The manager has seen it go, and taken the wall away from it; the program sees a display that
+// never was away.
+TEST_F(DisplaysComeAndGo, DisplayThatWasAwayUnnoticedIsCovered)
+{
+    startOn({kFirst, kSecond});
+    ASSERT_TRUE(m_program.logs(u"clip ended (loops done 1 of 1)"_s)); // it is settled
+    m_program.process().signal(SIGSTOP);
+    pullOut(kSecond);
+    EXPECT_TRUE(becomes([this] { return !hasOneWallOnEach({kFirst, kSecond}); }));
+    plugIn(kSecond);
+    m_program.process().signal(SIGCONT);
+    EXPECT_TRUE(becomes([this] { return areCovered({kFirst, kSecond}); }));
 }
 
 // Counted from before the command that switches the display on, which is a little too long, until

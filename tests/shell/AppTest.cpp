@@ -667,6 +667,28 @@ TEST_F(DisplayChanges, RebuildOnceHalfASecondAfterTheLast)
     EXPECT_EQ(rebuilds().size(), 1);
 }
 
+TEST_F(DisplayChanges, ThatOnlyAManagerSawGiveAWallBackToItsDisplay)
+{
+    for (int i = 0; i < 4; ++i)
+        tickAfterIdle(0); // it has settled
+    m_app->windows()[1]->setGeometry(kLeft.frame);
+    tickAfterIdle(0);
+    EXPECT_EQ(rebuilds(), QStringList());
+    pass(500ms);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 2)")});
+    EXPECT_EQ(m_app->windows()[1]->geometry(), kRight.frame);
+}
+
+TEST_F(DisplayChanges, NeverMoveAWallThatIsElsewhereFromTheStart)
+{
+    m_app->windows()[1]->setGeometry(kLeft.frame);
+    for (int i = 0; i < 20; ++i) {
+        tickAfterIdle(0);
+        pass(500ms);
+    }
+    EXPECT_EQ(rebuilds(), QStringList());
+}
+
 TEST_F(DisplayChanges, ThatAreTakenBackChangeNothing)
 {
     const auto before = m_app->windows()[0]->winId();
