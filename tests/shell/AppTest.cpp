@@ -649,6 +649,14 @@ protected:
 
     QStringList rebuilds() { return logged(QStringLiteral("display layout changed")); }
 
+    // To the first display, as a window manager does with the windows of one that has gone.
+    static void takeAway(WallWindow &wall)
+    {
+        wall.setWindowStates(Qt::WindowNoState);
+        wall.setGeometry(kLeft.frame);
+        EXPECT_TRUE(test::becomes([&wall] { return wall.geometry() == kLeft.frame; }));
+    }
+
     const test::OffscreenScreen kThird{QStringLiteral("Third"), {2080, 0, 640, 480}};
 };
 
@@ -671,7 +679,7 @@ TEST_F(DisplayChanges, ThatOnlyAManagerSawGiveAWallBackToItsDisplay)
 {
     for (int i = 0; i < 4; ++i)
         tickAfterIdle(0); // it has settled
-    m_app->windows()[1]->setGeometry(kLeft.frame);
+    takeAway(*m_app->windows()[1]);
     tickAfterIdle(0);
     EXPECT_EQ(rebuilds(), QStringList());
     pass(500ms);
@@ -681,7 +689,7 @@ TEST_F(DisplayChanges, ThatOnlyAManagerSawGiveAWallBackToItsDisplay)
 
 TEST_F(DisplayChanges, NeverMoveAWallThatIsElsewhereFromTheStart)
 {
-    m_app->windows()[1]->setGeometry(kLeft.frame);
+    takeAway(*m_app->windows()[1]);
     for (int i = 0; i < 20; ++i) {
         tickAfterIdle(0);
         pass(500ms);
