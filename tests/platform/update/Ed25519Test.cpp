@@ -39,11 +39,11 @@ TEST(Ed25519, ReadsBase64InOneWayOnly)
     const QByteArray key = kKey.toBase64();
     EXPECT_TRUE(PublicKey::parse(key));
     EXPECT_FALSE(PublicKey::parse({}));
-    EXPECT_FALSE(PublicKey::parse(key + '\n'));
-    EXPECT_FALSE(PublicKey::parse(' ' + key));
+    EXPECT_FALSE(PublicKey::parse(QByteArray(key).append('\n')));
+    EXPECT_FALSE(PublicKey::parse(QByteArray(key).prepend(' ')));
     EXPECT_FALSE(PublicKey::parse(key.chopped(1))); // without its padding
     EXPECT_FALSE(PublicKey::parse(kKey.chopped(1).toBase64()));
-    EXPECT_FALSE(PublicKey::parse(QByteArray(kKey + 'x').toBase64()));
+    EXPECT_FALSE(PublicKey::parse(QByteArray(kKey).append('x').toBase64()));
     EXPECT_FALSE(PublicKey::parse(kKey.toHex()));
     const QByteArray signature = kSignatureOfMessage.toBase64();
     EXPECT_TRUE(parseSignature(signature));
