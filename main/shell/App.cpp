@@ -25,8 +25,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
-// While walls cannot come up by themselves before the next: each costs a glance at the settings.
-constexpr milliseconds kTickAtRest{1000};
 // Walls that a window manager has somewhere else from the start are left there.
 constexpr int kTicksUntilSettled = 4;
 constexpr std::chrono::hours kRefreshInterval{1};
@@ -388,7 +386,6 @@ void App::show()
         return;
     }
     m_showing = true;
-    setTick(kTick);
     m_armed = false;
     setCursor(m_coversAll);
     if (mode == Mode::kiosk)
@@ -473,12 +470,6 @@ void App::tick()
     }
 }
 
-void App::setTick(milliseconds interval)
-{
-    if (m_tick.intervalAsDuration() != interval)
-        m_tick.start(interval);
-}
-
 void App::followMode()
 {
     if (!m_showing)
@@ -513,12 +504,7 @@ void App::tickSaver()
 void App::showWhenIdle()
 {
     const bool waits = m_armedWaiting || Settings::mode() == Mode::saver;
-    const double seconds = waits ? Settings::idleMinutes() * 60 : 0;
-    const double rest = std::chrono::duration<double>(kTickAtRest).count();
-    // Twice, so that walls come up only at a quick tick, whose idle time is fresh.
-    const bool isNear = waits && m_idleClock.isIdleFor(seconds - 2 * rest);
-    setTick(isNear ? kTick : kTickAtRest);
-    if (!isNear || !m_idleClock.isIdleFor(seconds)) {
+    if (!waits || !m_idleClock.isIdleFor(Settings::idleMinutes() * 60)) {
         m_foundNothingToShow = false;
         return;
     }

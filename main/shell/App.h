@@ -93,8 +93,7 @@ public:
     // When an update that lies ready may be installed.
     [[nodiscard]] Updater::When whenToInstall() const;
 
-    // What happens four times a second while walls show or soon may, else once. The timer calls it;
-    // tests do, too.
+    // What happens four times a second. The timer calls it; tests do, too.
     void tick();
     // What waits for its moment by the clock that the App was given. It runs by itself; tests that
     // set the clock advance it.
@@ -135,7 +134,6 @@ private:
     void addChrome(WallWindow &window);
     void takeDownWindows();
     void showWhenIdle();
-    void setTick(std::chrono::milliseconds interval);
     // Not so when a display that went took its wall along, though it came back at once.
     [[nodiscard]] bool areAllInPlace() const;
     [[nodiscard]] int screensOn() const; // those that are not Off
