@@ -24,10 +24,14 @@ std::optional<SharedClaims> SharedClaims::join(const QString &folder)
         return std::nullopt;
     const QString file =
         QDir(folder).filePath(QString::number(QCoreApplication::applicationPid()) + kSuffix);
-    std::optional<FileLock> alive = FileLock::acquire(file);
-    if (!alive)
-        return std::nullopt;
-    return SharedClaims(file, std::move(*alive));
+    for (;;) {
+        std::optional<FileLock> alive = FileLock::acquire(file);
+        if (!alive)
+            return std::nullopt;
+        // Before it was locked somebody may have taken it for one of the dead.
+        if (alive->isStillAt(file))
+            return SharedClaims(file, std::move(*alive));
+    }
 }
 
 void SharedClaims::announce(const QSet<QString> &ids) const
@@ -42,9 +46,15 @@ QSet<QString> SharedClaims::ofOthers() const
     QSet<QString> held;
     const QFileInfo own(m_file);
     for (const QFileInfo &other : own.dir().entryInfoList({u'*' + kSuffix}, QDir::Files)) {
-        // A lock that can be had is one that nobody holds: its process has ended.
-        if (other == own || FileLock::acquire(other.filePath(), kOnce))
+        if (other == own)
             continue;
+        // A lock that can be had is one that nobody holds: its process has ended. A saver's end
+        // every few minutes, and months of them are not to be looked through at each clip.
+        if (const auto dead = FileLock::acquire(other.filePath(), kOnce)) {
+            if (dead->isStillAt(other.filePath()))
+                QFile::remove(other.filePath());
+            continue;
+        }
         const QByteArray ids = readBounded(other.filePath(), kLargestFileBytes).bytes;
         for (const QString &id : QString::fromUtf8(ids).split(u'\n', Qt::SkipEmptyParts))
             held.insert(id);

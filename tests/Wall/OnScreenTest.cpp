@@ -1,10 +1,16 @@
 #include "Wall/OnScreen.h"
+#include "Wall/SharedClaims.h"
 #include "platform/storage/FileLock.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
 
 namespace corvella {
 namespace {
@@ -79,6 +85,45 @@ TEST_F(OnScreenTest, WhatOtherProcessesShowIsElsewhereAsLongAsTheyLive)
         EXPECT_EQ(OnScreen::heldElsewhere(&m_views[0]), (QSet<QString>{m_a, m_b}));
     }
     EXPECT_EQ(OnScreen::heldElsewhere(&m_views[0]), QSet<QString>());
+}
+
+TEST_F(OnScreenTest, WhatADeadProcessLeftIsRemoved)
+{
+    const QTemporaryDir folder;
+    OnScreen::shareIn(folder.path());
+    {
+        const Neighbour neighbour(folder, "171");
+        (void)OnScreen::heldElsewhere(&m_views[0]);
+        EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files).size(), 2);
+    }
+    (void)OnScreen::heldElsewhere(&m_views[0]);
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files),
+              QStringList{QStringLiteral("%1.claims").arg(QCoreApplication::applicationPid())});
+}
+
+// A saver has a process for each screen, and all of them start at once.
+TEST_F(OnScreenTest, AProcessThatBeginsIsNotTakenForADeadOne)
+{
+    const QTemporaryDir folder;
+    const QString file =
+        folder.filePath(QStringLiteral("%1.claims").arg(QCoreApplication::applicationPid()));
+    std::atomic<bool> isEnough = false;
+    std::thread neighbour([&] {
+        while (!isEnough) {
+            const auto dead = FileLock::acquire(file, std::chrono::milliseconds(0));
+            if (dead && dead->isStillAt(file))
+                QFile::remove(file);
+        }
+    });
+    for (int i = 0; i < 300; ++i) {
+        QFile::remove(file);
+        std::optional<SharedClaims> claims = SharedClaims::join(folder.path());
+        if (claims) { // not had while the neighbour looked at it for too long
+            EXPECT_FALSE(FileLock::acquire(file, std::chrono::milliseconds(0)));
+        }
+    }
+    isEnough = true;
+    neighbour.join();
 }
 
 TEST_F(OnScreenTest, ASharedFolderThatCannotBeMadeChangesNothing)

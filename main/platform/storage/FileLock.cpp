@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <thread>
 
 namespace corvella {
@@ -24,6 +25,14 @@ bool lockAlone(int descriptor, std::chrono::milliseconds longestWait)
     return true;
 }
 
+bool isStillNamed(int descriptor, const QByteArray &name)
+{
+    struct stat opened = {};
+    struct stat named = {};
+    return ::fstat(descriptor, &opened) == 0 && ::lstat(name.constData(), &named) == 0
+        && opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
 std::optional<FileLock> FileLock::acquire(const QString &path,
                                           std::chrono::milliseconds longestWait)
 {
@@ -41,6 +50,11 @@ std::optional<FileLock> FileLock::acquire(const QString &path,
     if (!lockAlone(file.get(), longestWait))
         return std::nullopt;
     return FileLock(std::move(file));
+}
+
+bool FileLock::isStillAt(const QString &path) const
+{
+    return isStillNamed(m_file.get(), QFile::encodeName(path));
 }
 
 } // namespace corvella

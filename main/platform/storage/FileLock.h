@@ -5,6 +5,7 @@
 
 #include "platform/storage/FileDescriptor.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <chrono>
@@ -20,14 +21,21 @@ inline constexpr std::chrono::seconds kLongestLockWait{3};
 [[nodiscard]] bool lockAlone(int descriptor,
                              std::chrono::milliseconds longestWait = kLongestLockWait);
 
+// Whether the open file is still the one that has this name: who removes or renames a file while
+// others wait for its lock leaves them one that nobody else finds.
+[[nodiscard]] bool isStillNamed(int descriptor, const QByteArray &name);
+
 class FileLock
 {
 public:
     // Makes the file if it is missing and leaves it there for good: removing it would let two
-    // holders in. None when it can neither be made nor opened or another holds it for longer than
-    // longestWait; errno then says why (EWOULDBLOCK: another holds it).
+    // holders in who do not ask isStillAt(). None when it can neither be made nor opened or another
+    // holds it for longer than longestWait; errno then says why (EWOULDBLOCK: another holds it).
     [[nodiscard]] static std::optional<FileLock>
     acquire(const QString &path, std::chrono::milliseconds longestWait = kLongestLockWait);
+
+    // False when somebody removed the locked file all the same.
+    [[nodiscard]] bool isStillAt(const QString &path) const;
 
 private:
     explicit FileLock(FileDescriptor file)
