@@ -24,15 +24,9 @@ FileResult FileResult::fromErrno(int error)
             .reason = qt_error_string(error)};
 }
 
-namespace {
-
-constexpr mode_t kPermissionBits = 07777;
-constexpr size_t kGather = size_t{1} << 20; // bytes to write at once
-const QString kTemporarySuffix = QStringLiteral(".tmp");
-
-FileResult lastError()
+FileResult FileResult::lastError()
 {
-    return FileResult::fromErrno(errno);
+    return fromErrno(errno);
 }
 
 FileResult writeAll(int descriptor, const char *bytes, size_t count)
@@ -40,7 +34,7 @@ FileResult writeAll(int descriptor, const char *bytes, size_t count)
     while (count > 0) {
         const ssize_t written = ::write(descriptor, bytes, count);
         if (written < 0 && errno != EINTR)
-            return lastError();
+            return FileResult::lastError();
         if (written > 0) {
             bytes += written;
             count -= size_t(written);
@@ -49,33 +43,28 @@ FileResult writeAll(int descriptor, const char *bytes, size_t count)
     return {};
 }
 
-// Without this the rename itself may be forgotten by a power cut. Some network file systems cannot
-// flush a folder and say so with EINVAL; there is nothing better to do there.
-FileResult flushFolderOf(const QString &path)
+FileResult renameTo(const QString &from, const QString &to)
 {
-    const QByteArray folder = QFile::encodeName(QFileInfo(path).path());
-    const FileDescriptor descriptor(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor.isOpen() || (::fsync(descriptor.get()) != 0 && errno != EINVAL))
-        return lastError();
+    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
+        return FileResult::lastError();
     return {};
 }
 
-FileResult moveIntoPlace(const QByteArray &temporary, const QString &path, Flush flush)
+FileResult flushFolder(const QString &folder)
 {
-    if (::rename(temporary.constData(), QFile::encodeName(path).constData()) != 0)
-        return lastError();
-    return flush == Flush::first ? flushFolderOf(path) : FileResult();
+    const FileDescriptor descriptor(
+        ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // What cannot flush a folder says so with EINVAL; there is nothing better to do there.
+    if (!descriptor.isOpen() || (::fsync(descriptor.get()) != 0 && errno != EINVAL))
+        return FileResult::lastError();
+    return {};
 }
 
-// Whether the open file is still the one that has this name: the writer before us may have renamed
-// it away while we waited for its lock.
-bool isStillNamed(const FileDescriptor &file, const QByteArray &name)
-{
-    struct stat opened = {};
-    struct stat named = {};
-    return ::fstat(file.get(), &opened) == 0 && ::lstat(name.constData(), &named) == 0
-        && opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
-}
+namespace {
+
+constexpr mode_t kPermissionBits = 07777;
+constexpr size_t kGather = size_t{1} << 20; // bytes to write at once
+const QString kTemporarySuffix = QStringLiteral(".tmp");
 
 // Opens the temporary file for this writer alone, emptied of what a crash may have left in it;
 // closed on failure, with errno set. It must not be truncated before it is locked: until then it is
@@ -89,7 +78,7 @@ FileDescriptor openAlone(const QByteArray &name, mode_t mode)
             return file;
         if (!lockAlone(file.get()))
             return FileDescriptor();
-        if (isStillNamed(file, name))
+        if (isStillNamed(file.get(), name))
             return ::ftruncate(file.get(), 0) == 0 ? std::move(file) : FileDescriptor();
     }
 }
@@ -119,7 +108,7 @@ void removeIfAbandoned(const QByteArray &name)
         file = FileDescriptor(::open(name.constData(), O_RDONLY | kFlags));
     // Removed under the lock: once that is free, it may be another writer's.
     if (file.isOpen() && lockAlone(file.get(), std::chrono::milliseconds(0))
-        && isStillNamed(file, name))
+        && isStillNamed(file.get(), name))
         ::unlink(name.constData());
 }
 
@@ -140,13 +129,13 @@ PendingFile::PendingFile(const QString &path, mode_t mode)
     if (m_file.isOpen())
         keepPermissions(QFile::encodeName(m_path), m_file);
     else
-        m_result = lastError();
+        m_result = FileResult::lastError();
 }
 
 PendingFile::~PendingFile()
 {
     // Renamed into place, the name is gone or the next writer's.
-    if (m_file.isOpen() && isStillNamed(m_file, m_temporary))
+    if (m_file.isOpen() && isStillNamed(m_file.get(), m_temporary))
         ::unlink(m_temporary.constData());
 }
 
@@ -174,9 +163,11 @@ FileResult PendingFile::commit(Flush flush)
 {
     (void)writeGathered(); // which remembers its failure
     if (m_result.isOk() && flush == Flush::first && ::fsync(m_file.get()) != 0)
-        m_result = lastError();
+        m_result = FileResult::lastError();
     if (m_result.isOk())
-        m_result = moveIntoPlace(m_temporary, m_path, flush);
+        m_result = renameTo(QFile::decodeName(m_temporary), m_path);
+    if (m_result.isOk() && flush == Flush::first)
+        m_result = flushFolder(QFileInfo(m_path).path());
     return m_result;
 }
 
@@ -194,10 +185,10 @@ FileResult copy(const QString &source, const QString &path)
     const FileDescriptor from(
         ::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!from.isOpen())
-        return lastError();
+        return FileResult::lastError();
     struct stat original = {};
     if (::fstat(from.get(), &original) != 0)
-        return lastError();
+        return FileResult::lastError();
     PendingFile file(path, original.st_mode & kPermissionBits);
     std::array<char, 1 << 16> buffer;
     for (;;) {
@@ -205,7 +196,7 @@ FileResult copy(const QString &source, const QString &path)
         if (got == 0)
             return file.commit();
         if (got < 0 && errno != EINTR)
-            return lastError();
+            return FileResult::lastError();
         if (got > 0) {
             if (FileResult result = file.append(buffer.data(), size_t(got)); !result.isOk())
                 return result;

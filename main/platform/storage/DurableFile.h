@@ -32,7 +32,20 @@ struct [[nodiscard]] FileResult
 
     [[nodiscard]] bool isOk() const { return status == FileStatus::ok; }
     static FileResult fromErrno(int error); // 0 is ok
+    static FileResult lastError();          // of the system call that has just failed
 };
+
+// The steps of which the calls below are made, for who puts something else in place whole.
+
+// Writes all of it, however many pieces the system takes it in.
+FileResult writeAll(int descriptor, const char *bytes, size_t count);
+
+// Gives a file or a folder another name, on the same file system; what has that name is replaced.
+FileResult renameTo(const QString &from, const QString &to);
+
+// Without this a rename in the folder may be forgotten by a power cut. Ok, too, on network file
+// systems that cannot flush a folder.
+FileResult flushFolder(const QString &folder);
 
 // Whether new content is on the disk before its file takes its place. What is flushed later takes
 // its place whole, too, but a power cut soon afterwards may leave it empty, or the old file.

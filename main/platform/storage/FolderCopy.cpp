@@ -6,9 +6,6 @@
 #include <QDirIterator>
 #include <QFile>
 
-#include <cerrno>
-#include <cstdio>
-
 namespace corvella {
 
 namespace {
@@ -54,10 +51,8 @@ FileResult copyFolder(const QString &from, const QString &to)
     FileResult result = copyInto(from, arriving);
     if (result.isOk() && !remove(to))
         result = failed(to, QStringLiteral("cannot be removed"));
-    if (result.isOk()
-        && std::rename(QFile::encodeName(arriving).constData(), QFile::encodeName(to).constData())
-            != 0)
-        result = failed(to, qt_error_string(errno));
+    if (result.isOk())
+        result = renameTo(arriving, to);
     if (!result.isOk())
         remove(arriving);
     return result;

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <cstdio>
@@ -11,14 +12,6 @@
 namespace corvella {
 
 namespace {
-
-// 0, or the error.
-int rename(const QString &from, const QString &to)
-{
-    const QByteArray source = QFile::encodeName(from);
-    const QByteArray target = QFile::encodeName(to);
-    return std::rename(source.constData(), target.constData()) == 0 ? 0 : errno;
-}
 
 FileResult copyFiles(const QDir &from, const QDir &to, const QStringList &names)
 {
@@ -41,7 +34,9 @@ FileResult moveBetweenFileSystems(const QString &from, const QString &to)
     if (result.isOk())
         result = copyFiles(source, QDir(arriving), names);
     if (result.isOk())
-        result = FileResult::fromErrno(rename(arriving, to));
+        result = renameTo(arriving, to);
+    if (result.isOk())
+        result = flushFolder(QFileInfo(to).path()); // before what it came from goes
     if (!result.isOk()) {
         QDir(arriving).removeRecursively();
         return result;
@@ -56,8 +51,9 @@ FileResult moveBetweenFileSystems(const QString &from, const QString &to)
 
 FileResult moveFolder(const QString &from, const QString &to)
 {
-    const int error = rename(from, to);
-    return error == EXDEV ? moveBetweenFileSystems(from, to) : FileResult::fromErrno(error);
+    if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
+        return {};
+    return errno == EXDEV ? moveBetweenFileSystems(from, to) : FileResult::lastError();
 }
 
 } // namespace corvella

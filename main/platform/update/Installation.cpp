@@ -36,33 +36,12 @@ bool isMarkedByPackageManager(const QString &folder)
         || folder == u"/usr" || folder.startsWith(u"/usr/lib/") || folder == u"/app";
 }
 
-FileResult lastError()
-{
-    return FileResult::fromErrno(errno);
-}
-
-FileResult flushFolder(const QString &path)
-{
-    const FileDescriptor folder(
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.isOpen() || (::fsync(folder.get()) != 0 && errno != EINVAL))
-        return lastError();
-    return {};
-}
-
-FileResult moveTo(const QString &from, const QString &to)
-{
-    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
-        return lastError();
-    return {};
-}
-
 // Others who can write to a folder could exchange what we have verified.
 FileResult refuseForeign(const QString &folder)
 {
     struct stat status = {};
     if (::stat(QFile::encodeName(folder).constData(), &status) != 0)
-        return lastError();
+        return FileResult::lastError();
     if (status.st_uid != ::geteuid() || (status.st_mode & kWritableByOthers) != 0)
         return {.status = FileStatus::failed,
                 .reason = QStringLiteral("others can write to ") + folder};
@@ -118,19 +97,19 @@ FileResult Installation::makeWorkFolder() const
     if (FileResult ours = refuseForeign(m_prefix); !ours.isOk())
         return ours;
     if (::mkdir(QFile::encodeName(workFolder()).constData(), 0700) != 0 && errno != EEXIST)
-        return lastError();
+        return FileResult::lastError();
     if (FileResult ours = refuseForeign(workFolder()); !ours.isOk())
         return ours;
     // A look at the bits would miss a disk that is mounted read-only.
     if (::access(QFile::encodeName(m_prefix).constData(), W_OK) != 0)
-        return lastError();
+        return FileResult::lastError();
     return {};
 }
 
 FileResult Installation::publish(qint64 build) const
 {
     QDir(folderOf(build)).removeRecursively();
-    if (FileResult moved = moveTo(stagingFolderOf(build), folderOf(build)); !moved.isOk())
+    if (FileResult moved = renameTo(stagingFolderOf(build), folderOf(build)); !moved.isOk())
         return moved;
     return flushFolder(m_prefix);
 }
@@ -141,8 +120,8 @@ FileResult Installation::link(const QString &name, qint64 build) const
     const QByteArray target = QByteArray::number(build);
     ::unlink(QFile::encodeName(temporary).constData());
     if (::symlink(target.constData(), QFile::encodeName(temporary).constData()) != 0)
-        return lastError();
-    return moveTo(temporary, m_prefix + u'/' + name);
+        return FileResult::lastError();
+    return renameTo(temporary, m_prefix + u'/' + name);
 }
 
 // Whatever the last step is before the power goes, what "current" names is whole, and what is there

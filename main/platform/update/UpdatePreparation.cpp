@@ -50,7 +50,7 @@ Result fromFile(const FileResult &result)
 
 Result lastSystemError()
 {
-    return fromFile(FileResult::fromErrno(errno));
+    return fromFile(FileResult::lastError());
 }
 
 Result fromVerdict(FeedVerdict verdict)
@@ -125,19 +125,6 @@ qint64 sizeOf(const FileDescriptor &file)
 {
     struct stat status = {};
     return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
-}
-
-bool writeAll(const FileDescriptor &file, const char *bytes, size_t count)
-{
-    while (count > 0) {
-        const ssize_t written = ::write(file.get(), bytes, count);
-        if (written < 0 && errno != EINTR)
-            return false;
-        const auto done = size_t(std::max<ssize_t>(written, 0));
-        bytes += done;
-        count -= done;
-    }
-    return true;
 }
 
 QString signatureFile(const QString &folder)
@@ -314,8 +301,8 @@ Result UpdatePreparation::download(const AppcastItem &item, const FileDescriptor
             if (qint64(count) > item.length - size)
                 taken = fault(UpdateFault::bundleNotTrusted,
                               item.url + QStringLiteral(": longer than the feed says"));
-            else if (!writeAll(part, bytes, count))
-                taken = lastSystemError();
+            else
+                taken = fromFile(writeAll(part.get(), bytes, count));
             if (!isOk(taken))
                 return false;
             size += qint64(count);
