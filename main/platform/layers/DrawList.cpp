@@ -44,16 +44,8 @@ private:
     void addItem(const Layer &layer, const QRectF &rect, double opacity,
                  const std::optional<DrawMask> &mask)
     {
-        DrawItem item{rect,
-                      opacity,
-                      layer.background(),
-                      layer.cornerRadius() * m_scale,
-                      mask,
-                      {},
-                      {},
-                      {},
-                      layer.contentsSerial(),
-                      &layer};
+        DrawItem item{rect, opacity, layer.background(),     mask,  {},
+                      {},   {},      layer.contentsSerial(), &layer};
         if (const auto *video = dynamic_cast<const PlayerLayer *>(&layer)) {
             if (const Picture *picture = video->picture()) {
                 item.picture = *picture;
@@ -89,7 +81,7 @@ private:
 bool sameFrame(const DrawItem &a, const DrawItem &b)
 {
     return a.source == b.source && a.rect == b.rect && a.opacity == b.opacity
-        && a.background == b.background && a.cornerRadius == b.cornerRadius && a.mask == b.mask;
+        && a.background == b.background && a.mask == b.mask;
 }
 
 } // namespace

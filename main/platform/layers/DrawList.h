@@ -29,7 +29,6 @@ struct DrawItem
     QRectF rect; // the layer's frame
     double opacity = 1;
     QColor background;
-    double cornerRadius = 0;
     std::optional<DrawMask> mask;
     Picture picture;    // a clip's picture; null for none
     QRect pictureRect;  // where it goes, fitted into rect; empty for none

@@ -1,6 +1,5 @@
 #include "platform/layers/GlRenderer.h"
 
-#include "log.h"
 #include "platform/video/ColourDecoding.h"
 
 #include <QGenericMatrix>
@@ -45,16 +44,14 @@ uniform vec3 usedWidth;         // share of each texture that holds pixels
 uniform vec3 halfTexel;         // half a texel's width in each texture
 uniform mat3 decode;            // luma and chroma to red, green, blue
 uniform vec3 decodeOffset;
-uniform vec4 shape;             // the layer's frame
-uniform float cornerRadius;
 uniform int maskKind;           // 0 none, 1 rectangle, 2 ellipse
 uniform vec4 mask;
 
-float insideRounded(vec4 area, float radius)
+float insideRectangle(vec4 area)
 {
     vec2 extent = area.zw * 0.5;
-    vec2 q = abs(pixel - area.xy - extent) - extent + radius;
-    return radius - length(max(q, 0.0)) - min(max(q.x, q.y), 0.0);
+    vec2 inside = extent - abs(pixel - area.xy - extent);
+    return min(inside.x, inside.y);
 }
 
 float insideEllipse(vec4 area)
@@ -81,10 +78,8 @@ void main()
         result = vec4(clamp(decode * (coded - decodeOffset), 0.0, 1.0), 1.0);
     }
     float coverage = opacity;
-    if (cornerRadius > 0.0)
-        coverage *= clamp(insideRounded(shape, cornerRadius) + 0.5, 0.0, 1.0);
     if (maskKind == 1)
-        coverage *= clamp(insideRounded(mask, 0.0) + 0.5, 0.0, 1.0);
+        coverage *= clamp(insideRectangle(mask) + 0.5, 0.0, 1.0);
     else if (maskKind == 2)
         coverage *= clamp(insideEllipse(mask) + 0.5, 0.0, 1.0);
     gl_FragColor = result * coverage;
@@ -131,7 +126,7 @@ GlRenderer::~GlRenderer()
         m_gl.glDeleteTextures(3, upload.textures.data());
 }
 
-bool GlRenderer::initialise()
+std::optional<QString> GlRenderer::initialise()
 {
     m_gl.initializeOpenGLFunctions();
     m_program = std::make_unique<QOpenGLShaderProgram>();
@@ -139,9 +134,13 @@ bool GlRenderer::initialise()
     if (m_program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader)
         && m_program->addShaderFromSourceCode(QOpenGLShader::Fragment, kFragmentShader)
         && m_program->link())
-        return true;
-    log(QStringLiteral("renderer: shaders do not compile: %1").arg(m_program->log().simplified()));
-    return false;
+        return std::nullopt;
+    return QStringLiteral("shaders do not compile: ") + m_program->log().simplified();
+}
+
+void GlRenderer::abandon()
+{
+    m_uploads.clear();
 }
 
 void GlRenderer::paint(const DrawList &list, QSize size)
@@ -200,8 +199,6 @@ void GlRenderer::drawQuad(const DrawItem &item, const QRectF &rect, Fill fill)
     m_program->setUniformValue("fill", static_cast<int>(fill));
     m_program->setUniformValue("opacity", static_cast<float>(item.opacity));
     m_program->setUniformValue("rect", vector(rect));
-    m_program->setUniformValue("shape", vector(item.rect));
-    m_program->setUniformValue("cornerRadius", static_cast<float>(item.cornerRadius));
     m_program->setUniformValue("maskKind", item.mask ? (item.mask->isEllipse ? 2 : 1) : 0);
     m_program->setUniformValue("mask", vector(item.mask ? item.mask->rect : QRectF()));
     m_program->enableAttributeArray(0);

@@ -10,6 +10,7 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <optional>
 
 class QOpenGLShaderProgram;
 
@@ -19,13 +20,16 @@ class GlRenderer
 {
 public:
     GlRenderer();
-    // Frees its textures: the context must be current.
+    // Frees its textures: the context must be current, unless they were abandoned.
     ~GlRenderer();
     GlRenderer(const GlRenderer &) = delete;
     GlRenderer &operator=(const GlRenderer &) = delete;
 
-    // Compiles the shaders. False when this context cannot draw; the reason is logged.
-    [[nodiscard]] bool initialise();
+    // Compiles the shaders. What is wrong where this context cannot draw.
+    [[nodiscard]] std::optional<QString> initialise();
+
+    // Forgets its textures, which are gone with their context.
+    void abandon();
 
     // Draws the whole list into the current framebuffer, `size` in pixels.
     void paint(const DrawList &list, QSize size);

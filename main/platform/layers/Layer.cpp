@@ -82,12 +82,6 @@ void Layer::setBackground(const QColor &colour)
     setNeedsDisplay();
 }
 
-void Layer::setCornerRadius(double points)
-{
-    m_cornerRadius = points;
-    setNeedsDisplay();
-}
-
 void Layer::setOpacity(double opacity)
 {
     const Transaction *transaction = m_tree ? m_tree->transaction() : nullptr;

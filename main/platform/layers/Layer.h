@@ -49,8 +49,6 @@ public:
 
     [[nodiscard]] QColor background() const { return m_background; }
     void setBackground(const QColor &colour);
-    [[nodiscard]] double cornerRadius() const { return m_cornerRadius; }
-    void setCornerRadius(double points);
 
     // 0 to 1. Within a Transaction with animations the change is animated; else it is at once.
     void setOpacity(double opacity);
@@ -99,7 +97,6 @@ private:
 
     QRectF m_frame;
     QColor m_background = Qt::transparent;
-    double m_cornerRadius = 0;
     double m_opacity = 1;
     std::map<QString, BasicAnimation<double>> m_opacityAnimations;
 

@@ -19,6 +19,7 @@ namespace {
 constexpr double kFallbackRefreshRate = 60; // Hz
 // One alone may be the machine's doing.
 constexpr int kLateSteps = 2;
+constexpr std::chrono::seconds kBetweenAttempts{1}; // to get OpenGL back
 
 } // namespace
 
@@ -38,8 +39,7 @@ LayerWindow::LayerWindow(LayerTree &tree, QScreen *screen)
 
 LayerWindow::~LayerWindow()
 {
-    if (m_gl && m_context->makeCurrent(this))
-        m_gl.reset();
+    dropOpenGl();
 }
 
 void LayerWindow::prepare()
@@ -149,22 +149,50 @@ void LayerWindow::drawRaster()
 
 void LayerWindow::drawGl()
 {
-    if (!m_context) {
-        m_context = std::make_unique<QOpenGLContext>();
-        m_context->setFormat(requestedFormat());
-        if (!m_context->create() || !m_context->makeCurrent(this)) {
-            log(QStringLiteral("renderer: no OpenGL for this window"));
-            return;
-        }
-        m_gl = std::make_unique<GlRenderer>();
-        if (!m_gl->initialise())
-            m_gl.reset();
-    }
-    if (!m_gl || !m_context->makeCurrent(this))
+    if (!hasOpenGl())
         return;
     m_gl->paint(drawList(m_tree, m_tree.now()), pixelSize());
     m_context->swapBuffers(this);
     Q_EMIT presented(QRect(QPoint(0, 0), pixelSize()));
+}
+
+bool LayerWindow::hasOpenGl()
+{
+    if (m_gl && m_context->makeCurrent(this))
+        return true;
+    if (m_nextAttempt && m_tree.now() < *m_nextAttempt)
+        return false;
+    dropOpenGl();
+    const std::optional<QString> failure = startOpenGl();
+    if (!failure) {
+        m_nextAttempt.reset();
+        return true;
+    }
+    if (!m_nextAttempt)
+        log(QStringLiteral("renderer: no OpenGL for this window (%1); trying again").arg(*failure));
+    m_nextAttempt = m_tree.now() + kBetweenAttempts;
+    return false;
+}
+
+std::optional<QString> LayerWindow::startOpenGl()
+{
+    m_context = std::make_unique<QOpenGLContext>();
+    m_context->setFormat(requestedFormat());
+    if (!m_context->create() || !m_context->makeCurrent(this))
+        return QStringLiteral("no context");
+    m_gl = std::make_unique<GlRenderer>();
+    std::optional<QString> failure = m_gl->initialise();
+    if (failure)
+        m_gl.reset();
+    return failure;
+}
+
+void LayerWindow::dropOpenGl()
+{
+    if (m_gl && !m_context->makeCurrent(this))
+        m_gl->abandon();
+    m_gl.reset();
+    m_context.reset();
 }
 
 } // namespace corvella

@@ -51,6 +51,12 @@ private:
     void draw();
     void drawRaster();
     void drawGl();
+    // Makes what OpenGL draws with current, anew where there is none or it was lost; false where
+    // that fails now.
+    [[nodiscard]] bool hasOpenGl();
+    // What is wrong where there is none.
+    [[nodiscard]] std::optional<QString> startOpenGl();
+    void dropOpenGl();
     [[nodiscard]] QSize pixelSize() const;
 
     LayerTree &m_tree;
@@ -64,6 +70,7 @@ private:
     RasterRenderer m_raster;
     std::unique_ptr<QOpenGLContext> m_context; // GL only
     std::unique_ptr<GlRenderer> m_gl;
+    std::optional<MediaTime> m_nextAttempt; // while there is no OpenGL
     bool m_everythingChanged = true;
 };
 

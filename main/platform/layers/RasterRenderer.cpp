@@ -30,11 +30,6 @@ void fill(QPainter &painter, const DrawItem &item, const QRectF &rect, const QBr
         shape.addRect(rect);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.fillPath(maskPath(*item.mask) & shape, brush);
-    } else if (item.cornerRadius > 0) {
-        QPainterPath shape;
-        shape.addRoundedRect(rect, item.cornerRadius, item.cornerRadius);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.fillPath(shape, brush);
     } else {
         painter.fillRect(rect, brush);
     }

@@ -192,7 +192,6 @@ TEST_F(LayerTreeTest, EveryChangeAsksToBeDrawn)
              [&] {
                  layer->setFrame({1, 1, 5, 5});
              },
-             [&] { layer->setCornerRadius(2); },
              [&] { layer->setMask(std::make_unique<ShapeLayer>()); }}) {
         asked = 0;
         change();

@@ -123,16 +123,6 @@ TEST_F(RasterRendererTest, AGradientRunsFromBottomToTop)
     EXPECT_EQ(m_target.pixelColor(99, 49), QColor(Qt::white));
 }
 
-TEST_F(RasterRendererTest, RoundedCornersLetTheBackgroundThrough)
-{
-    m_tree.root().setBackground(Qt::black);
-    add({20, 20, 60, 60}, Qt::white)->setCornerRadius(10);
-    draw();
-    EXPECT_EQ(m_target.pixelColor(20, 20), QColor(Qt::black));
-    EXPECT_EQ(m_target.pixelColor(30, 20), QColor(Qt::white));
-    EXPECT_EQ(m_target.pixelColor(50, 50), QColor(Qt::white));
-}
-
 // Displays of 16 and of 30 bits a pixel, and those whose red and blue lie the other way round.
 class RasterTarget : public testing::TestWithParam<QImage::Format>
 {

@@ -137,7 +137,7 @@ protected:
             : raster(QSizeF(kSize) / scale, scale, RendererKind::raster, clock)
             , gl(QSizeF(kSize) / scale, scale, RendererKind::gl, clock)
         {
-            EXPECT_TRUE(glRenderer.initialise());
+            EXPECT_EQ(glRenderer.initialise(), std::nullopt);
         }
         LayerTree raster;
         LayerTree gl;
@@ -229,7 +229,6 @@ TEST_F(RenderersAgree, OnBackgroundsAndOpacity)
         auto *white = tree.root().addSublayer(std::make_unique<Layer>());
         white->setFrame({200, 100, 300, 200});
         white->setBackground(Qt::white);
-        white->setCornerRadius(24);
         white->setOpacity(0.6);
     });
 }

@@ -1,0 +1,78 @@
+// The graphics processor lets a wall down, and is there again later.
+#include "support/AlteredMachine.h"
+#include "support/ProgramUnderTest.h"
+#include "support/TestPattern.h"
+#include "support/VirtualDisplay.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using test::becomes;
+
+constexpr QSize kDisplay(640, 480);
+
+class LostOpenGl : public testing::Test
+{
+protected:
+    LostOpenGl()
+    {
+        m_program.showOn(m_display);
+        m_program.configureWall();
+        m_program.addClip(u"171"_s, 1, kPictures);
+        // The driver draws by the processor, which the program would not have.
+        m_machine.pretendGraphicsProcessor();
+        m_program.setMachine(m_machine);
+        m_program.setVariable(u"force_gl_renderer"_s, u"a graphics processor"_s);
+        m_program.setVariable(u"LD_PRELOAD"_s,
+                              m_program.environment().value(u"LD_PRELOAD"_s) + u":"_s
+                                  + QStringLiteral(CORVELLA_LOST_OPENGL));
+        m_program.setVariable(u"LOST_OPENGL"_s, m_lost.fileName());
+    }
+
+    void lose() { ASSERT_TRUE(m_lost.open(QIODevice::WriteOnly)); }
+    void giveBack() { ASSERT_TRUE(m_lost.remove()); }
+
+    [[nodiscard]] std::optional<int> frame()
+    {
+        const auto seen =
+            test::seenPattern(m_display.client().picture(), QRect(QPoint(0, 0), kDisplay));
+        return seen && seen->isWhole ? std::optional(seen->frame) : std::nullopt;
+    }
+    [[nodiscard]] bool playsOn()
+    {
+        std::optional<int> first;
+        return becomes([&] {
+            const std::optional<int> now = frame();
+            if (!first)
+                first = now;
+            return now && now != first;
+        });
+    }
+
+    static constexpr int kPictures = 150;
+    test::VirtualDisplay m_display{kDisplay};
+    test::AlteredMachine m_machine;
+    test::ProgramUnderTest m_program;
+    QFile m_lost{m_program.home() + u"/lost"_s};
+};
+
+TEST_F(LostOpenGl, IsMadeAnewUnderAWallThatPlays)
+{
+    m_program.start();
+    ASSERT_TRUE(playsOn());
+    lose();
+    EXPECT_TRUE(
+        m_program.logs(u"renderer: no OpenGL for this window (no context); trying again"_s));
+    giveBack();
+    EXPECT_TRUE(playsOn());
+    EXPECT_EQ(m_program.messages().filter(u"no OpenGL"_s).size(), 1);
+    EXPECT_TRUE(m_program.process().isRunning());
+}
+
+} // namespace
+} // namespace corvella
