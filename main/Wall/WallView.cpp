@@ -260,10 +260,14 @@ void WallView::handOver(const std::shared_ptr<VideoPlayer> &old)
     // Without its first picture the new clip would show as a black gap: the old one stays up until
     // then.
     m_handOverPending = true;
-    connect(player, &VideoPlayer::readyForDisplay, this, [toLayer, player, begin] {
-        if (toLayer->player().get() == player)
-            begin();
-    });
+    // Once: it holds the old player, which would hold the one before it, and so on.
+    connect(
+        player, &VideoPlayer::readyForDisplay, this,
+        [toLayer, player, begin] {
+            if (toLayer->player().get() == player)
+                begin();
+        },
+        Qt::SingleShotConnection);
 }
 
 void WallView::clipEnded()

@@ -275,6 +275,36 @@ TEST_P(SteppingTwice, WithinOneHandOverEndsWithThePictureUp)
 INSTANTIATE_TEST_SUITE_P(Styles, SteppingTwice, testing::ValuesIn(kAllTransitions),
                          [](const auto &row) { return rawValue(row.param).toStdString(); });
 
+TEST_F(WallViewTest, HandingOverLetsGoOfWhatPlayedBefore)
+{
+    m_home.stock({kProductA, kProductB});
+    Settings::setLoops(1000);
+    WallView &wall = view();
+    std::vector<std::weak_ptr<VideoPlayer>> players;
+    const auto isUp = [&] {
+        std::vector<std::shared_ptr<VideoPlayer>> there;
+        for (const PlayerLayer *layer : layersOf<PlayerLayer>(wall)) {
+            if (layer->player())
+                there.push_back(layer->player());
+        }
+        const bool isNew = there.size() == 1 && !there[0]->picture().isNull()
+            && (players.empty() || there[0] != players.back().lock());
+        if (isNew)
+            players.emplace_back(there[0]);
+        return isNew;
+    };
+    ASSERT_TRUE(runUntil(isUp));
+    for (int step = 0; step < 3; ++step) {
+        wall.step(+1);
+        ASSERT_TRUE(runUntil(isUp));
+    }
+    players.pop_back();
+    EXPECT_TRUE(runUntil([&] {
+        return std::all_of(players.begin(), players.end(),
+                           [](const auto &player) { return player.expired(); });
+    }));
+}
+
 TEST_F(WallViewTest, SteppingBeginsTheLoopsAnew)
 {
     m_home.stock({kProductA, kProductB});
