@@ -1,7 +1,6 @@
 #include "desktop/Desktop.h"
 
 #include "desktop/DesktopUpdater.h"
-#include "platform/storage/StandardFolders.h"
 
 namespace corvella::Desktop {
 
@@ -10,14 +9,6 @@ namespace {
 DesktopUpdater *theUpdater = nullptr;
 
 } // namespace
-
-QString dir()
-{
-    QString folder = StandardFolders::applicationSupport() + QStringLiteral("/Corvella/desktop");
-    // A failure shows itself when a picture is laid there.
-    (void)StandardFolders::make(folder);
-    return folder;
-}
 
 void remember()
 {

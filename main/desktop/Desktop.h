@@ -4,8 +4,6 @@
 // made; nothing here waits for it, returns anything of it or fails: outcomes go to the log.
 #pragma once
 
-#include <QString>
-
 #include <chrono>
 
 namespace corvella {
@@ -13,10 +11,6 @@ namespace corvella {
 class DesktopUpdater;
 
 namespace Desktop {
-
-// The folder of the pictures that are shown, made if it is missing; an absolute path without a
-// slash at its end.
-[[nodiscard]] QString dir();
 
 // Keeps what the user has on each screen, unless something is kept already.
 void remember();

@@ -1,7 +1,7 @@
 #include "desktop/DesktopUpdater.h"
 
 #include "cache/Cache.h"
-#include "desktop/Desktop.h"
+#include "desktop/DesktopFolder.h"
 #include "desktop/PictureChoice.h"
 #include "log.h"
 #include "platform/storage/DurableFile.h"
@@ -103,7 +103,9 @@ void update(DesktopPictures &pictures, const ScreenList &screens)
             logOutcome(screens[i], *chosen[i], outcomes[i]);
     }
     Settings::setDesktopCounter(Settings::desktopCounter() + 1);
-    removeAllBut(keep);
+    // What was not replaced is shown still.
+    if (!notRemembered)
+        removeAllBut(keep);
 }
 
 void putBack(DesktopPictures &pictures, const ScreenList &screens)

@@ -3,6 +3,7 @@
 #include "desktop/DesktopUpdater.h"
 
 #include "desktop/Desktop.h"
+#include "desktop/DesktopFolder.h"
 #include "settings/Settings.h"
 #include "support/CapturedLog.h"
 #include "support/FileSizeLimit.h"
@@ -294,6 +295,18 @@ TEST_F(DesktopUpdaterTest, WhatCannotBeRememberedIsNotReplaced)
     m_desktop.unreadable.reset();
     apply();
     EXPECT_EQ(shown(0), u"171"_s);
+}
+
+TEST_F(DesktopUpdaterTest, WhatIsShownStaysWhereItIsNotReplaced)
+{
+    cache({u"171"_s});
+    apply();
+    const QString picture = m_desktop.pictures.value(u"Screen0"_s);
+    m_desktop.unreadable = u"the service hangs"_s;
+    cache({u"171"_s}, u"2025-03-01T13:00:00Z"_s);
+    apply();
+    EXPECT_EQ(m_desktop.pictures.value(u"Screen0"_s), picture);
+    EXPECT_TRUE(QFile::exists(picture));
 }
 
 TEST_F(DesktopUpdaterTest, WhatCannotBeStoredIsNotReplaced)
