@@ -97,7 +97,7 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     connect(&m_darkPreference, &DarkPreference::changed, this, &App::chooseAppearance);
     chooseAppearance();
     Settings::migrate();
-    refreshInstalledSaver();
+    m_background.start([] { refreshInstalledSaver(); });
     Cache::seedIfEmpty();
     buildMenus();
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
@@ -179,7 +179,9 @@ void App::updateDesktopFromMenu()
 
 void App::applicationShouldHandleReopen()
 {
-    if (!m_showing)
+    // Walls that wait for their display are none to whoever asks; a kiosk stays closed all the
+    // same.
+    if (!m_showing || (m_windows.empty() && m_mode != Mode::kiosk))
         Preferences::shared().show();
 }
 

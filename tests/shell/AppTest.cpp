@@ -690,6 +690,36 @@ TEST_F(DisplayChanges, NeverMoveAWallThatIsElsewhereFromTheStart)
     EXPECT_EQ(rebuilds(), QStringList());
 }
 
+struct NoWallLeft : DisplayChanges
+{
+    // The only screen that was on is gone, and the other one is the user's.
+    void lose(Mode mode)
+    {
+        m_app->hide();
+        configure(mode, {QStringLiteral("off"), QStringLiteral("all")});
+        m_app->show();
+        ASSERT_EQ(m_app->windows().size(), 1U);
+        test::setOffscreenScreens({kLeft});
+        pass(500ms);
+        ASSERT_TRUE(m_app->windows().empty());
+        ASSERT_TRUE(m_app->isShowing());
+    }
+};
+
+TEST_F(NoWallLeft, ASecondStartOpensTheSettings)
+{
+    lose(Mode::wall);
+    m_app->perform({});
+    EXPECT_TRUE(settingsOpen());
+}
+
+TEST_F(NoWallLeft, AKioskStaysClosed)
+{
+    lose(Mode::kiosk);
+    m_app->perform({});
+    EXPECT_FALSE(settingsOpen());
+}
+
 TEST_F(DisplayChanges, ThatAreTakenBackChangeNothing)
 {
     const auto before = m_app->windows()[0]->winId();
