@@ -65,6 +65,24 @@ INSTANTIATE_TEST_SUITE_P(Signals, OrderlyEndOn, testing::Values(SIGTERM, SIGINT,
                                                          : "HangUp";
                          });
 
+// As nohup has it, so that the wall outlives the terminal that it was started from.
+TEST_F(WallOnADisplay, PlaysOnThroughAHangUpThatWasIgnoredFromTheStart)
+{
+    m_program.addClip(u"171"_s, 1);
+    (void)std::signal(SIGHUP, SIG_IGN); // which a child takes over
+    m_program.start();
+    (void)std::signal(SIGHUP, SIG_DFL);
+    ASSERT_TRUE(becomes([this] { return seen().has_value(); }));
+    m_program.process().signal(SIGHUP);
+    const int frame = seen()->frame;
+    EXPECT_TRUE(becomes([&] {
+        const auto now = seen();
+        return now && now->frame != frame;
+    }));
+    m_program.process().signal(SIGTERM);
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+}
+
 TEST_F(OrderlyEnd, ComesAlsoWhenTheDisplayServerGoes)
 {
     m_display.stop();

@@ -26,6 +26,12 @@ void forward(int signal)
     errno = error;
 }
 
+bool isIgnored(int signal)
+{
+    struct sigaction action = {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 } // namespace
 
 TerminationSignals::TerminationSignals(QObject *parent)
@@ -42,6 +48,8 @@ TerminationSignals::TerminationSignals(QObject *parent)
         Q_EMIT received();
     });
     for (const int signal : kSignals) {
+        if (signal != SIGTERM && isIgnored(signal))
+            continue; // as by nohup
         struct sigaction action = {};
         action.sa_handler = forward;
         action.sa_flags = SA_RESTART;
@@ -51,8 +59,10 @@ TerminationSignals::TerminationSignals(QObject *parent)
 
 TerminationSignals::~TerminationSignals()
 {
-    for (const int signal : kSignals)
-        std::signal(signal, SIG_DFL);
+    for (const int signal : kSignals) {
+        if (!isIgnored(signal))
+            std::signal(signal, SIG_DFL);
+    }
 }
 
 bool TerminationSignals::wereReceived()

@@ -1,5 +1,5 @@
 // Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that the program ends in
-// order.
+// order. A SIGINT or SIGHUP that was ignored when the program started stays ignored.
 #pragma once
 
 #include <QObject>
