@@ -4,7 +4,7 @@
 namespace corvella {
 
 enum class RendererKind {
-    raster, // frames scaled on the decoding thread, composed in memory
+    raster, // pictures enlarged and composed in memory while they are painted
     gl,     // OpenGL ES 2 and up on a real GPU
 };
 

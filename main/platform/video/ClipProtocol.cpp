@@ -11,10 +11,6 @@ namespace corvella {
 
 namespace {
 
-// A picture takes milliseconds. Seconds are counted one by one, so that a machine that sleeps or a
-// program that is stopped for a while counts as one of them.
-constexpr int kPatienceSeconds = 20;
-
 // What goes along with a message: room for one file.
 union OneFile {
     cmsghdr header;
@@ -109,10 +105,10 @@ bool sendMessage(int socket, const ClipReply &reply)
     return sendWhole(socket, reply, -1);
 }
 
-bool waitForMessage(int socket)
+bool waitForMessage(int socket, int seconds)
 {
     pollfd events{socket, POLLIN, 0};
-    for (int second = 0; second < kPatienceSeconds; ++second) {
+    for (int second = 0; second < seconds; ++second) {
         if (::poll(&events, 1, 1000) > 0)
             return true;
     }

@@ -87,9 +87,12 @@ struct ClipReply
 [[nodiscard]] bool sendMessage(int socket, const ClipRequest &request, int file = -1);
 [[nodiscard]] bool sendMessage(int socket, const ClipReply &reply);
 
-// Waits for a message or the end. False when the other side has been at work for longer than
-// anything takes that is asked of it.
-[[nodiscard]] bool waitForMessage(int socket);
+// A picture takes milliseconds. Seconds are counted one by one, so that a machine that sleeps or a
+// program that is stopped for a while counts as one of them.
+inline constexpr int kPatienceSeconds = 20;
+
+// Waits for a message or the end. False when the other side has been at work for longer than that.
+[[nodiscard]] bool waitForMessage(int socket, int seconds = kPatienceSeconds);
 
 // The next message; waits for it. nullopt at the end, and for what is no such message. What goes to
 // the program comes without files: one that is sent all the same is dropped by the kernel.

@@ -21,7 +21,7 @@ class FrameQueue
 public:
     // Frames ready ahead of the one that shows. At half speed there are 67 ms between two pictures
     // of 30 a second, and the seek at the loop point takes 20 ms with what is decoded after it;
-    // each more would cost a picture of memory, 4.7 MB on a Full HD wall.
+    // each more would cost a picture of memory, 1.5 MB on a Full HD wall.
     static constexpr size_t kCapacity = 1;
 
     struct Events

@@ -19,6 +19,9 @@ namespace corvella {
 
 namespace {
 
+// Somebody waits for it who draws. It gives a reader a second to end.
+constexpr int kPatienceWithEndsSeconds = 3;
+
 QString systemText(int code)
 {
     return QString::fromLocal8Bit(std::strerror(code));
@@ -56,7 +59,7 @@ private:
         , m_socket(std::move(socket))
     {
     }
-    std::optional<ReaderAnswer> ask(const ReaderOrder &order, int file);
+    std::optional<ReaderAnswer> ask(const ReaderOrder &order, int file, int patienceSeconds);
 
     const pid_t m_process;
     const FileDescriptor m_socket;
@@ -103,19 +106,21 @@ ReaderStarter::~ReaderStarter()
 
 std::optional<ReaderAnswer> ReaderStarter::startReader(int socket)
 {
-    return ask({ReaderOrder::Kind::start, 0}, socket);
+    return ask({ReaderOrder::Kind::start, 0}, socket, kPatienceSeconds);
 }
 
 std::optional<ReaderAnswer> ReaderStarter::endReader(pid_t process)
 {
-    return ask({ReaderOrder::Kind::end, process}, -1);
+    return ask({ReaderOrder::Kind::end, process}, -1, kPatienceWithEndsSeconds);
 }
 
-std::optional<ReaderAnswer> ReaderStarter::ask(const ReaderOrder &order, int file)
+std::optional<ReaderAnswer> ReaderStarter::ask(const ReaderOrder &order, int file,
+                                               int patienceSeconds)
 {
     const std::lock_guard lock(m_conversation);
     std::optional<ReaderAnswer> answer;
-    if (!m_isLost && sendMessage(m_socket.get(), order, file) && waitForMessage(m_socket.get()))
+    if (!m_isLost && sendMessage(m_socket.get(), order, file)
+        && waitForMessage(m_socket.get(), patienceSeconds))
         answer = receiveAnswer(m_socket.get());
     m_isLost = !answer;
     return answer;

@@ -1,5 +1,5 @@
 // Plays one clip file, muted by nature. Lives on the main thread and never waits there: decoding
-// runs on a thread of its own, a few frames ahead, across the loop point too. Which picture is up
+// runs in a process of its own, a frame ahead, across the loop point too. Which picture is up
 // is a function of the media clock alone; a timer only says when to look.
 #pragma once
 

@@ -1,5 +1,5 @@
 // Decoding by the machine's own video circuits, where it has some. Included by this folder's
-// sources only; may be used from any decoding thread.
+// sources only; used in the process that reads a clip, by one thread.
 //
 // The ways are FFmpeg's documented ones: VAAPI on a render node, CUDA (NVDEC), and V4L2 decoders,
 // which are decoders of their own. Choice and fallbacks are tested; no device has been at hand to
@@ -38,7 +38,8 @@ public:
     // Takes the first candidate that opens.
     HardwareDecoder(const QStringList &deviceFiles, Driver driver);
 
-    // What this machine has, looked for once; opening a GPU's driver may take a while.
+    // What this machine has, looked for once in a process, and so for each clip; opening a GPU's
+    // driver may take a while.
     [[nodiscard]] static const HardwareDecoder &ofThisMachine();
 
     // Whether there is anything but software.
