@@ -121,14 +121,12 @@ private:
     SegmentedControl *m_mode = nullptr;
     Note *m_modeHelp = nullptr;
     ScreensGrid *m_screensGrid = nullptr;
-    Note *m_screensHint = nullptr;
     QCheckBox *m_shuffleBox = nullptr;
     NumberField *m_loopsField = nullptr;
     Stepper *m_loopsStepper = nullptr;
     QComboBox *m_transitionPopup = nullptr;
     QCheckBox *m_desktopBox = nullptr;
     QPushButton *m_desktopNow = nullptr;
-    Note *m_desktopNote = nullptr;
     QCheckBox *m_loginBox = nullptr;
     QCheckBox *m_attributionBox = nullptr;
     Note *m_presetNote = nullptr;

@@ -174,11 +174,11 @@ QWidget *Preferences::modeCard()
 QWidget *Preferences::screensCard()
 {
     m_screensGrid = named("screensGrid", new ScreensGrid);
-    m_screensHint =
+    QWidget *const hint =
         note("screensHint", lineOn(kLeftColumn, 400),
              QStringLiteral("Tick the products each screen shows, in play order. Nothing ticked "
                             "means all of them; Off leaves that screen alone."));
-    return new CardView(QStringLiteral("Screens"), {m_screensGrid, m_screensHint});
+    return new CardView(QStringLiteral("Screens"), {m_screensGrid, hint});
 }
 
 QWidget *Preferences::playbackCard()
@@ -203,12 +203,12 @@ QWidget *Preferences::desktopCard()
     m_desktopBox =
         checkBox("desktopBox", QStringLiteral("Set the desktop picture to the latest still"));
     m_desktopNow = button("desktopNow", QStringLiteral("Update now"));
-    m_desktopNote =
+    QWidget *const rotation =
         note("desktopNote", lineOn(kLeftColumn, 400),
              QStringLiteral("Rotates through each screen's ticked products, one step per update. "
                             "Your previous picture comes back when this is off."));
     return new CardView(QStringLiteral("Desktop picture"),
-                        {row({m_desktopBox, m_desktopNow}), m_desktopNote});
+                        {row({m_desktopBox, m_desktopNow}), rotation});
 }
 
 QWidget *Preferences::generalCard()

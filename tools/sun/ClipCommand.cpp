@@ -35,8 +35,9 @@ ClipSpan readSpan(Options &options)
     span.product = options.product();
     span.startHours = options.number(QStringLiteral("start"), -1e6, 1e6);
     span.lengthHours = options.number(QStringLiteral("hours"), 0, 1e6);
-    span.frames = options.integer(QStringLiteral("frames"), 1, 1000000);
     span.marked = options.flag(QStringLiteral("mark"));
+    span.frames =
+        options.integer(QStringLiteral("frames"), 1, span.marked ? kLargestFrameMark + 1 : 1000000);
     return span;
 }
 

@@ -64,7 +64,6 @@ FieldLine traceFieldLine(const MagneticField &field, Vec3 foot, const FieldLineL
         if (reached > limits.ceiling)
             break;
     }
-    line.open = true;
     return line;
 }
 

@@ -30,11 +30,10 @@ private:
     std::vector<Pole> m_poles;
 };
 
-// A field line, from the surface up; `open` when it did not come down again.
+// A field line, from the surface up.
 struct FieldLine
 {
     std::vector<Vec3> points;
-    bool open = false;
     float top = 0; // the greatest height over the surface
     float length = 0;
 };

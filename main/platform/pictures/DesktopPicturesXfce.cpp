@@ -79,15 +79,14 @@ ServiceAnswer call(const char *method, const QVariantList &arguments)
 }
 
 // Null: back to what the desktop brings along.
-Failure setProperty(const QString &property, const QJsonValue &typedValue)
+ServiceAnswer setProperty(const QString &property, const QJsonValue &typedValue)
 {
     constexpr bool kWithThoseBelow = false;
-    const ServiceAnswer answer = typedValue.isNull()
+    return typedValue.isNull()
         ? call("ResetProperty", {kChannel, property, kWithThoseBelow})
         : call("SetProperty",
                {kChannel, property,
                 QVariant::fromValue(QDBusVariant(untyped(typedValue.toObject())))});
-    return answer.failure;
 }
 
 const QString kImage = QStringLiteral("last-image");
@@ -229,11 +228,11 @@ private:
         Failure first;
         for (auto each = changes.begin(); each != changes.end(); ++each) {
             for (const auto &[key, value] : inOrder(each.value(), now.value(each.key() + kStyle))) {
-                const Failure failure = setProperty(each.key() + key, value);
-                if (failure && !first)
-                    first = failure;
-                if (failure && failure->endsWith(QStringLiteral("does not answer")))
-                    return first; // nor will it for the others
+                const ServiceAnswer answer = setProperty(each.key() + key, value);
+                if (answer.failure && !first)
+                    first = answer.failure;
+                if (answer.isSilent)
+                    return first; // and will be for the others
             }
         }
         return first;

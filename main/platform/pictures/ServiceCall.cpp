@@ -9,19 +9,19 @@ namespace {
 
 constexpr int kCallPatience = 2000; // milliseconds, with one call
 
-QString failureOf(const QDBusMessage &call, const QDBusMessage &answer)
+ServiceAnswer failureOf(const QDBusMessage &call, const QDBusMessage &answer)
 {
     switch (QDBusError(answer).type()) {
     case QDBusError::NoReply:
     case QDBusError::Timeout:
     case QDBusError::TimedOut:
-        return call.service() + QStringLiteral(" does not answer");
+        return {{}, call.service() + QStringLiteral(" does not answer"), true};
     case QDBusError::ServiceUnknown:
-        return call.service() + QStringLiteral(" is not running");
+        return {{}, call.service() + QStringLiteral(" is not running")};
     default:
         if (answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
-            return call.service() + QStringLiteral(" is not running");
-        return answer.errorMessage().isEmpty() ? answer.errorName() : answer.errorMessage();
+            return {{}, call.service() + QStringLiteral(" is not running")};
+        return {{}, answer.errorMessage().isEmpty() ? answer.errorName() : answer.errorMessage()};
     }
 }
 
@@ -43,7 +43,7 @@ ServiceAnswer ask(const QDBusMessage &call)
         return {{}, QStringLiteral("there is no session bus")};
     const QDBusMessage answer = bus.call(call, QDBus::Block, kCallPatience);
     if (answer.type() != QDBusMessage::ReplyMessage)
-        return {{}, failureOf(call, answer)};
+        return failureOf(call, answer);
     return {answer.arguments(), {}};
 }
 

@@ -15,6 +15,7 @@ struct ServiceAnswer
 {
     QVariantList values;
     Failure failure;
+    bool isSilent = false; // it failed since nobody answered in time
 };
 
 [[nodiscard]] QDBusMessage serviceCall(const QString &service, const QString &path,

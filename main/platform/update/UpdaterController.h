@@ -27,8 +27,8 @@ public:
         std::function<QStringList()> channels;
         // Why there must be no check now, in words for people; none when there may be one.
         std::function<std::optional<QString>()> refusal;
-        // An update lies ready. True when the delegate sees to it that `installNow` is called, or
-        // has called it; false to have it installed when the program ends.
+        // An update lies ready, and is installed when the program ends at the latest. True when the
+        // delegate sees to it that `installNow` is called before that, or has called it.
         std::function<bool(const QString &version, std::function<void()> installNow)>
             willInstallUpdateOnQuit;
     };
