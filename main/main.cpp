@@ -21,6 +21,7 @@
 #include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
 #include "platform/update/Relaunch.h"
+#include "platform/video/ClipMemory.h"
 #include "platform/video/VideoPlayer.h"
 #include "shell/App.h"
 #include "shell/CommandLine.h"
@@ -34,7 +35,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <malloc.h>
 #include <memory>
 #include <unistd.h>
 
@@ -49,15 +49,6 @@ constexpr int kAnewWithoutWindows = 76;
 
 // How long what reads clips is kept for a wall that does not play yet.
 constexpr std::chrono::seconds kKeptLoaded{10};
-
-// Clips come and go for months: their buffers are given back to the system when they are freed,
-// instead of wearing holes into the heap.
-void keepTheHeapSmall()
-{
-    constexpr int kOwnMappingFrom = 256 * 1024; // bytes
-    mallopt(M_MMAP_THRESHOLD, kOwnMappingFrom);
-    mallopt(M_ARENA_MAX, 2);
-}
 
 // A reader of our messages that goes away, a terminal or a launcher, must not take the walls along.
 void outliveReaders()

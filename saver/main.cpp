@@ -14,6 +14,7 @@
 #include "platform/storage/FileLock.h"
 #include "platform/storage/StandardFolders.h"
 #include "platform/time/MediaClock.h"
+#include "platform/video/ClipMemory.h"
 #include "saver/SaverTarget.h"
 #include "settings/Settings.h"
 
@@ -22,21 +23,12 @@
 #include <QStandardPaths>
 
 #include <cstdlib>
-#include <malloc.h>
 
 using namespace corvella;
 
 namespace {
 
 constexpr QSize kOwnWindow(960, 600); // points
-
-// As in the program itself: buffers go back to the system when they are freed.
-void keepTheHeapSmall()
-{
-    constexpr int kOwnMappingFrom = 256 * 1024; // bytes
-    mallopt(M_MMAP_THRESHOLD, kOwnMappingFrom);
-    mallopt(M_ARENA_MAX, 2);
-}
 
 struct Place
 {

@@ -1,5 +1,7 @@
 #include "settings/Products.h"
 
+#include "Product.h"
+
 #include <QByteArray>
 
 #include <gtest/gtest.h>
@@ -34,6 +36,16 @@ TEST(ProductsTest, BeginWithTheRowThatStandsForAllOfThem)
 {
     EXPECT_EQ(products().first().id, QStringLiteral("all"));
     EXPECT_EQ(products().size() - 1, 12) << "products that have imagery";
+}
+
+TEST(ProductsTest, AreThoseThatAHostOfOnesOwnDraws)
+{
+    ASSERT_EQ(products().size() - 1, qsizetype(sun::kAllProducts.size()));
+    for (size_t i = 0; i < sun::kAllProducts.size(); ++i) {
+        const Product &product = products().at(qsizetype(i) + 1);
+        EXPECT_EQ(sun::productId(sun::kAllProducts.at(i)), product.id);
+        EXPECT_EQ(sun::productLabel(sun::kAllProducts.at(i)), product.label);
+    }
 }
 
 TEST(ProductsTest, AreTheSameListEachTime)

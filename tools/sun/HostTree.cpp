@@ -41,6 +41,13 @@ QString writeJson(const QString &path, const QJsonObject &object)
     return {};
 }
 
+bool rename(const QString &from, const QString &to)
+{
+    std::error_code failure;
+    std::filesystem::rename(from.toStdString(), to.toStdString(), failure);
+    return !failure;
+}
+
 } // namespace
 
 HostTree::HostTree(const Sun &sun, const QDir &root, const HostOptions &options)
@@ -90,13 +97,23 @@ QString HostTree::writeMedia(Product product, const QJsonObject &record)
     options.width = m_options.size;
     options.height = m_options.size;
     options.crf = m_options.crf;
-    if (QString error = renderClip(m_sun, span, m_root.filePath(clip), options); !error.isEmpty())
+    // What is being served stays whole: a file gets its name when it is written.
+    const QString newClip = arriving(clip);
+    const QString newStill = arriving(still);
+    if (QString error = renderClip(m_sun, span, newClip, options); !error.isEmpty())
         return clip + u": " + error;
-    if (!m_sun.render(product, end, m_options.size).save(m_root.filePath(still), "PNG"))
+    if (!m_sun.render(product, end, m_options.size).save(newStill, "PNG")
+        || !rename(newClip, m_root.filePath(clip)) || !rename(newStill, m_root.filePath(still)))
         return u"cannot write " + still;
 
     QString error = publish(clip, record[u"video"].toString());
     return error.isEmpty() ? publish(still, record[u"img1k"].toString()) : error;
+}
+
+QString HostTree::arriving(const QString &path) const
+{
+    const QFileInfo file(m_root.filePath(path));
+    return file.path() + u"/arriving-" + file.fileName();
 }
 
 QString HostTree::prepareFor(const QString &path)
@@ -112,10 +129,12 @@ QString HostTree::publish(const QString &versioned, const QString &unversioned)
         return error;
     const QString from = m_root.filePath(versioned);
     const QString to = m_root.filePath(unversioned);
-    QFile::remove(to);
+    const QString newName = arriving(unversioned);
+    QFile::remove(newName); // what was interrupted may have left it
     std::error_code failure;
-    std::filesystem::create_hard_link(from.toStdString(), to.toStdString(), failure);
-    return !failure || QFile::copy(from, to) ? QString() : u"cannot write " + to;
+    std::filesystem::create_hard_link(from.toStdString(), newName.toStdString(), failure);
+    const bool isThere = !failure || QFile::copy(from, newName);
+    return isThere && rename(newName, to) ? QString() : u"cannot write " + to;
 }
 
 QString HostTree::writeRecords(const QList<QJsonObject> &records)

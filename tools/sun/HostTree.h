@@ -36,6 +36,8 @@ private:
     QString writeMedia(Product product, const QJsonObject &record);
     QString writeRecords(const QList<QJsonObject> &records);
     QString publish(const QString &versioned, const QString &unversioned);
+    // Where a file is written before it gets its name.
+    QString arriving(const QString &path) const;
     QString prepareFor(const QString &path);
     QJsonObject recordOf(Product product) const;
 

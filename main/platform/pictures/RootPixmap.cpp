@@ -160,7 +160,7 @@ Failure RootPixmap::setPicture(const QImage &picture)
     upload(pixmap, pixels);
     freeLastPixmap();
     for (const char *property : kProperties)
-        xcb_change_property(server, XCB_PROP_MODE_REPLACE, m_screen->root, atomOf(server, property),
+        xcb_change_property(server, XCB_PROP_MODE_REPLACE, m_screen->root, atom(server, property),
                             XCB_ATOM_PIXMAP, 32, 1, &pixmap);
     xcb_change_window_attributes(server, m_screen->root, XCB_CW_BACK_PIXMAP, &pixmap);
     xcb_set_close_down_mode(server, XCB_CLOSE_DOWN_RETAIN_PERMANENT);
@@ -173,7 +173,7 @@ void RootPixmap::setColour(const QColor &colour)
     xcb_connection_t *const server = m_connection.get();
     freeLastPixmap();
     for (const char *property : kProperties)
-        xcb_delete_property(server, m_screen->root, atomOf(server, property));
+        xcb_delete_property(server, m_screen->root, atom(server, property));
     QImage pixel(1, 1, m_format);
     pixel.fill(colour);
     uint32_t value = 0;
@@ -188,7 +188,7 @@ bool isRootVisible()
     if (!server)
         return false;
     const xcb_window_t root = rootWindow(server.get());
-    const xcb_atom_t desktop = atomOf(server.get(), "_NET_WM_WINDOW_TYPE_DESKTOP");
+    const xcb_atom_t desktop = atom(server.get(), "_NET_WM_WINDOW_TYPE_DESKTOP");
     const QList<uint32_t> windows =
         numbersOf(server.get(), root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW);
     qint64 covered = 0;

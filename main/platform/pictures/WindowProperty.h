@@ -8,8 +8,6 @@
 
 namespace corvella::x11 {
 
-[[nodiscard]] xcb_atom_t atomOf(xcb_connection_t *server, const char *name);
-
 // The numbers of a property of this type; none where the window does not have it.
 [[nodiscard]] QList<uint32_t> numbersOf(xcb_connection_t *server, xcb_window_t window,
                                         const char *property, xcb_atom_t type);

@@ -163,13 +163,13 @@ TEST_F(RootWindow, IsHiddenByADesktopAndNotByASmallThingOnIt)
     const auto say = [&server](xcb_window_t window, const char *property, xcb_atom_t type,
                                uint32_t value) {
         xcb_change_property(server.get(), XCB_PROP_MODE_REPLACE, window,
-                            x11::atomOf(server.get(), property), type, 32, 1, &value);
+                            x11::atom(server.get(), property), type, 32, 1, &value);
         xcb_flush(server.get());
     };
     const xcb_window_t root = x11::rootWindow(server.get());
     const xcb_window_t window = m_display.client().openWindow(QRect(10, 10, 60, 30));
     say(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM,
-        x11::atomOf(server.get(), "_NET_WM_WINDOW_TYPE_DESKTOP"));
+        x11::atom(server.get(), "_NET_WM_WINDOW_TYPE_DESKTOP"));
     say(root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, window);
     EXPECT_TRUE(x11::isRootVisible());
     m_display.client().resizeWindow(window, kSize);
