@@ -97,7 +97,7 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     connect(&m_darkPreference, &DarkPreference::changed, this, &App::chooseAppearance);
     chooseAppearance();
     Settings::migrate();
-    m_background.start([] { refreshInstalledSaver(); });
+    refreshInstalledSaver();
     Cache::seedIfEmpty();
     buildMenus();
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);

@@ -166,7 +166,7 @@ private:
     DarkPreference m_darkPreference;
     WorkQueue m_workQueue;
     QTimer m_tick;
-    BackgroundWork m_background{2}; // for what waits for the network or the disk
+    BackgroundWork m_background{2}; // for what waits for the network
 
     std::vector<DeletedLater<WallView>> m_walls;
     std::vector<DeletedLater<WallWindow>> m_windows; // element i shows m_walls[i]
