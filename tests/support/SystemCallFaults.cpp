@@ -1,6 +1,7 @@
 #include "support/SystemCallFaults.h"
 
 #include "support/ProgramUnderTest.h"
+#include "support/Repetitions.h"
 
 #include <QFile>
 
@@ -298,7 +299,9 @@ void failEachCall(ProgramUnderTest &program, const FaultChoice &choice,
         return !std::string_view(call.fault.name).starts_with(choice.name);
     });
     const qsizetype chosen = std::min<qsizetype>(choice.most, all.size());
-    for (qsizetype i = 0; i < chosen; ++i) {
+    // Several processes can go through all of them: each takes every STEP-th, from another one on.
+    const int step = repetitions("CORVELLA_FAULTS_STEP", 1);
+    for (qsizetype i = repetitions("CORVELLA_FAULTS_FROM", 0); i < chosen; i += step) {
         const FailingCall &call = all[all.size() * i / chosen]; // from the whole length
         const testing::ScopedTrace trace(__FILE__, __LINE__, call.text());
         faults.fail(program, call);

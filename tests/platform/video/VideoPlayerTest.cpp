@@ -9,9 +9,12 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <csignal>
 
 namespace corvella {
 namespace {
@@ -86,6 +89,22 @@ TEST_F(VideoPlayerTest, LetsGoWhatWasLoadedInVain)
 {
     (void)VideoPlayer::loadAhead();
     EXPECT_TRUE(test::clipReadersOf(QCoreApplication::applicationPid()).starters.isEmpty());
+}
+
+// Who lets it go draws the walls.
+TEST_F(VideoPlayerTest, IsLetGoSoonThoughWhatStartedItsReaderHangs)
+{
+    auto clip = player();
+    ASSERT_TRUE(becomes([&] { return number(*clip) == 0; }));
+    const auto starters = test::clipReadersOf(QCoreApplication::applicationPid()).starters;
+    ASSERT_EQ(starters.size(), 1);
+    ASSERT_EQ(::kill(pid_t(starters.first()), SIGSTOP), 0);
+    QElapsedTimer since;
+    since.start();
+    clip.reset();
+    EXPECT_LT(since.elapsed(), 10'000) << "it waits 3 s; for a start it would be 20 s";
+    clip = player();
+    EXPECT_TRUE(becomes([&] { return number(*clip) == 0; })) << "the next one has another";
 }
 
 TEST_F(VideoPlayerTest, ShowsTheFirstPictureBeforeItPlays)
