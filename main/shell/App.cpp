@@ -101,6 +101,9 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     Cache::seedIfEmpty();
     buildMenus();
     connect(&m_screens, &Screens::changed, this, &App::screensChanged);
+    // Whatever may have come of it, a wall that is elsewhere from now on was taken there.
+    connect(&m_screens, &Screens::mayHaveChanged, this,
+            [this] { m_ticksInPlace = kTicksUntilSettled; });
     qGuiApp->installEventFilter(this);
     m_tick.start(kTick);
     if (!Settings::desktopActive())

@@ -183,7 +183,8 @@ private:
     bool m_cursorHidden = false;
     bool m_coversAll = true;
     QList<Extent> m_builtFor; // one per screen, also for those that are Off
-    int m_ticksInPlace = 0;   // since then, with each wall on its screen
+    // Ticks since then with each wall on its screen; enough of them once displays may have changed.
+    int m_ticksInPlace = 0;
     WorkItem m_pendingRebuild;
     WorkItem m_autoQuit;
     WorkItem m_nextRefresh;

@@ -116,7 +116,6 @@ TEST_F(OnScreenTest, AProcessThatBeginsIsNotTakenForADeadOne)
         }
     });
     for (int i = 0; i < 300; ++i) {
-        QFile::remove(file);
         std::optional<SharedClaims> claims = SharedClaims::join(folder.path());
         if (claims) { // not had while the neighbour looked at it for too long
             EXPECT_FALSE(FileLock::acquire(file, std::chrono::milliseconds(0)));

@@ -680,6 +680,16 @@ TEST_F(DisplayChanges, ThatOnlyAManagerSawGiveAWallBackToItsDisplay)
     EXPECT_EQ(m_app->windows()[1]->geometry(), kRight.frame);
 }
 
+TEST_F(DisplayChanges, ThatLeaveNothingToSeeGiveAWallBackThatHadNoTimeToSettle)
+{
+    Q_EMIT m_screens.mayHaveChanged();
+    takeAway(*m_app->windows()[1]);
+    tickAfterIdle(0);
+    pass(500ms);
+    EXPECT_EQ(rebuilds(), QStringList{QStringLiteral("display layout changed (2 -> 2)")});
+    EXPECT_EQ(m_app->windows()[1]->geometry(), kRight.frame);
+}
+
 TEST_F(DisplayChanges, NeverMoveAWallThatIsElsewhereFromTheStart)
 {
     takeAway(*m_app->windows()[1]);
@@ -1046,7 +1056,7 @@ TEST_F(KeyTest, TheChordEndsAKioskWithoutLatinLetters)
 {
     constexpr quint32 kPlaceOfQ = 24;
     constexpr int kShortI = 0x0419; // what a Russian keyboard has there
-    constexpr auto kChord = Qt::ControlModifier | Qt::MetaModifier | Qt::AltModifier;
+    static constexpr auto kChord = Qt::ControlModifier | Qt::MetaModifier | Qt::AltModifier;
     configure(Mode::kiosk);
     launch();
     const auto pressed = [this](int key, quint32 place) {

@@ -1,10 +1,23 @@
 #include "platform/session/Screens.h"
 
+#include "platform/session/XcbConnection.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 #include <qpa/qplatformscreen.h>
 
 namespace corvella {
+
+namespace {
+
+// RRScreenChangeNotify and RRNotify: https://gitlab.freedesktop.org/xorg/proto/xorgproto,
+// randrproto.txt.
+constexpr std::string_view kDisplaysExtension = "RANDR";
+constexpr int kDisplayEvents = 2;
+
+constexpr int kSentByAClient = 0x80; // a bit of an event's type
+
+} // namespace
 
 QRect frameOf(const QScreen &screen)
 {
@@ -24,6 +37,19 @@ Screens::Screens(QObject *parent)
     });
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &Screens::changed);
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &Screens::changed);
+    if (xcb_connection_t *const server = x11::applicationConnection()) {
+        m_firstEvent = x11::firstEventOf(server, kDisplaysExtension);
+        qGuiApp->installNativeEventFilter(this); // Qt asks for these events
+    }
+}
+
+bool Screens::nativeEventFilter(const QByteArray & /*type*/, void *message, qintptr * /*result*/)
+{
+    const int type =
+        static_cast<const xcb_generic_event_t *>(message)->response_type & ~kSentByAClient;
+    if (m_firstEvent && type >= *m_firstEvent && type < *m_firstEvent + kDisplayEvents)
+        Q_EMIT mayHaveChanged();
+    return false;
 }
 
 void Screens::watch(QScreen *screen)

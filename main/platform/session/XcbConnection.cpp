@@ -39,6 +39,15 @@ xcb_window_t rootWindow(xcb_connection_t *connection)
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 }
 
+std::optional<int> firstEventOf(xcb_connection_t *connection, std::string_view extension)
+{
+    const auto cookie =
+        xcb_query_extension(connection, static_cast<uint16_t>(extension.size()), extension.data());
+    const ReplyOf<xcb_query_extension_reply_t> reply(
+        xcb_query_extension_reply(connection, cookie, nullptr));
+    return reply && reply->present ? std::optional<int>(reply->first_event) : std::nullopt;
+}
+
 xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
 {
     const auto cookie =

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace corvella::x11 {
@@ -35,6 +36,10 @@ template <typename Reply> using ReplyOf = std::unique_ptr<Reply, FreeReply>;
 [[nodiscard]] xcb_connection_t *applicationConnection();
 
 [[nodiscard]] xcb_window_t rootWindow(xcb_connection_t *connection);
+
+// The type of an extension's first event; nothing where the server lacks it.
+[[nodiscard]] std::optional<int> firstEventOf(xcb_connection_t *connection,
+                                              std::string_view extension);
 
 // Made where the server does not know the name yet; XCB_ATOM_NONE where it does not answer.
 [[nodiscard]] xcb_atom_t atom(xcb_connection_t *connection, std::string_view name);

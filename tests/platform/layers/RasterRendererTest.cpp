@@ -23,7 +23,7 @@ protected:
     // Draws what changed into m_target and tells where that was.
     QRegion draw()
     {
-        const QRegion region = m_renderer.advance(drawList(m_tree, m_tree.now()));
+        QRegion region = m_renderer.advance(drawList(m_tree, m_tree.now()));
         m_renderer.paint(m_target, region);
         return region;
     }

@@ -125,7 +125,7 @@ protected:
         buffer.bind();
         renderer.paint(drawList(tree, tree.now()), kSize);
         // paint() draws for a window, whose first line is at the top: so does toImage().
-        const QImage image = buffer.toImage().convertToFormat(QImage::Format_RGB32);
+        QImage image = buffer.toImage().convertToFormat(QImage::Format_RGB32);
         buffer.release();
         return image;
     }

@@ -31,7 +31,7 @@ protected:
         const QString folder =
             m_home.path(QStringLiteral("it's \"100%\" $(touch harm); `b`, ünï 日本  #1"));
         EXPECT_TRUE(QDir().mkpath(folder));
-        const QString path = folder + u'/' + name + QStringLiteral(".png");
+        QString path = folder + u'/' + name + QStringLiteral(".png");
         QImage image(100, 100, QImage::Format_RGB32);
         image.fill(colour);
         EXPECT_TRUE(image.save(path));
