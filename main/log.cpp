@@ -25,7 +25,8 @@ iovec journalField(std::string_view text)
 
 void log(const QString &message)
 {
-    const QByteArray text = message.toUtf8();
+    QByteArray text = message.toUtf8();
+    text.replace('\n', ' '); // from outside, as in the id of a product; a message is one line
     const QByteArray line = "corvella: " + text + '\n';
     std::fputs(line.constData(), stderr);
 

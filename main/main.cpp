@@ -151,6 +151,7 @@ int main(int argc, char **argv)
     keepTheHeapSmall();
     outliveReaders();
     const CommandLine commandLine = readCommandLine(argc, argv);
+    argc = std::min(argc, 1); // Qt has options of its own, which would count
     if (commandLine.selfTest) {
         runSelfTest();
         return EXIT_SUCCESS;

@@ -51,6 +51,20 @@ void NumberField::finish()
     Q_EMIT typed();
 }
 
+bool NumberField::event(QEvent *event)
+{
+    // On X11 an edited line claims Control+U for itself, to delete all of it. Here that belongs to
+    // the menu, as everywhere else in the window.
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (key->modifiers() == Qt::ControlModifier && key->key() == Qt::Key_U) {
+            event->ignore();
+            return true;
+        }
+    }
+    return QLineEdit::event(event);
+}
+
 void NumberField::keyPressEvent(QKeyEvent *event)
 {
     // Return takes the number; passed on, it would press the window's default button as well.

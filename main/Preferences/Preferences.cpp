@@ -18,6 +18,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -76,6 +77,8 @@ void Preferences::show()
 
 void Preferences::hide()
 {
+    if (m_question)
+        m_question->reject(); // alone on the desktop it would block the window that comes next
     if (m_window)
         m_window->hide();
 }

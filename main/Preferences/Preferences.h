@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QObject>
+#include <QPointer>
 
 #include <functional>
 #include <memory>
@@ -16,6 +17,7 @@ class QAbstractButton;
 class QCheckBox;
 class QComboBox;
 class QMenuBar;
+class QMessageBox;
 class QPushButton;
 class QRadioButton;
 
@@ -96,6 +98,7 @@ private:
     void networkChanged();
     void desktopToggled();
     void desktopUpdateNow();
+    void disable(QPushButton &button);
     void desktopUpdated(const std::optional<QDateTime> &refused);
     void prime();
     void primed(const std::optional<QDateTime> &refused);
@@ -147,6 +150,7 @@ private:
     QPushButton *m_quitButton = nullptr;
     Note *m_versionLabel = nullptr;
     BusyIndicator *m_busy = nullptr;
+    QPointer<QMessageBox> m_question; // whether to turn off, while it is open; of m_window
     QPushButton *m_armButton = nullptr;
     QPushButton *m_startButton = nullptr;
 

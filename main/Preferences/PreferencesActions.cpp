@@ -158,10 +158,18 @@ void Preferences::desktopUpdateNow()
     m_cacheStatus->setText(offline ? QStringLiteral("Updating from disk…")
                                    : QStringLiteral("Checking for new imagery…"));
     m_busy->start();
-    m_startButton->setEnabled(false);
-    m_desktopNow->setEnabled(false);
+    disable(*m_startButton);
+    disable(*m_desktopNow);
     m_background->run([offline] { return offline ? std::nullopt : Cache::refreshNow(false); },
                       [this](const std::optional<QDateTime> &refused) { desktopUpdated(refused); });
+}
+
+// The keys would go to the next control, where Return and Space do something else.
+void Preferences::disable(QPushButton &button)
+{
+    if (button.hasFocus())
+        m_window->focusNothing();
+    button.setEnabled(false);
 }
 
 void Preferences::desktopUpdated(const std::optional<QDateTime> &refused)
@@ -178,7 +186,7 @@ void Preferences::prime()
 {
     if (std::exchange(m_priming, true))
         return;
-    m_primeButton->setEnabled(false);
+    disable(*m_primeButton);
     m_busy->start();
     m_cacheStatus->setText(QStringLiteral("Downloading…"));
     const auto progress = [this, background = m_background.get()](int done, int total) {
@@ -276,6 +284,7 @@ void Preferences::deactivate()
     const TurnOffFacts facts{Settings::desktopActive() && Settings::previousDesktop(),
                              Settings::openAtLogin(), bundledSaver().has_value()};
     auto *const alert = new QMessageBox(m_window.get());
+    m_question = alert;
     connect(alert, &QMessageBox::finished, alert, &QObject::deleteLater);
     alert->setIcon(QMessageBox::Question);
     alert->setText(QStringLiteral("Turn Corvella off and quit?"));

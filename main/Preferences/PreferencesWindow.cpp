@@ -118,10 +118,15 @@ void PreferencesWindow::bringToFront()
     place.moveCenter(screen()->availableGeometry().center());
     move(place.topLeft());
     setWindowState(windowState() & ~Qt::WindowMinimized);
-    m_content->setFocus();
+    focusNothing();
     show();
     raise();
     activateForUser(*windowHandle());
+}
+
+void PreferencesWindow::focusNothing()
+{
+    m_content->setFocus();
 }
 
 void PreferencesWindow::orderTabs()

@@ -31,6 +31,9 @@ public:
     // In the middle of its screen, before all other windows, and no control of it with the keys.
     void bringToFront();
 
+    // Takes the keys from whatever control has them.
+    void focusNothing();
+
     // Lets the wheel scroll the window where the pointer is on this control, instead of changing
     // what it shows in passing.
     void leaveWheelAlone(QWidget &control) { control.installEventFilter(this); }

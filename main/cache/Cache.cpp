@@ -70,8 +70,9 @@ void write(const QList<QJsonObject> &entries)
 
 void seedIfEmpty()
 {
-    folder().seedIfEmpty(resourcePath(QStringLiteral("seed.mp4")),
-                         resourcePath(QStringLiteral("seed.json")));
+    const std::optional<QString> clip = resourcePath(QStringLiteral("seed.mp4"));
+    folder().seedIfEmpty(clip, resourcePath(QStringLiteral("seed.json")));
+    folder().restoreSeed(clip);
 }
 
 bool readOnly()

@@ -8,9 +8,13 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace corvella {
 
 namespace {
+
+const QString kSeed = QStringLiteral("seed.mp4");
 
 std::optional<QJsonObject> readEntry(const QString &description)
 {
@@ -72,12 +76,37 @@ void CacheFolder::seedIfEmpty(const std::optional<QString> &clip,
         log(QStringLiteral("no seed in the bundle"));
         return;
     }
-    const QString seed = m_path + QStringLiteral("/seed.mp4");
-    if (isMissing(seed))
-        (void)DurableFile::copy(*clip, seed);
+    if (isMissing(seedFile()))
+        copySeed(*clip);
     write({*entry});
     log(QStringLiteral("cache was empty, seeded with the bundled clip (%1)")
             .arg(entry->value(QStringLiteral("updated")).toString(QStringLiteral("?"))));
+}
+
+void CacheFolder::restoreSeed(const std::optional<QString> &clip) const
+{
+    if (!clip || !isMissing(seedFile()))
+        return;
+    const QList<QJsonObject> listed =
+        parseManifest(readBounded(manifestFile(), kLargestManifestBytes).bytes);
+    const bool isListed = std::any_of(listed.begin(), listed.end(), [](const QJsonObject &entry) {
+        return entry.value(QStringLiteral("video")) == kSeed;
+    });
+    if (isListed)
+        copySeed(*clip);
+}
+
+QString CacheFolder::seedFile() const
+{
+    return m_path + u'/' + kSeed;
+}
+
+void CacheFolder::copySeed(const QString &clip) const
+{
+    const FileResult result = DurableFile::copy(clip, seedFile());
+    if (!result.isOk())
+        log(QStringLiteral("could not copy the built-in clip (%1); the next start tries again")
+                .arg(result.reason));
 }
 
 } // namespace corvella

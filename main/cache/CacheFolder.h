@@ -36,8 +36,13 @@ public:
     // had nothing to seed with.
     void seedIfEmpty(const std::optional<QString> &clip,
                      const std::optional<QString> &description) const;
+    // Gives a folder whose manifest names that clip the clip again where it is gone: there may have
+    // been no room for it.
+    void restoreSeed(const std::optional<QString> &clip) const;
 
 private:
+    [[nodiscard]] QString seedFile() const;
+    void copySeed(const QString &clip) const;
     [[nodiscard]] bool holds(const QJsonValue &name) const;
 
     QString m_path;

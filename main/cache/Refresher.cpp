@@ -182,8 +182,7 @@ Refresher::Wanted Refresher::dropUnwanted(bool everything)
 {
     const std::optional<QSet<QString>> inUse =
         everything ? std::nullopt : Settings::productsInUse();
-    // Where the user's choice cannot be read, nobody knows what is unwanted.
-    const bool mayDrop = Settings::d().isReadable() && !Settings::offline();
+    const bool mayDrop = Settings::areProductsKnown() && !Settings::offline();
     Wanted wanted;
     for (const Product &product : imageryProducts()) {
         if (!inUse || inUse->contains(product.id)) {

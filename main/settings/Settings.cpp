@@ -4,6 +4,7 @@
 #include "platform/session/LoginItem.h"
 #include "platform/storage/Resources.h"
 #include "settings/Hosts.h"
+#include "settings/Store.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,7 +63,7 @@ bool isNoProduct(const QString &piece)
 
 UserDefaults &d()
 {
-    static UserDefaults store(QStringLiteral("space.tarrow.corvella"));
+    static UserDefaults store = openStore();
     return store;
 }
 
@@ -322,6 +323,12 @@ std::optional<QSet<QString>> inUse(const QStringList &lists)
     if (needed.isEmpty())
         return std::nullopt;
     return needed;
+}
+
+bool areProductsKnown()
+{
+    const QString key = QStringLiteral("products");
+    return d().isReadable() && (!d().contains(key) || d().stringList(key));
 }
 
 std::optional<QSet<QString>> productsInUse()

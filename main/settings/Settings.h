@@ -124,6 +124,8 @@ void setOpenAtLogin(bool open);
 // The products that entries like those of products() need; none means every product.
 [[nodiscard]] std::optional<QSet<QString>> inUse(const QStringList &lists);
 [[nodiscard]] std::optional<QSet<QString>> productsInUse();
+// False where what was chosen cannot be read, or is no list: nobody knows then what is not needed.
+[[nodiscard]] bool areProductsKnown();
 
 // The rule behind refreshMinutes(): 720 when exactly that is given, else 1440.
 [[nodiscard]] double refreshInterval(std::optional<double> stored);

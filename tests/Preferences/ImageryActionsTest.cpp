@@ -116,6 +116,21 @@ TEST_F(ImageryActionsTest, DownloadsEverythingAndTellsHowFarItIs)
     EXPECT_EQ(m_said.mid(m_said.indexOf(expected.first()), expected.size()), expected);
 }
 
+// Return and Space would act on what comes next.
+TEST_F(ImageryActionsTest, TheKeysAreNobodysWhileTheirButtonIsDisabled)
+{
+    serve(QString::fromLatin1(kSlow));
+    Settings::setDesktop(true);
+    open();
+    for (const char *name : {"primeButton", "desktopNow"}) {
+        control(name).setFocus();
+        click(name);
+        EXPECT_FALSE(isEnabled(name));
+        EXPECT_EQ(window().focusWidget()->accessibleName(), u"Corvella"_s) << name;
+        EXPECT_TRUE(test::becomes([name] { return isEnabled(name); }));
+    }
+}
+
 TEST_F(ImageryActionsTest, ASecondDownloadWhileOneRunsIsNone)
 {
     serve(QString::fromLatin1(kSlow));

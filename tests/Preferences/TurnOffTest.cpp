@@ -3,6 +3,7 @@
 #include "Preferences/PreferencesFixture.h"
 
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 
 namespace corvella {
@@ -78,6 +79,17 @@ TEST_F(TurnOffTest, CancellingChangesNothing)
     EXPECT_EQ(test::TemporaryHome::read(Settings::d().filePath()), before);
     EXPECT_TRUE(Settings::openAtLogin());
     EXPECT_THAT(m_walls.calls, Not(Contains(u"hide"_s)));
+}
+
+// A wall comes up meanwhile, as a saver does.
+TEST_F(TurnOffTest, TheQuestionGoesWithItsWindow)
+{
+    open();
+    const QPointer<QMessageBox> box = &alert();
+    Preferences::shared().hide();
+    EXPECT_TRUE(test::becomes([&box] { return !box; }));
+    Preferences::shared().show();
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 
 TEST_F(TurnOffTest, ConfirmedItUndoesWhatItChangedAndQuits)

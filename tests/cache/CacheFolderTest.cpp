@@ -304,7 +304,26 @@ TEST_F(SeedingTest, StillWritesTheManifestWhenTheClipCannotBeCopied)
     m_folder.seedIfEmpty(m_home.path(QStringLiteral("share/absent.mp4")), m_description);
     EXPECT_TRUE(m_folder.isPrimed());
     EXPECT_TRUE(m_folder.entries().isEmpty());
-    EXPECT_THAT(m_log.messages(), ElementsAre(seeded("2025-03-01T09:05:00Z")));
+    EXPECT_THAT(m_log.messages(),
+                ElementsAre(QStringLiteral("could not copy the built-in clip (No such file or "
+                                           "directory); the next start tries again"),
+                            seeded("2025-03-01T09:05:00Z")));
+}
+
+TEST_F(SeedingTest, BringsAClipLaterForWhichThereWasNoRoom)
+{
+    m_folder.seedIfEmpty(m_home.path(QStringLiteral("share/absent.mp4")), m_description);
+    m_folder.restoreSeed(m_clip);
+    EXPECT_EQ(m_folder.entries().size(), 1);
+    EXPECT_EQ(stored(QStringLiteral("seed.mp4")), QByteArray("the clip that ships"));
+    EXPECT_EQ(m_log.messages().size(), 2) << "nothing more to say";
+}
+
+TEST_F(SeedingTest, BringsNoClipThatTheCacheDoesNotName)
+{
+    storeManifest(R"([{"id": "171", "video": "171.mp4"}])");
+    m_folder.restoreSeed(m_clip);
+    EXPECT_FALSE(QFileInfo::exists(m_folder.path() + QStringLiteral("/seed.mp4")));
 }
 
 } // namespace

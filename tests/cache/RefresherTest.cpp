@@ -235,6 +235,25 @@ TEST_F(RefresherTest, DropsNothingWhileTheChoiceOfProductsCannotBeRead)
     EXPECT_FALSE(has(QStringLiteral("94.mp4")));
 }
 
+TEST_F(RefresherTest, DropsNothingWhereTheChoiceOfProductsIsNoList)
+{
+    layProduct(QStringLiteral("94"));
+    Settings::d().setString(QStringLiteral("products"), QStringLiteral("94,171"));
+    m_refresher.pass(false, false, true);
+    EXPECT_TRUE(has(QStringLiteral("94.mp4")));
+}
+
+// What was brought to an offline machine by hand is not to be lost by a comma too many.
+TEST_F(RefresherTest, DropsNothingAfterSettingsWereSetAside)
+{
+    layProduct(QStringLiteral("94"));
+    m_home.write(Settings::d().filePath(), R"({"offline": true,, "products": ["all"]})");
+    m_refresher.pass(false, false, true);
+    m_refresher.pass(false, false, true); // by then nothing is wrong with the settings
+    EXPECT_TRUE(has(QStringLiteral("94.mp4")));
+    EXPECT_TRUE(Settings::offline());
+}
+
 TEST_F(RefresherTest, DropsNothingOfflineOrWhenEverythingIsWanted)
 {
     const TestImageryHost host(TestImageryHost::kProducts);

@@ -254,6 +254,21 @@ TEST_F(DisplaysComeAndGo, DisplayThatWasAwayUnnoticedAsItsWallCameUpIsCovered)
     EXPECT_TRUE(becomes([this] { return areCovered({kFirst, kSecond}); }));
 }
 
+// A projector beside a laptop's own display.
+TEST_F(DisplaysComeAndGo, DisplaysThatMirrorOneAnotherAreOneScreen)
+{
+    const Monitor mirror{kSecond.name, kFirst.frame};
+    m_program.configure({{u"products"_s, QJsonArray{u"all"_s, u"off"_s}}});
+    pullOut(kSecond);
+    plugIn(mirror);
+    startOn({kFirst});
+    EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode wall"_s));
+    pullOut(mirror);
+    plugIn(kSecond);
+    m_program.configure({{u"products"_s, QJsonArray{u"all"_s, u"all"_s}}});
+    EXPECT_TRUE(becomes([this] { return areCovered({kFirst, kSecond}); }));
+}
+
 // Counted from before the command that switches the display on, which is a little too long, until
 // nothing shows any more of what lies beneath. What else the machine does only ever adds to it: the
 // quickest of a few counts.

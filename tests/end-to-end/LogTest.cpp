@@ -3,6 +3,8 @@
 #include "support/JournalSocket.h"
 #include "support/ProgramUnderTest.h"
 
+#include <QJsonArray>
+
 #include <gtest/gtest.h>
 
 namespace corvella {
@@ -30,6 +32,26 @@ TEST_F(LogOfTheProgram, IsOneLineAMessageOnStandardError)
     EXPECT_EQ(m_program.process().exitStatus(), 0);
     EXPECT_EQ(m_program.process().errors(), QByteArray("corvella: ") + kMessage + '\n');
     EXPECT_EQ(m_program.process().output(), QByteArray());
+}
+
+TEST_F(LogOfTheProgram, IsOneLineWhateverComesFromOutside)
+{
+    m_program.addClip(u"one\ntwo"_s, 2, 1);
+    m_program.configure({{u"mode"_s, u"wall"_s}, {u"products"_s, QJsonArray{u"one\ntwo"_s}}});
+    m_program.showOnPlatform(u"offscreen"_s);
+    m_program.start({u"--start"_s});
+    EXPECT_TRUE(m_program.logs(u"playing one two"_s));
+}
+
+// Qt's own would bring other displays, and messages of theirs.
+TEST_F(LogOfTheProgram, HasNothingToSayOfOptionsThatNobodyKnows)
+{
+    m_program.start({u"--refresh"_s, u"-platform"_s, u"nonsense"_s, u"--nonsense"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    m_program.configure({{u"mode"_s, u"desktop"_s}, {u"configured"_s, true}});
+    m_program.showOnPlatform(u"offscreen"_s);
+    m_program.start({u"-platform"_s, u"nonsense"_s});
+    EXPECT_TRUE(m_program.logs(u"desktop mode: resident, no windows"_s));
 }
 
 TEST_F(LogOfTheProgram, ReachesTheJournalWithoutThePrefix)

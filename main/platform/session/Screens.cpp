@@ -17,6 +17,21 @@ constexpr int kDisplayEvents = 2;
 
 constexpr int kSentByAClient = 0x80; // a bit of an event's type
 
+// Without those that lie within another one; of equal ones the first stays.
+QList<Screen> withoutMirrors(const QList<Screen> &all)
+{
+    QList<Screen> kept;
+    for (qsizetype i = 0; i < all.size(); ++i) {
+        bool isMirror = false;
+        for (qsizetype j = 0; j < all.size() && !isMirror; ++j)
+            isMirror = j != i && all[j].frame.contains(all[i].frame)
+                && (all[j].frame != all[i].frame || j < i);
+        if (!isMirror)
+            kept << all[i];
+    }
+    return kept;
+}
+
 } // namespace
 
 QRect frameOf(const QScreen &screen)
@@ -66,7 +81,7 @@ QList<Screen> Screens::list() const
         if (const QRect frame = frameOf(*screen); !frame.isEmpty())
             list << Screen{screen, frame, screen->devicePixelRatio()};
     }
-    return list;
+    return withoutMirrors(list);
 }
 
 } // namespace corvella

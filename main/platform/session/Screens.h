@@ -28,7 +28,8 @@ class Screens : public QObject, private QAbstractNativeEventFilter
 public:
     explicit Screens(QObject *parent = nullptr);
 
-    // In the platform's order, the main screen first. Empty while no display is attached.
+    // In the platform's order, the main screen first. Empty while no display is attached. Displays
+    // that mirror one another are one screen, the largest of them.
     [[nodiscard]] QList<Screen> list() const;
 
 Q_SIGNALS:

@@ -88,8 +88,9 @@ QJsonObject withoutNulls(QJsonObject settings)
 
 } // namespace
 
-UserDefaults::UserDefaults(QString domain, Pause pause)
+UserDefaults::UserDefaults(QString domain, QJsonObject whenUnknown, Pause pause)
     : m_domain(std::move(domain))
+    , m_whenUnknown(std::move(whenUnknown))
     , m_pause(std::move(pause))
 {
 }
@@ -290,8 +291,21 @@ QJsonObject UserDefaults::userSettings() const
         content = lock ? readOrSetAside(path) : content;
     }
     complainOnce(path, content);
+    const bool isKnown =
+        content.state == DefaultsState::missing || content.state == DefaultsState::whole;
+    const QJsonObject settings = isKnown ? content.settings : unknownSettings();
     const Changes *const together = gathered();
-    return together ? changed(content.settings, *together) : content.settings;
+    return together ? changed(settings, *together) : settings;
+}
+
+QJsonObject UserDefaults::unknownSettings() const
+{
+    QJsonObject settings = m_whenUnknown;
+    for (const QString &folder : StandardFolders::machineConfig()) {
+        for (const QString &key : machineSettings(folder).keys())
+            settings.remove(key);
+    }
+    return settings;
 }
 
 QJsonObject UserDefaults::machineSettings(const QString &folder) const
@@ -316,8 +330,8 @@ DefaultsContent UserDefaults::readSettled(const QString &path) const
     return content;
 }
 
-// The file's content; a damaged file is moved out of the way, after which it is missing. Call with
-// the lock held.
+// The file's content; a damaged file is moved out of the way, and has what holds without it in its
+// place. Call with the lock held.
 DefaultsContent UserDefaults::readOrSetAside(const QString &path) const
 {
     DefaultsContent content = readSettled(path);
@@ -329,9 +343,14 @@ DefaultsContent UserDefaults::readOrSetAside(const QString &path) const
         content.reason += QStringLiteral(" and cannot be set aside: ") + file.errorString();
         return content;
     }
+    const QJsonObject settings = unknownSettings();
+    if (!settings.isEmpty() && !write(path, settings)) {
+        file.rename(path); // better ignored than forgotten
+        return content;
+    }
     log(QStringLiteral("settings: set %1 aside as %2 (%3)")
             .arg(path, QFileInfo(name).fileName(), content.reason));
-    return {};
+    return settings.isEmpty() ? DefaultsContent{} : m_reader.read(path);
 }
 
 bool UserDefaults::isKnown(const QString &path, const DefaultsContent &content) const

@@ -8,8 +8,9 @@
 // value.
 //
 // Nothing here fails loudly. A user's file that is not a JSON object is set aside as
-// "DOMAIN.json.unreadable-TIME" and logged; a file that cannot be read gives no values and is never
-// overwritten; a change that cannot be saved is logged and leaves the old file whole.
+// "DOMAIN.json.unreadable-TIME" and logged; a file that cannot be read gives no values of the
+// user's and is never overwritten; a change that cannot be saved is logged and leaves the old file
+// whole.
 #pragma once
 
 #include "platform/storage/DefaultsFile.h"
@@ -28,7 +29,9 @@ public:
     // writing it. Called once, or up to twenty times while the file keeps changing; 50 ms each.
     using Pause = std::function<void()>;
 
-    explicit UserDefaults(QString domain, Pause pause = briefPause);
+    // `whenUnknown` holds instead of the user's values while these cannot be read, and is left in
+    // the place of a file that was set aside; but for what the machine's files say.
+    explicit UserDefaults(QString domain, QJsonObject whenUnknown = {}, Pause pause = briefPause);
 
     // The user's file, by the environment of this moment.
     [[nodiscard]] QString filePath() const;
@@ -91,6 +94,7 @@ private:
     bool save(const Changes &changes);
     [[nodiscard]] QString fileName() const;
     [[nodiscard]] QJsonObject userSettings() const;
+    [[nodiscard]] QJsonObject unknownSettings() const;
     [[nodiscard]] QJsonObject machineSettings(const QString &folder) const;
     [[nodiscard]] DefaultsContent readSettled(const QString &path) const;
     [[nodiscard]] DefaultsContent readOrSetAside(const QString &path) const;
@@ -98,6 +102,7 @@ private:
     void complainOnce(const QString &path, const DefaultsContent &content) const;
 
     QString m_domain;
+    QJsonObject m_whenUnknown;
     Pause m_pause;
     mutable DefaultsReader m_reader;
     mutable std::mutex m_mutex;

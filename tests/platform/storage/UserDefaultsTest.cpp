@@ -40,7 +40,7 @@ protected:
     test::TemporaryHome m_home;
     QString m_path = m_home.config(QStringLiteral("domain.json"));
     QString m_machinePath = m_home.path(QStringLiteral("etc/xdg/domain.json"));
-    UserDefaults m_defaults{QStringLiteral("domain"), [] {}};
+    UserDefaults m_defaults{QStringLiteral("domain"), {}, [] {}};
 };
 
 TEST_F(UserDefaultsTest, LiesInTheConfigFolderOfTheEnvironment)
@@ -326,6 +326,50 @@ TEST_F(UserDefaultsTest, NamesAFileThatWasSetAsideByTheTimeInUtc)
                     .hasMatch());
 }
 
+// For what must not happen by mistake.
+class SettingsThatAreUnknown : public UserDefaultsTest
+{
+protected:
+    const QJsonObject m_whenUnknown = parseDefaults(R"({"careful": true, "key": 1})").value();
+    UserDefaults m_careful{QStringLiteral("domain"), m_whenUnknown, [] {}};
+    test::CapturedLog m_log;
+};
+
+TEST_F(SettingsThatAreUnknown, HaveSomethingElseInTheirPlace)
+{
+    store(R"({"careful": false,, "other": 2})");
+    EXPECT_EQ(m_careful.values(), m_whenUnknown);
+    EXPECT_EQ(setAside().size(), 1);
+    EXPECT_EQ(m_defaults.values(), m_whenUnknown) << "whoever reads them later, too";
+    EXPECT_TRUE(m_careful.setBoolean(QStringLiteral("careful"), false));
+    EXPECT_EQ(m_careful.boolean(QStringLiteral("careful")), false);
+}
+
+TEST_F(SettingsThatAreUnknown, AreReplacedBeforeAChange)
+{
+    store("torn");
+    EXPECT_TRUE(m_careful.setInteger(QStringLiteral("other"), 3));
+    EXPECT_EQ(parseDefaults(m_home.read(m_path)),
+              parseDefaults(R"({"careful": true, "key": 1, "other": 3})"));
+}
+
+TEST_F(SettingsThatAreUnknown, AreAsTheMachineHasThem)
+{
+    m_home.write(m_machinePath, R"({"careful": false})");
+    store("torn");
+    EXPECT_EQ(m_careful.boolean(QStringLiteral("careful")), false);
+    EXPECT_EQ(m_careful.integer(key()), 1);
+}
+
+TEST_F(SettingsThatAreUnknown, HoldWhileTheirFileCannotBeRead)
+{
+    ASSERT_TRUE(QDir().mkpath(m_path)); // a folder
+    EXPECT_EQ(m_careful.boolean(QStringLiteral("careful")), true);
+    EXPECT_FALSE(m_careful.isReadable());
+    ASSERT_TRUE(QDir().rmdir(m_path));
+    EXPECT_FALSE(m_careful.contains(QStringLiteral("careful"))) << "none were ever stored";
+}
+
 TEST_F(UserDefaultsTest, KeepsEveryFileThatItSetAside)
 {
     test::CapturedLog log;
@@ -365,7 +409,7 @@ TEST_F(UserDefaultsTest, WritesNoFileThatItWouldNotReadAgain)
 // An editor may empty the file before it writes it again, and a wall may look just then.
 TEST_F(UserDefaultsTest, WaitsForAnEditorThatIsInTheMiddleOfWriting)
 {
-    const UserDefaults defaults(QStringLiteral("domain"), [this] { store(R"({"key": 2})"); });
+    const UserDefaults defaults(QStringLiteral("domain"), {}, [this] { store(R"({"key": 2})"); });
     store("");
     test::CapturedLog log;
     EXPECT_EQ(defaults.integer(key()), 2);
@@ -376,7 +420,7 @@ TEST_F(UserDefaultsTest, WaitsForAnEditorThatIsInTheMiddleOfWriting)
 TEST_F(UserDefaultsTest, DoesNotWaitForEverForAFileThatIsNeverLeftAlone)
 {
     int looks = 0;
-    const UserDefaults defaults(QStringLiteral("domain"),
+    const UserDefaults defaults(QStringLiteral("domain"), {},
                                 [this, &looks] { store(QByteArray(++looks, '[')); });
     store("");
     test::CapturedLog log;

@@ -1,0 +1,16 @@
+// The one store of the program's settings, for each of its processes. Any thread.
+#pragma once
+
+#include "platform/storage/UserDefaults.h"
+
+namespace corvella::Settings {
+
+// While the settings cannot be read nobody knows what was chosen: perhaps that the machine must not
+// reach the network, and its imagery was brought there by hand.
+inline UserDefaults openStore()
+{
+    return UserDefaults(QStringLiteral("space.tarrow.corvella"),
+                        {{QStringLiteral("offline"), true}});
+}
+
+} // namespace corvella::Settings
