@@ -391,6 +391,7 @@ void App::show()
         return;
     }
     m_showing = true;
+    m_shownAt = m_clock.now();
     m_armed = false;
     setCursor(m_coversAll);
     if (mode == Mode::kiosk)
@@ -500,8 +501,10 @@ bool App::isPointerOverWall() const
 void App::tickSaver()
 {
     const double idle = m_idleClock.secondsIdle();
+    // Nobody's absence before the walls came up counts: a nudge at their very start is no wish.
+    const std::chrono::duration<double> shown = m_clock.now() - m_shownAt;
     if (!m_armed)
-        m_armed = idle >= kSettleSeconds;
+        m_armed = std::min(idle, shown.count()) >= kSettleSeconds;
     if (m_armed && idle < kDismissSeconds)
         dismiss();
 }

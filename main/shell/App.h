@@ -176,6 +176,7 @@ private:
     std::unique_ptr<PowerAssertion> m_sleepAssertion; // while walls are up that are no saver
     bool m_showing = false;
     Mode m_mode = Mode::desktop; // of the walls, while they are up
+    MediaTime m_shownAt{0};      // of m_clock
     bool m_armed = false;        // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since

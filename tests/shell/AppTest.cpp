@@ -368,7 +368,10 @@ TEST_F(AppTest, ASaverEndsOnInputOnlyOnceInputHasSettled)
     configure(Mode::saver);
     launch();
     tickAfterIdle(300);
-    tickAfterIdle(0.1); // the mouse is still moving
+    m_clock.advance(1400ms);
+    tickAfterIdle(301.4); // nobody is there since long ago, but the walls are new
+    m_clock.advance(100ms);
+    tickAfterIdle(0.1); // the mouse moves
     EXPECT_TRUE(m_app->isShowing());
     tickAfterIdle(1.4);
     tickAfterIdle(0.1);
@@ -441,6 +444,7 @@ TEST_F(SaverOnItsOwn, EndsWithinAQuarterOfASecondOfInput)
 {
     m_idle.seconds = 300;
     ASSERT_TRUE(test::becomes([this] { return m_app->isShowing(); }));
+    m_clock.advance(1500ms);
     ASSERT_TRUE(looksAgain()); // and finds it settled
     m_idle.seconds = 0;
     ASSERT_TRUE(looksAgain());
@@ -463,7 +467,8 @@ TEST_F(AppTest, ASaverThatIsShownAnewHasToSettleAnew)
     configure(Mode::saver);
     launch();
     tickAfterIdle(300);
-    tickAfterIdle(300.25); // settled
+    m_clock.advance(1500ms);
+    tickAfterIdle(301.5); // settled
     m_app->hide();
     m_app->show();
     tickAfterIdle(0.1);
