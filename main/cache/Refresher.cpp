@@ -234,7 +234,7 @@ int Refresher::update(const QList<Remote> &list, const QStringList &wanted, bool
                       const Progress &progress)
 {
     const int total = static_cast<int>(list.size());
-    int moved = 0;
+    QSet<QString> moved;
     for (int i = 0; i < total && !m_remote.isCancelled(); ++i) {
         const Remote &offer = list[i];
         if (!wanted.contains(offer.id))
@@ -246,14 +246,15 @@ int Refresher::update(const QList<Remote> &list, const QStringList &wanted, bool
         if ((check || !has(clip))
             && updateFile(offer.videos, clip, clipStampName(offer.id),
                           offer.through.value_or(offer.updated)))
-            ++moved;
+            moved << clip;
         if (check || !has(still))
             (void)updateFile(offer.stills, still, stillStampName(offer.id), offer.updated);
     }
-    m_remote.finish();
+    for (const QString &name : m_remote.finish())
+        moved.remove(name);
     if (progress && !m_remote.isCancelled())
         progress(total, total);
-    return moved;
+    return int(moved.size());
 }
 
 // Whether the file was replaced, by the first of the remote paths that gives a usable answer.

@@ -143,7 +143,7 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
     const QString tag = target + kTagSuffix;
     if (std::any_of(m_filings.begin(), m_filings.end(),
                     [&name](const Filing &filing) { return filing.name == name; }))
-        finish(); // asked for twice: what is known of it is being written
+        finishAll(); // asked for twice: what is known of it is being written
     if (!isNewer(path, readSideFile(source)))
         return Fetched::unchanged;
     const QString address = url(host(), path);
@@ -189,11 +189,17 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
         {name, address,
          std::async(kWherePossible, putInPlace, download, target, path, answer.etag, note)});
     if (isDocument(path))
-        finish();
+        finishAll();
     return Fetched::changed;
 }
 
-void RemoteImagery::finish()
+QStringList RemoteImagery::finish()
+{
+    finishAll();
+    return std::exchange(m_notStored, {});
+}
+
+void RemoteImagery::finishAll()
 {
     while (!m_filings.empty())
         finishOldest();
@@ -203,8 +209,10 @@ void RemoteImagery::finishOldest()
 {
     Filing filing = std::move(m_filings.front());
     m_filings.pop_front();
-    if (const FileResult result = filing.result.get(); !result.isOk())
+    if (const FileResult result = filing.result.get(); !result.isOk()) {
         complain(filing.address, QStringLiteral("not stored: ") + result.reason);
+        m_notStored << filing.name;
+    }
 }
 
 RemoteImagery::ProductList RemoteImagery::remoteProducts(bool revalidate)

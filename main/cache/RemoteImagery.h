@@ -71,8 +71,9 @@ public:
         const QString &path, const QString &name,
         const std::function<FileResult()> &note = [] { return FileResult(); });
 
-    // Waits until all that was fetched lies in its place, on the disk.
-    void finish();
+    // Waits until all that was fetched lies in its place, on the disk. The names of what could not
+    // be put there since the last time: fetch() called them changed too early.
+    QStringList finish();
 
     struct ProductList
     {
@@ -109,6 +110,8 @@ private:
         std::future<FileResult> result;
     };
     void finishOldest();
+    void finishAll();
+    QStringList m_notStored;
     std::deque<Filing> m_filings; // the oldest in front
 };
 

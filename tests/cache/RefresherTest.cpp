@@ -235,6 +235,16 @@ TEST_F(RefresherTest, DropsNothingWhileTheChoiceOfProductsCannotBeRead)
     EXPECT_FALSE(has(QStringLiteral("94.mp4")));
 }
 
+TEST_F(RefresherTest, CountsNoClipThatCouldNotBePutInItsPlace)
+{
+    const TestImageryHost host({QStringLiteral("171"), QStringLiteral("304")});
+    serveFront(host);
+    Settings::setProducts({QStringLiteral("171"), QStringLiteral("304")});
+    EXPECT_TRUE(QDir().mkpath(path(QStringLiteral("304.mp4/in the way"))));
+    m_refresher.pass(true, false, true);
+    EXPECT_EQ(log().last(), QStringLiteral("pass: checked, 1 clips moved, 0 products dropped"));
+}
+
 TEST_F(RefresherTest, DropsNothingWhereTheChoiceOfProductsIsNoList)
 {
     layProduct(QStringLiteral("94"));
