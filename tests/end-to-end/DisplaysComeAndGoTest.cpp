@@ -239,6 +239,7 @@ TEST_F(DisplaysComeAndGo, DisplayThatIsBackAtOnceIsCovered)
 // never was away.
 TEST_F(DisplaysComeAndGo, DisplayThatWasAwayUnnoticedIsCovered)
 {
+    m_program.addClip(u"171"_s, 1, 30); // which ends after two seconds
     startOn({kFirst, kSecond});
     ASSERT_TRUE(m_program.logs(u"clip ended (loops done 1 of 1)"_s)); // it is settled
     takeAwayUnnoticed(kSecond);
