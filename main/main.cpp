@@ -31,6 +31,7 @@
 #include <QApplication>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
