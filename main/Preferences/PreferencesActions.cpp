@@ -82,7 +82,9 @@ void Preferences::primeIfIncomplete()
 void Preferences::undoKioskPreset()
 {
     Settings::d().saveTogether([] {
-        Settings::setOffline(Settings::d().boolean(kOfflineBeforeKiosk).value_or(false));
+        // Not there where a shell or the machine's administrator chose the kiosk.
+        if (const std::optional<bool> before = Settings::d().boolean(kOfflineBeforeKiosk))
+            Settings::setOffline(*before);
         Settings::resetAttribution();
     });
     // It goes on opening at login: whoever set a kiosk up may have wanted that before.

@@ -370,14 +370,16 @@ void migrate()
     const UserDefaults old(QStringLiteral("space.tarrow.corvella-wall"));
     if (flag(marker, false) || !old.isReadable())
         return;
-    if (const std::optional<QStringList> lists = old.stringList(QStringLiteral("products")))
-        setProducts(*lists);
-    if (old.contains(QStringLiteral("offline")))
-        setOffline(old.boolean(QStringLiteral("offline")).value_or(false));
-    if (old.contains(QStringLiteral("refreshMinutes")))
-        setRefreshMinutes(refreshInterval(old.number(QStringLiteral("refreshMinutes"))));
-    migrateIdleTime(old);
-    d().setBoolean(marker, true);
+    d().saveTogether([&] {
+        if (const std::optional<QStringList> lists = old.stringList(QStringLiteral("products")))
+            setProducts(*lists);
+        if (old.contains(QStringLiteral("offline")))
+            setOffline(old.boolean(QStringLiteral("offline")).value_or(false));
+        if (old.contains(QStringLiteral("refreshMinutes")))
+            setRefreshMinutes(refreshInterval(old.number(QStringLiteral("refreshMinutes"))));
+        migrateIdleTime(old);
+        d().setBoolean(marker, true);
+    });
 }
 
 } // namespace corvella::Settings

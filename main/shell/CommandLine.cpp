@@ -1,5 +1,7 @@
 #include "shell/CommandLine.h"
 
+#include <QLocale>
+
 #include <cmath>
 
 namespace corvella {
@@ -44,7 +46,8 @@ QStringList CommandLine::toGoOn(bool isShowing) const
 {
     QStringList args{isShowing ? kStart : kQuiet};
     if (autoQuit)
-        args << QStringLiteral("--seconds") << QString::number(*autoQuit);
+        args << QStringLiteral("--seconds")
+             << QString::number(*autoQuit, 'g', QLocale::FloatingPointShortest);
     return args;
 }
 

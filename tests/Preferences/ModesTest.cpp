@@ -158,6 +158,15 @@ TEST_F(ModesTest, WhoWasOfflineBeforeAKioskIsOfflineAfterIt)
     EXPECT_TRUE(Settings::offline());
 }
 
+TEST_F(ModesTest, LeavingAKioskThatWasNotChosenHereLeavesTheNetworkAsItIs)
+{
+    stockEverything();
+    Settings::setMode(Mode::kiosk);
+    open();
+    choose(Mode::wall);
+    EXPECT_TRUE(Settings::offline());
+}
+
 TEST_F(ModesTest, TheDesktopTakesTheWallsDownAndRemembersThePictures)
 {
     Settings::setMode(Mode::wall);

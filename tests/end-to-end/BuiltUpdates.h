@@ -20,32 +20,36 @@ inline void shell(const test::ProgramUnderTest &program, const QStringList &word
     test::run({words.first(), words.mid(1), program.environment(), program.home()});
 }
 
-// Bundles a build into a folder that is served at this address, and announces it there.
-inline void makeBundle(const test::ProgramUnderTest &program, const QString &tree,
-                       const QString &folder, const QString &url)
+// Lays the second build into a folder that is served at this address, and announces it there.
+inline void announceSecondBuild(const test::ProgramUnderTest &program, const QString &folder,
+                                const QString &url)
 {
-    QFile notes(program.home() + QStringLiteral("/notes"));
-    EXPECT_TRUE(notes.open(QIODevice::WriteOnly));
-    notes.write("Sharper loops & <more>\n");
-    notes.close();
+    const QDir made(kUpdates + QStringLiteral("/served-2"));
+    const QDir served(folder);
+    EXPECT_TRUE(served.mkpath(QStringLiteral(".")));
+    for (const QString &name : made.entryList({QStringLiteral("*.tar.gz")}))
+        EXPECT_TRUE(QFile::copy(made.filePath(name), served.filePath(name)));
+    for (const QString &name : made.entryList({QStringLiteral("*.item")})) {
+        QFile from(made.filePath(name));
+        QFile to(served.filePath(name));
+        EXPECT_TRUE(from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly));
+        to.write(from.readAll().replace("https://updates.example", url.toUtf8()));
+    }
     shell(program,
-          {kPackaging + QStringLiteral("/make-update"), QStringLiteral("--tree"), tree,
-           QStringLiteral("--key"), kKey, QStringLiteral("--url"), url, QStringLiteral("--out"),
-           folder, QStringLiteral("--notes"), notes.fileName()});
+          {kPackaging + QStringLiteral("/sign-feed"), QStringLiteral("--key"), kKey,
+           QStringLiteral("--out"), folder});
 }
 
 // Installs the first build there, from its bundle, and lets the program be started from there.
 inline void installFirstBuild(test::ProgramUnderTest &program, const QString &prefix)
 {
-    const QString folder = program.home() + QStringLiteral("/first");
-    makeBundle(program, kUpdates + QStringLiteral("/1"), folder,
-               QStringLiteral("https://localhost"));
-    const QString bundle = QDir(folder).entryList({QStringLiteral("*.tar.gz")}).value(0);
+    const QDir served(kUpdates + QStringLiteral("/served-1"));
+    const QString bundle = served.entryList({QStringLiteral("*.tar.gz")}).value(0);
     // As for a user who shares files with a group.
     shell(program,
           {QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("umask 002; exec \"$@\""),
            QStringLiteral("sh"), kPackaging + QStringLiteral("/install-bundle"),
-           folder + u'/' + bundle, prefix});
+           served.filePath(bundle), prefix});
     program.setExecutable(prefix + QStringLiteral("/bin/corvella"));
 }
 

@@ -53,12 +53,15 @@ TEST(SelfTest, LeavesNothingBehind)
     EXPECT_EQ(program.content(), before);
 }
 
-TEST(SelfTest, NeedsNeitherAHomeNorADisplay)
+TEST(SelfTest, NeedsNeitherAHomeNorADisplayNorANetwork)
 {
     test::ProgramUnderTest program;
     for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME",
                              "XDG_CONFIG_DIRS", "XDG_RUNTIME_DIR", "LC_ALL", "TZ", "PATH"})
         program.setVariable(QString::fromLatin1(name), {});
+    test::AlteredMachine machine;
+    machine.removeNetwork();
+    program.setMachine(machine);
     program.start({u"--selftest"_s});
     EXPECT_EQ(program.process().exitStatus(), 0);
     EXPECT_EQ(program.process().output(), kSelfTestLine);

@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace corvella {
 namespace {
@@ -167,6 +168,18 @@ TEST_F(Launcher, PassesTheEndOfASessionOn)
     process.signal(SIGTERM);
     EXPECT_EQ(process.exitStatus(), 0);
     EXPECT_EQ(process.output(), QByteArray("up\ntold\n"));
+}
+
+TEST_F(Launcher, PassesTheEndOnWhereNoFileCanBeOpened)
+{
+    install("trap 'echo told; exit 5' TERM; echo up; while :; do sleep 0.05; done");
+    test::ChildProcess process(command());
+    ASSERT_TRUE(test::becomes([&] { return process.output() == "up\n"; }));
+    const rlimit kNoMore{3, 3};
+    ASSERT_EQ(prlimit(static_cast<pid_t>(process.id()), RLIMIT_NOFILE, &kNoMore, nullptr), 0);
+    process.signal(SIGTERM);
+    EXPECT_TRUE(test::becomes([&] { return process.output() == "up\ntold\n"; }));
+    EXPECT_NE(process.exitStatus(), std::nullopt);
 }
 
 TEST_F(Launcher, TakesAnEndThatSomebodyAskedForForNoVerdict)

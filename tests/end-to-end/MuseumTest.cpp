@@ -421,8 +421,8 @@ TEST_F(Museum, HasTheSunOnItsWallEachMorning)
 {
     const int days = std::max(2, test::repetitions("CORVELLA_MUSEUM_DAYS", 2));
     chooseCuts(days);
-    makeBundle(m_program, kUpdates + u"/2"_s, m_host.folder() + u"/updates"_s,
-               u"https://%1/updates"_s.arg(m_front.host()));
+    announceSecondBuild(m_program, m_host.folder() + u"/updates"_s,
+                        u"https://%1/updates"_s.arg(m_front.host()));
     start();
     ASSERT_TRUE(isUp());
     expectUpdateTonight();

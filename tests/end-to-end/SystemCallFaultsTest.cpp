@@ -1,4 +1,5 @@
-// What is left of the settings, and what a wall shows, when any one system call fails.
+// What is left of the settings, and what a wall shows, when any one system call fails or the power
+// does.
 #include "support/SystemCallFaults.h"
 #include "support/ProgramUnderTest.h"
 #include "support/QtPrinting.h"
@@ -97,6 +98,28 @@ TEST_F(SystemCalls, ThatFailInAWriteOfTheSettingsLeaveTheOldOnesOrTheNewOnes)
                 : isStored     ? "stored, with a line"
                                : "not stored, with a line";
         });
+}
+
+TEST_F(SystemCalls, AtWhichThePowerFailsLeaveAMachineOfflineWhoseSettingsAreDamaged)
+{
+    m_program.configure({});
+    const QByteArray damaged = R"({"offline": true, "mode")";
+    m_program.setExecutable(QStringLiteral(CORVELLA_DEFAULTS));
+    m_program.setVariable(u"DISK_FAULTS_FOLDER"_s, QFileInfo(m_program.settingsFile()).path());
+    int call = 0;
+    for (std::optional<int> status; status != 0 && call < 100; ++call) {
+        QFile file(m_program.settingsFile());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(damaged);
+        file.close();
+        m_program.setVariable(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS));
+        m_program.setVariable(u"DISK_FAULTS_KILL_AT"_s, QString::number(call + 1));
+        status = run({u"read"_s, u"offline"_s});
+        m_program.setVariable(u"LD_PRELOAD"_s, {});
+        EXPECT_EQ(run({u"read"_s, u"offline"_s}), 0) << "at call " << call + 1;
+        EXPECT_EQ(m_program.process().output(), "true\n") << "at call " << call + 1;
+    }
+    EXPECT_GT(call, 3); // a second name, a file written and flushed, and renamed
 }
 
 TEST_F(SystemCalls, ThatFailAtTheStartOfAWallLoseNothing)

@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # make-builds.sh BUILD PROGRAM OUT: two builds of the program with different numbers, as two releases are, from one build
-# tree: OUT/1 and OUT/2. Every program and library of theirs differs, so that a mixture could be told.
+# tree: OUT/1 and OUT/2. Every program and library of theirs differs, so that a mixture could be told. Beside them lies
+# what their maker would serve, OUT/served-1 and OUT/served-2, signed with OUT/key.pem.
 set -euo pipefail
+packaging=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../packaging" && pwd)
 tree=$1 program=$2 out=$3
-rm -rf "$out/1" "$out/2"
+rm -rf "$out"/{1,2,served-1,served-2}
+echo 'Sharper loops & <more>' >"$out/notes"
 for build in 1 2; do
     folder=$out/$build
     mkdir -p "$folder/bin" "$folder/lib/corvella" "$folder/share"
@@ -19,4 +22,6 @@ for build in 1 2; do
         objcopy --add-section .build="$folder/which" "$file"
     done
     rm "$folder/which"
+    "$packaging/make-update" --tree "$folder" --key "$out/key.pem" --url https://updates.example --notes "$out/notes" \
+        --out "$out/served-$build"
 done

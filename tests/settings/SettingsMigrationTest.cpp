@@ -47,6 +47,15 @@ TEST_F(SettingsMigrationTest, RunsOnce)
     EXPECT_FALSE(Settings::offline());
 }
 
+TEST_F(SettingsMigrationTest, IsNotDoneAgainWhereTheNewDomainIsDamaged)
+{
+    storeOld(R"({"offline": false, "products": ["193"]})");
+    m_home.write(m_path, R"({"offline": true, "migrated": true,, })");
+    Settings::migrate();
+    EXPECT_TRUE(Settings::offline());
+    EXPECT_FALSE(Settings::d().contains(QStringLiteral("products")));
+}
+
 TEST_F(SettingsMigrationTest, TriesAgainWhenTheOldDomainCannotBeRead)
 {
     ASSERT_TRUE(QDir().mkpath(m_oldPath));

@@ -63,6 +63,12 @@ TEST_F(ChromeTest, TheCrossEndsElevenPointsFromTheMiddle)
         EXPECT_EQ(greyAt(image, 31 - 10, 31 + sign * 10), 255);
         // The round cap ends 10.92 + 1.75 / sqrt(2) = 12.2 points from the middle, on each axis.
         EXPECT_NEAR(greyAt(image, 32 + 13, 32 + sign * 13), kDisc, 1);
+        // So it covers 6.5 % of the point that lies between 12 and 13; with arms of 10.8 points it
+        // would be 0.4 %, with arms of 11 13 %.
+        const double covered =
+            (greyAt(image, sign > 0 ? 44 : 19, 44) - kDisc) / double(255 - kDisc);
+        EXPECT_GT(covered, 0.03);
+        EXPECT_LT(covered, 0.1);
     }
 }
 

@@ -162,6 +162,19 @@ extern "C" int rename(const char *from, const char *to)
     return next(from, to);
 }
 
+extern "C" int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags)
+{
+    static const auto next = original<int (*)(int, const char *, int, const char *, int)>("linkat");
+    if (!isBelow(to))
+        return next(fromFolder, from, toFolder, to, flags);
+    const std::lock_guard lock(oneAtATime);
+    if (powerFails())
+        losePower();
+    if (unflushed().contains(from))
+        unflushed().insert(to);
+    return next(fromFolder, from, toFolder, to, flags);
+}
+
 extern "C" int unlink(const char *path)
 {
     static const auto next = original<int (*)(const char *)>("unlink");

@@ -112,11 +112,14 @@ void removeIfAbandoned(const QByteArray &name)
         ::unlink(name.constData());
 }
 
+// Where a symbolic link points, also if nothing is there (yet).
 QString resolved(const QString &path)
 {
-    const QString target =
-        QFileInfo(path).isSymLink() ? QFileInfo(path).canonicalFilePath() : QString();
-    return target.isEmpty() ? path : target;
+    const QFileInfo file(path);
+    if (!file.isSymLink())
+        return path;
+    const QString target = file.canonicalFilePath();
+    return target.isEmpty() ? file.symLinkTarget() : target;
 }
 
 } // namespace

@@ -14,8 +14,10 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <fcntl.h>
 #include <limits>
 #include <thread>
+#include <unistd.h>
 
 namespace corvella {
 
@@ -337,15 +339,24 @@ DefaultsContent UserDefaults::readOrSetAside(const QString &path) const
     DefaultsContent content = readSettled(path);
     if (content.state != DefaultsState::damaged)
         return content;
-    QFile file(path);
+    const QJsonObject settings = unknownSettings();
     const QString name = freeNameFor(path);
-    if (!file.rename(name)) {
+    // Where something holds without the file, it takes the file's place in one step: the file, not
+    // a symbolic link that points to it, has a second name by then, if the file system knows such.
+    const bool isLinked = !settings.isEmpty()
+        && ::linkat(AT_FDCWD, QFile::encodeName(path).constData(), AT_FDCWD,
+                    QFile::encodeName(name).constData(), AT_SYMLINK_FOLLOW)
+            == 0;
+    QFile file(path);
+    if (!isLinked && !file.rename(name)) {
         content.reason += QStringLiteral(" and cannot be set aside: ") + file.errorString();
         return content;
     }
-    const QJsonObject settings = unknownSettings();
-    if (!settings.isEmpty() && !write(path, settings)) {
-        file.rename(path); // better ignored than forgotten
+    if (!settings.isEmpty() && !write(path, settings)) { // better ignored than forgotten
+        if (isLinked)
+            QFile::remove(name);
+        else
+            file.rename(path);
         return content;
     }
     log(QStringLiteral("settings: set %1 aside as %2 (%3)")

@@ -8,6 +8,9 @@ namespace corvella {
 
 using std::chrono::milliseconds;
 
+// A timer takes no more than 24.8 days.
+constexpr MediaTime kLongestWait = std::chrono::hours(24);
+
 WorkQueue::WorkQueue(const MediaClock &clock, QObject *parent)
     : QObject(parent)
     , m_clock(clock)
@@ -48,7 +51,7 @@ void WorkQueue::wakeForNext()
     std::erase_if(m_entries, [](const Entry &entry) { return entry.pending.expired(); });
     if (m_entries.empty())
         return m_timer.stop();
-    const MediaTime wait = std::max(m_entries.front().due - now(), MediaTime(0));
+    const MediaTime wait = std::clamp(m_entries.front().due - now(), MediaTime(0), kLongestWait);
     m_timer.start(std::chrono::ceil<milliseconds>(wait));
 }
 

@@ -40,6 +40,23 @@ TEST_F(WorkQueueTest, WorkRunsWhenItIsDueAndNotBefore)
     EXPECT_EQ(m_done.size(), 1);
 }
 
+TEST_F(WorkQueueTest, WorkIsWaitedForLongerThanATimerCan)
+{
+    static int complaints;
+    complaints = 0;
+    const auto before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &) { ++complaints; });
+    const WorkItem item = m_queue.after(24h * 30, note(QStringLiteral("a")));
+    qInstallMessageHandler(before);
+    EXPECT_EQ(complaints, 0) << "of the timer";
+    m_clock.advance(24h * 30 - 1ns);
+    m_queue.advance();
+    EXPECT_TRUE(item.isPending());
+    m_clock.advance(1ns);
+    m_queue.advance();
+    EXPECT_EQ(m_done.size(), 1);
+}
+
 TEST_F(WorkQueueTest, WorkRunsInTheOrderOfItsTimesThenOfItsAsking)
 {
     const WorkItem late = m_queue.after(2s, note(QStringLiteral("late")));

@@ -120,6 +120,17 @@ TEST_F(DurableFileTest, ReplacesWhatASymbolicLinkPointsTo)
     EXPECT_EQ(m_home.read(real), QByteArray("new"));
 }
 
+TEST_F(DurableFileTest, LeavesASymbolicLinkAloneThatPointsToNothingYet)
+{
+    const QString real = m_home.path(QStringLiteral("volume/real"));
+    ASSERT_TRUE(QFile::link(real, m_path));
+    EXPECT_FALSE(DurableFile::write(m_path, "new").isOk());
+    ASSERT_TRUE(QDir().mkpath(m_home.path(QStringLiteral("volume"))));
+    EXPECT_TRUE(DurableFile::write(m_path, "new").isOk());
+    EXPECT_TRUE(QFileInfo(m_path).isSymLink());
+    EXPECT_EQ(m_home.read(real), QByteArray("new"));
+}
+
 TEST_F(DurableFileTest, KeepsTheOldFileWhenTheDiskIsFull)
 {
     m_home.write(m_path, "old");

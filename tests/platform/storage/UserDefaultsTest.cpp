@@ -353,6 +353,18 @@ TEST_F(SettingsThatAreUnknown, AreReplacedBeforeAChange)
               parseDefaults(R"({"careful": true, "key": 1, "other": 3})"));
 }
 
+TEST_F(SettingsThatAreUnknown, AreKeptWhereASymbolicLinkPointsToThem)
+{
+    const QString real = m_home.path(QStringLiteral("dotfiles/corvella.json"));
+    m_home.write(real, "torn");
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(m_path).path()));
+    ASSERT_TRUE(QFile::link(real, m_path));
+    EXPECT_EQ(m_careful.values(), m_whenUnknown);
+    ASSERT_EQ(setAside().size(), 1);
+    EXPECT_EQ(m_home.read(m_home.config(setAside().first())), QByteArray("torn"));
+    EXPECT_EQ(parseDefaults(m_home.read(real)), m_whenUnknown);
+}
+
 TEST_F(SettingsThatAreUnknown, AreAsTheMachineHasThem)
 {
     m_home.write(m_machinePath, R"({"careful": false})");
