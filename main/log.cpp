@@ -26,7 +26,8 @@ iovec journalField(std::string_view text)
 void log(const QString &message)
 {
     QByteArray text = message.toUtf8();
-    text.replace('\n', ' '); // from outside, as in the id of a product; a message is one line
+    // From outside, as in the id of a product; a message is one line.
+    text.replace('\n', ' ').replace('\0', ' ');
     const QByteArray line = "corvella: " + text + '\n';
     std::fputs(line.constData(), stderr);
 

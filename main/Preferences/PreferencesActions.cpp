@@ -45,6 +45,8 @@ void Preferences::modeChanged(int segment)
         if (change.turnsKioskOn)
             applyKioskPreset(change.savesOffline);
     });
+    if (m_controls)
+        m_controls->keepWalls();
     if (change.startsDesktop) {
         if (m_controls)
             m_controls->hide();

@@ -1,4 +1,4 @@
-// The four verbs that the settings window needs of the application.
+// What the settings window needs of the application.
 #pragma once
 
 namespace corvella {
@@ -11,6 +11,8 @@ public:
     virtual void hide() = 0;
     virtual void arm() = 0;
     virtual void disarm() = 0;
+    // Another mode was chosen in the window: walls that are up stay what they are.
+    virtual void keepWalls() = 0;
 };
 
 } // namespace corvella

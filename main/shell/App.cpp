@@ -330,10 +330,21 @@ void App::buildWall(const Screen &screen, int index)
         ? KeyInput::atOnce
         : KeyInput::whenChosen;
     DeletedLater<WallWindow> window(new WallWindow(view->tree(), screen.screen, pointer, keys));
+    connect(window.get(), &LayerWindow::openGlStaysAway, this, &App::giveUpOpenGl,
+            Qt::QueuedConnection);
     addChrome(*window);
     window->bringUp();
     m_walls.push_back(std::move(view));
     m_windows.push_back(std::move(window));
+}
+
+void App::giveUpOpenGl()
+{
+    if (std::exchange(m_renderer, RendererKind::raster) == RendererKind::raster)
+        return;
+    log(QStringLiteral("renderer: raster (OpenGL stays away)"));
+    if (m_showing)
+        build();
 }
 
 void App::addChrome(WallWindow &window)
@@ -379,7 +390,10 @@ void App::show()
     const Mode mode = Settings::mode();
     if (mode == Mode::desktop)
         return;
+    if (mode != m_mode)
+        hide(); // what went with walls of another mode goes with them
     m_mode = mode;
+    keepWalls();
     m_armedWaiting = false;
     Preferences::shared().hide();
     build();
@@ -440,6 +454,11 @@ void App::disarm()
         log(QStringLiteral("disarmed"));
 }
 
+void App::keepWalls()
+{
+    m_followed = Settings::storedMode();
+}
+
 void App::dismiss()
 {
     hide();
@@ -483,7 +502,10 @@ void App::followMode()
     // Where no mode is stored nobody has chosen one: a kiosk whose settings were damaged stays
     // locked.
     const std::optional<Mode> mode = Settings::storedMode();
-    if (!mode || mode == m_mode)
+    if (!mode || mode == m_followed)
+        return;
+    m_followed = mode;
+    if (mode == m_mode)
         return;
     log(QStringLiteral("mode changed (%1 -> %2)").arg(rawValue(m_mode), rawValue(*mode)));
     hide();
@@ -539,7 +561,8 @@ bool App::eventFilter(QObject *watched, QEvent *event)
 
 bool App::handleKey(const QKeyEvent &event)
 {
-    if (!m_showing)
+    // Walls that wait for their display take no keys from who is at the settings.
+    if (!m_showing || (m_windows.empty() && m_mode != Mode::kiosk))
         return false;
     const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
     switch (m_mode) {

@@ -89,6 +89,8 @@ public:
     void arm() override;
     // Stops waiting.
     void disarm() override;
+    // Lets the walls be, though another mode is stored by now.
+    void keepWalls() override;
 
     // When an update that lies ready may be installed.
     [[nodiscard]] Updater::When whenToInstall() const;
@@ -140,6 +142,8 @@ private:
     // Lets the walls be those of another mode that was stored, as by a shell, while they were up.
     void followMode();
     void dismiss();
+    // Draws without OpenGL from now on.
+    void giveUpOpenGl();
     // True when the key is used up.
     bool handleKey(const QKeyEvent &event);
     bool handleWallKey(const QKeyEvent &event);
@@ -159,7 +163,7 @@ private:
     IdleClock &m_idleClock;
     Presentation &m_presentation;
     const MediaClock &m_clock;
-    const RendererKind m_renderer;
+    RendererKind m_renderer;
     const std::function<std::unique_ptr<PowerAssertion>(const QString &)> m_keepAwake;
     const std::function<void()> m_sleepDisplays;
     const std::function<QDateTime()> m_now;
@@ -175,9 +179,10 @@ private:
     std::vector<ModeBadge *> m_badges;
     std::unique_ptr<PowerAssertion> m_sleepAssertion; // while walls are up that are no saver
     bool m_showing = false;
-    Mode m_mode = Mode::desktop; // of the walls, while they are up
-    MediaTime m_shownAt{0};      // of m_clock
-    bool m_armed = false;        // saver walls have settled and now end on any input
+    Mode m_mode = Mode::desktop;    // of the walls, while they are up
+    std::optional<Mode> m_followed; // what was stored when the walls last went by it
+    MediaTime m_shownAt{0};         // of m_clock
+    bool m_armed = false;           // saver walls have settled and now end on any input
     bool m_armedWaiting = false;
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_buttonsVisible = false;     // close buttons and badges are faded in

@@ -173,9 +173,10 @@ TEST_F(ModesTest, TheDesktopTakesTheWallsDownAndRemembersThePictures)
     open();
     m_walls.calls.clear();
     choose(Mode::saver);
-    EXPECT_EQ(m_walls.calls, QStringList()) << "only the desktop ends walls";
+    EXPECT_EQ(m_walls.calls, QStringList{u"keepWalls"_s}) << "only the desktop ends walls";
+    m_walls.calls.clear();
     choose(Mode::desktop);
-    EXPECT_EQ(m_walls.calls, QStringList{u"hide"_s});
+    EXPECT_EQ(m_walls.calls, (QStringList{u"keepWalls"_s, u"hide"_s}));
     EXPECT_TRUE(m_desktop->finish(test::kGenerous));
     EXPECT_EQ(Settings::previousDesktop(), QStringList(2, u"file:///home/user/picture.png"_s));
 }

@@ -41,6 +41,7 @@ public:
     void hide() override { calls << QStringLiteral("hide"); }
     void arm() override { calls << QStringLiteral("arm"); }
     void disarm() override { calls << QStringLiteral("disarm"); }
+    void keepWalls() override { calls << QStringLiteral("keepWalls"); }
     QStringList calls;
 };
 

@@ -419,6 +419,49 @@ TEST_F(WallViewTest, NoPictureBetweenTwoClipsIsBlack)
     EXPECT_EQ(dark, 0);
 }
 
+TEST_F(WallViewTest, TheFirstBlinkFadesInAndTheOthersCut)
+{
+    m_home.stock({kProductA, kProductB});
+    WallView &wall = view();
+    const auto isHalfThere = [&] {
+        for (const PlayerLayer *layer : layersOf<PlayerLayer>(wall)) {
+            const double opacity = layer->presentedOpacity(m_clock.now());
+            if (opacity > 0.05 && opacity < 0.95)
+                return true;
+        }
+        return false;
+    };
+    const auto stepsOfFades = [&](qsizetype untilClips) {
+        int steps = 0;
+        EXPECT_TRUE(runUntil([&] {
+            steps += isHalfThere() ? 1 : 0;
+            return played().size() == untilClips;
+        }));
+        return steps;
+    };
+    EXPECT_GT(stepsOfFades(2), 20); // of 5 ms
+    EXPECT_EQ(stepsOfFades(4), 0);
+}
+
+TEST_F(WallViewTest, TheFirstThroughBlackDoesNotWaitForAnOldOneToFade)
+{
+    Settings::setTransition(Transition::black);
+    m_home.stock({kProductA});
+    WallView &wall = view();
+    const auto opacity = [&] {
+        double most = 0;
+        for (const PlayerLayer *layer : layersOf<PlayerLayer>(wall)) {
+            if (layer->picture())
+                most = std::max(most, layer->presentedOpacity(m_clock.now()));
+        }
+        return most;
+    };
+    ASSERT_TRUE(runUntil([&] { return opacity() > 0; }));
+    const MediaTime begun = m_clock.now();
+    ASSERT_TRUE(runUntil([&] { return opacity() >= 1; }));
+    EXPECT_NEAR(std::chrono::duration<double>(m_clock.now() - begun).count(), 0.35, 0.02);
+}
+
 TEST_F(WallViewTest, TheNextClipIsThereWhenTheLastOneEnds)
 {
     m_home.stock({kProductA, kProductB});

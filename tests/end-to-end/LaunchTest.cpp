@@ -207,6 +207,19 @@ TEST_F(Launch, WhatDoesNotAnswerIsNoDisplay)
     EXPECT_EQ(m_program.messages().filter(u"no display"_s).size(), 1);
 }
 
+// Left over from another login of the same user.
+TEST_F(Launch, AWaylandDisplayThatIsGoneMakesNoWaylandSession)
+{
+    test::VirtualDisplay display(QSize(640, 480));
+    m_program.showOn(display);
+    m_program.setVariable(u"QT_QPA_PLATFORM"_s, {});
+    m_program.setVariable(u"WAYLAND_DISPLAY"_s, u"wayland-54321"_s);
+    m_program.configureWall();
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode wall"_s));
+    EXPECT_EQ(m_program.messages().filter(u"idle time"_s), QStringList());
+}
+
 // On a screen of 1024 x 768 pixels.
 class LaunchOnADesktop : public Launch
 {

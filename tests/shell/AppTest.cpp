@@ -1,12 +1,15 @@
 #include "shell/AppFixture.h"
 
+#include "Preferences/ModeRules.h"
+#include "Preferences/SegmentedControl.h"
 #include "cache/Cache.h"
 #include "desktop/Desktop.h"
 #include "desktop/DesktopUpdater.h"
 #include "support/Repetitions.h"
 #include "support/Waiting.h"
 
-#include <QGuiApplication>
+#include <QAbstractButton>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QPointer>
 #include <QTimer>
@@ -939,6 +942,42 @@ TEST_F(ModeFromAShell, MakesASaverAWallThatInputDoesNotEnd)
         EXPECT_FALSE(window->flags() & Qt::WindowTransparentForInput);
 }
 
+// Who looks at another mode in the settings window, on a screen that is Off, starts nothing by it.
+class ModeFromTheWindow : public ModeFromAShell
+{
+protected:
+    void choose(Mode mode)
+    {
+        Preferences::shared().show();
+        for (const QWidget *window : QApplication::topLevelWidgets()) {
+            const auto *modes = window->findChild<SegmentedControl *>(QStringLiteral("mode"));
+            for (size_t i = 0; modes && i < kModeSegments.size(); ++i) {
+                if (kModeSegments[i] == mode)
+                    modes->segment(int(i))->click();
+            }
+        }
+        ASSERT_EQ(Settings::mode(), mode);
+        tickAfterIdle(10);
+    }
+};
+
+TEST_F(ModeFromTheWindow, LeavesTheWallsThatAreUp)
+{
+    show(Mode::wall, {QStringLiteral("all"), QStringLiteral("off")});
+    choose(Mode::kiosk);
+    EXPECT_TRUE(settingsOpen());
+    EXPECT_EQ(m_presentation.state, State::ordinary);
+    EXPECT_EQ(m_app->closeButtons().size(), 1U);
+    choose(Mode::saver);
+    EXPECT_TRUE(m_app->isShowing());
+    EXPECT_EQ(m_app->closeButtons().size(), 1U);
+    m_app->show(); // Start
+    EXPECT_TRUE(m_app->closeButtons().empty());
+    Settings::setMode(Mode::kiosk); // a shell
+    tickAfterIdle(10);
+    EXPECT_EQ(m_presentation.state, State::locked);
+}
+
 TEST_F(ModeFromAShell, IsNoneWhenTheSettingsAreLost)
 {
     show(Mode::kiosk);
@@ -950,6 +989,33 @@ TEST_F(ModeFromAShell, IsNoneWhenTheSettingsAreLost)
     EXPECT_EQ(m_app->badges().size(), 1U);
     EXPECT_TRUE(m_app->buttonsVisible());
     EXPECT_EQ(m_presentation.state, State::locked);
+}
+
+class AppWithoutOpenGl : public AppTest
+{
+protected:
+    App::Surroundings surroundings() override
+    {
+        App::Surroundings surroundings = AppTest::surroundings();
+        surroundings.renderer = RendererKind::gl; // which this platform has not
+        return surroundings;
+    }
+};
+
+TEST_F(AppWithoutOpenGl, ShowsItsWallsAllTheSameAfterAWhile)
+{
+    const QString kGone = QStringLiteral("no OpenGL for this window");
+    configure(Mode::wall);
+    launch();
+    ASSERT_TRUE(test::becomes([&] { return logged(kGone).size() == 2; }));
+    m_clock.advance(14s);
+    EXPECT_FALSE(test::becomes([&] { return logged("renderer: raster (OpenGL stays away)"); }, 2s));
+    m_clock.advance(1s);
+    ASSERT_TRUE(test::becomes([&] { return logged("renderer: raster (OpenGL stays away)"); }));
+    ASSERT_EQ(m_app->walls().size(), 2U);
+    for (const auto &wall : m_app->walls())
+        EXPECT_EQ(wall->tree().renderer(), RendererKind::raster);
+    EXPECT_EQ(logged(kGone).size(), 2);
 }
 
 // Counts the keys that reach it.
@@ -1020,6 +1086,33 @@ TEST_F(KeyTest, ArrowsStepEveryWall)
     EXPECT_EQ(played().size(), 4);
     press(Qt::Key_Left);
     EXPECT_EQ(played().size(), 6);
+}
+
+TEST_F(KeyTest, BackIsBackOnEveryWall)
+{
+    m_home.stock({QStringLiteral("171"), QStringLiteral("193"), QStringLiteral("211"),
+                  QStringLiteral("304"), QStringLiteral("335")});
+    // Five of which two walls take turns; each is at its first.
+    configure(Mode::wall, {QStringLiteral("171,193,211"), QStringLiteral("304,335")});
+    launch();
+    ASSERT_EQ(played(), (QStringList{QStringLiteral("171"), QStringLiteral("304")}));
+    press(Qt::Key_Right);
+    press(Qt::Key_Left);
+    EXPECT_EQ(played().mid(4), played().mid(0, 2));
+}
+
+TEST_F(KeyTest, WallsThatWaitForADisplayLeaveThemToTheSettings)
+{
+    configure(Mode::wall, {QStringLiteral("off"), QStringLiteral("all")});
+    launch();
+    test::setOffscreenScreens({kLeft});
+    m_clock.advance(500ms);
+    m_app->workQueue().advance();
+    ASSERT_TRUE(m_app->isShowing());
+    ASSERT_TRUE(m_app->windows().empty());
+    KeyCounter other;
+    pressIn(other, Qt::Key_A, Qt::NoModifier);
+    EXPECT_EQ(other.presses, 1);
 }
 
 TEST_F(KeyTest, ArrowsDoNothingInAKiosk)

@@ -81,6 +81,17 @@ TEST_F(WallChrome, AKioskHasBadgesAndASaverNeither)
     EXPECT_TRUE(m_app->closeButtons().empty());
 }
 
+TEST_F(WallChrome, ABadgeStaysForTwoAndAHalfSeconds)
+{
+    showWalls(Mode::kiosk);
+    tickAfterIdle(2.49);
+    pass(150ms);
+    EXPECT_EQ(opacityOf(*m_app->badges()[0]), 1);
+    tickAfterIdle(2.5);
+    pass(800ms);
+    EXPECT_EQ(opacityOf(*m_app->badges()[0]), 0);
+}
+
 TEST_F(WallChrome, KeepsItsPlaceWhenTheWallChangesItsSize)
 {
     showWalls(Mode::wall);
@@ -153,6 +164,12 @@ TEST_F(WallChrome, BesideAScreenInUseButtonsComeOnlyForThePointerOverTheWall)
     tickAfterIdle(0);
     EXPECT_TRUE(m_app->buttonsVisible());
     EXPECT_FALSE(isPointerHidden());
+    tickAfterIdle(2.49);
+    EXPECT_TRUE(m_app->buttonsVisible());
+    tickAfterIdle(2.5);
+    EXPECT_FALSE(m_app->buttonsVisible()) << "it lies there forgotten";
+    tickAfterIdle(0);
+    EXPECT_TRUE(m_app->buttonsVisible());
     QCursor::setPos(1280, 719);
     tickAfterIdle(0);
     EXPECT_FALSE(m_app->buttonsVisible());

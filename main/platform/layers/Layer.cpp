@@ -99,11 +99,13 @@ void Layer::setOpacity(double opacity)
 
 double Layer::presentedOpacity(MediaTime now) const
 {
+    // The one that began last; of one moment, one that has a name of its own.
+    const BasicAnimation<double> *last = nullptr;
     for (const auto &[key, animation] : m_opacityAnimations) {
-        if (const std::optional<double> value = animation.value(now))
-            return *value;
+        if (animation.value(now) && (!last || animation.begin > last->begin))
+            last = &animation;
     }
-    return m_opacity;
+    return last ? *last->value(now) : m_opacity;
 }
 
 void Layer::addAnimation(const QString &key, const BasicAnimation<double> &animation)

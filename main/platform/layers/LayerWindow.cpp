@@ -20,6 +20,18 @@ constexpr double kFallbackRefreshRate = 60; // Hz
 // One alone may be the machine's doing.
 constexpr int kLateSteps = 2;
 constexpr std::chrono::seconds kBetweenAttempts{1}; // to get OpenGL back
+// A driver that comes back after the machine's sleep is back sooner.
+constexpr std::chrono::seconds kPatienceWithOpenGl{15};
+
+// The region in another unit, rounded outwards.
+QRegion enlarged(const QRegion &region, double factor)
+{
+    QRegion enlarged;
+    for (const QRect &rect : region)
+        enlarged +=
+            QRectF(QPointF(rect.topLeft()) * factor, QSizeF(rect.size()) * factor).toAlignedRect();
+    return enlarged;
+}
 
 } // namespace
 
@@ -126,12 +138,11 @@ void LayerWindow::drawRaster()
     if (changed.isEmpty())
         return;
 
-    // The store speaks in points; where those are not whole pixels, a little more is drawn.
-    QRegion inPoints;
+    // The store speaks in points, and may have cleared what it is told of: where those are not
+    // whole pixels, a little more is drawn.
     const double ratio = devicePixelRatio();
-    for (const QRect &rect : changed)
-        inPoints +=
-            QRectF(QPointF(rect.topLeft()) / ratio, QSizeF(rect.size()) / ratio).toAlignedRect();
+    const QRegion inPoints = enlarged(changed, 1 / ratio);
+    changed = enlarged(inPoints, ratio) & QRect(QPoint(0, 0), pixelSize());
     prepare();
     m_store->beginPaint(inPoints);
     if (QPaintDevice *device = m_store->paintDevice();
@@ -150,7 +161,7 @@ void LayerWindow::drawRaster()
 void LayerWindow::drawGl()
 {
     if (!hasOpenGl())
-        return;
+        return scheduleDrawing(kBetweenAttempts); // also where nothing else is to be drawn
     m_gl->paint(drawList(m_tree, m_tree.now()), pixelSize());
     m_context->swapBuffers(this);
     Q_EMIT presented(QRect(QPoint(0, 0), pixelSize()));
@@ -160,17 +171,21 @@ bool LayerWindow::hasOpenGl()
 {
     if (m_gl && m_context->makeCurrent(this))
         return true;
-    if (m_nextAttempt && m_tree.now() < *m_nextAttempt)
+    if (m_goneSince && m_tree.now() < m_nextAttempt)
         return false;
     dropOpenGl();
     const std::optional<QString> failure = startOpenGl();
     if (!failure) {
-        m_nextAttempt.reset();
+        m_goneSince.reset();
         return true;
     }
-    if (!m_nextAttempt)
+    if (!m_goneSince) {
+        m_goneSince = m_tree.now();
         log(QStringLiteral("renderer: no OpenGL for this window (%1); trying again").arg(*failure));
+    }
     m_nextAttempt = m_tree.now() + kBetweenAttempts;
+    if (m_tree.now() >= *m_goneSince + kPatienceWithOpenGl)
+        Q_EMIT openGlStaysAway();
     return false;
 }
 

@@ -36,6 +36,8 @@ public:
 Q_SIGNALS:
     // A picture with these changes went to the display.
     void presented(const QRegion &changed);
+    // OpenGL has not come back for a while; said again with each attempt that fails.
+    void openGlStaysAway();
 
 protected:
     void exposeEvent(QExposeEvent *event) override;
@@ -70,7 +72,8 @@ private:
     RasterRenderer m_raster;
     std::unique_ptr<QOpenGLContext> m_context; // GL only
     std::unique_ptr<GlRenderer> m_gl;
-    std::optional<MediaTime> m_nextAttempt; // while there is no OpenGL
+    std::optional<MediaTime> m_goneSince; // while there is no OpenGL
+    MediaTime m_nextAttempt{0};           // to get it back
     bool m_everythingChanged = true;
 };
 

@@ -47,8 +47,9 @@ DisplayFacts DisplayFacts::gather()
 {
     DisplayFacts facts;
     facts.waylandSocketAnswers = waylandAnswers();
-    facts.xServerAnswers =
-        !qEnvironmentVariableIsEmpty("DISPLAY") && x11::connectToServer() != nullptr;
+    // Not asked where a compositor answers, which would have to start one first.
+    facts.xServerAnswers = !facts.waylandSocketAnswers && !qEnvironmentVariableIsEmpty("DISPLAY")
+        && x11::connectToServer() != nullptr;
     facts.hasKmsDevice = !QDir(QStringLiteral("/dev/dri"))
                               .entryList({QStringLiteral("card*")}, QDir::System)
                               .isEmpty();
@@ -59,7 +60,7 @@ DisplayFacts DisplayFacts::gather()
 std::optional<QByteArray> platformPlugin(const DisplayFacts &facts)
 {
     if (facts.waylandSocketAnswers)
-        return facts.xServerAnswers ? "wayland;xcb" : "wayland";
+        return "wayland;xcb"; // where Qt's part for Wayland is missing
     if (facts.xServerAnswers)
         return "xcb";
     if (facts.hasKmsDevice)
@@ -76,7 +77,11 @@ bool chooseDisplayServer()
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
     if (!qEnvironmentVariableIsEmpty(kPlatformVariable))
         return true;
-    const std::optional<QByteArray> plugin = platformPlugin(DisplayFacts::gather());
+    const DisplayFacts facts = DisplayFacts::gather();
+    // Left over from another login; it would pass for a Wayland session.
+    if (!facts.waylandSocketAnswers)
+        qunsetenv("WAYLAND_DISPLAY");
+    const std::optional<QByteArray> plugin = platformPlugin(facts);
     if (!plugin) {
         log(QStringLiteral("no display: no X server or Wayland compositor answers and there is no "
                            "graphics device"));

@@ -1,6 +1,7 @@
 #include "platform/session/IdleClock.h"
 
 #include "log.h"
+#include "platform/session/InputHere.h"
 #include "platform/session/WaylandGlobals.h"
 #include "platform/session/XcbConnection.h"
 
@@ -11,7 +12,11 @@ namespace {
 class NeverIdle final : public IdleClock
 {
 public:
-    double secondsIdle() override { return 0; }
+    double secondsIdle() override { return m_input.seconds(); }
+    bool isIdleFor(double /*seconds*/) override { return false; }
+
+private:
+    InputHere m_input;
 };
 
 } // namespace

@@ -10,10 +10,7 @@ namespace {
 class IdleClockAlone final : public IdleClock
 {
 public:
-    double secondsIdle() override
-    {
-        return std::chrono::duration<double>(InputHere::Clock::now() - m_input.last()).count();
-    }
+    double secondsIdle() override { return m_input.seconds(); }
 
 private:
     InputHere m_input;

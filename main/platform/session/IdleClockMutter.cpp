@@ -1,5 +1,6 @@
 #include "log.h"
 #include "platform/session/IdleClock.h"
+#include "platform/session/InputHere.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -25,15 +26,26 @@ class IdleClockMutter final : public QObject, public IdleClock
 public:
     double secondsIdle() override
     {
+        const std::optional<double> told = secondsTold();
+        return told ? *told : m_input.seconds();
+    }
+    bool isIdleFor(double seconds) override
+    {
+        const std::optional<double> told = secondsTold();
+        return told && *told >= seconds;
+    }
+
+private:
+    std::optional<double> secondsTold()
+    {
         const Clock::time_point now = Clock::now();
         if (!m_isAsking)
             ask();
         if (!m_answer || now - m_answer->at > kFresh)
-            return 0;
+            return std::nullopt;
         return m_answer->seconds + std::chrono::duration<double>(now - m_answer->at).count();
     }
 
-private:
     struct Answer
     {
         double seconds = 0;
@@ -70,6 +82,7 @@ private:
                     .arg(milliseconds.error().message()));
     }
 
+    InputHere m_input;
     bool m_isAsking = false;
     bool m_isSilent = false; // the last question was in vain
     std::optional<Answer> m_answer;

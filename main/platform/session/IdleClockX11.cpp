@@ -2,6 +2,7 @@
 #include "platform/session/XcbConnection.h"
 
 #include <chrono>
+#include <cmath>
 #include <limits>
 #include <xcb/screensaver.h>
 
@@ -23,8 +24,13 @@ public:
             xcb_screensaver_query_info(m_connection.get(), x11::rootWindow(m_connection.get()));
         const x11::ReplyOf<xcb_screensaver_query_info_reply_t> info(
             xcb_screensaver_query_info_reply(m_connection.get(), cookie, nullptr));
-        m_asked = Clock::now();
-        m_told = info ? info->ms_since_user_input / 1000.0 : 0;
+        // The server sends every connection the news of the keyboard.
+        while (const x11::ReplyOf<xcb_generic_event_t> event{
+            xcb_poll_for_queued_event(m_connection.get())}) {}
+        const Clock::time_point now = Clock::now();
+        const double expected = m_told + std::chrono::duration<double>(now - m_asked).count();
+        m_told = info ? secondsIdleOfServer(info->ms_since_user_input, expected) : 0;
+        m_asked = now;
         return m_told;
     }
 
@@ -45,6 +51,17 @@ private:
 };
 
 } // namespace
+
+double secondsIdleOfServer(uint32_t milliseconds, double expected)
+{
+    constexpr double kRound = 4294967.296; // seconds
+    constexpr double kSame = 1;
+    const double told = milliseconds / 1000.0;
+    if (!std::isfinite(expected))
+        return told;
+    const double goneOn = told + kRound * std::round((expected - told) / kRound);
+    return std::abs(goneOn - expected) < kSame ? goneOn : told;
+}
 
 std::unique_ptr<IdleClock> createIdleClockX11()
 {

@@ -14,6 +14,11 @@ public:
 
     // The last of it; the beginning or what restart() was told where there was none.
     [[nodiscard]] Clock::time_point last();
+    // How many seconds ago that was.
+    [[nodiscard]] double seconds()
+    {
+        return std::chrono::duration<double>(Clock::now() - last()).count();
+    }
     // Counts from that moment.
     void restart(Clock::time_point last) { m_last = last; }
 

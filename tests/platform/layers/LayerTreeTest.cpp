@@ -102,6 +102,20 @@ TEST_F(LayerTreeTest, AnInterruptedFadeGoesOnFromWhatShows)
     EXPECT_NEAR(layer->presentedOpacity(m_tree.now()), shown, 1e-9);
 }
 
+TEST_F(LayerTreeTest, AFadeOutTakesOverFromAFadeInThatIsNotOver)
+{
+    Layer *const layer = add({0, 0, 8, 8}, Qt::red);
+    layer->addAnimation(QStringLiteral("fadeIn"),
+                        {0, 1, m_clock.now(), 1s, FillMode::backwards, TimingCurve::standard()});
+    pass(500ms);
+    {
+        const Transaction transaction(m_tree, 1s);
+        layer->setOpacity(0);
+    }
+    pass(999ms);
+    EXPECT_NEAR(layer->presentedOpacity(m_clock.now()), 0, 0.01);
+}
+
 TEST_F(LayerTreeTest, CompletionComesWhenTheLastAnimationIsOver)
 {
     Layer *layer = add({0, 0, 10, 10}, Qt::red);

@@ -24,8 +24,7 @@ TEST_P(PlatformPlugin, FitsTheMachine)
 INSTANTIATE_TEST_SUITE_P(
     Machines, PlatformPlugin,
     testing::Values(Machine{"X11Desktop", {false, true, true, true}, "xcb"},
-                    Machine{"WaylandDesktopWithXwayland", {true, true, true, false}, "wayland;xcb"},
-                    Machine{"WaylandDesktop", {true, false, true, false}, "wayland"},
+                    Machine{"WaylandDesktop", {true, false, true, false}, "wayland;xcb"},
                     Machine{"Console", {false, false, true, false}, "eglfs"},
                     Machine{"ConsoleWithFramebuffer", {false, false, true, true}, "eglfs;linuxfb"},
                     Machine{"FramebufferOnly", {false, false, false, true}, "linuxfb"},

@@ -4,7 +4,12 @@
 #include "support/StandInService.h"
 #include "support/TestBuses.h"
 
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QWindow>
+
 #include <gtest/gtest.h>
+#include <limits>
 
 namespace corvella {
 namespace {
@@ -31,6 +36,7 @@ protected:
             return told >= seconds && told < seconds + 1;
         });
     }
+    [[nodiscard]] bool countsNobodyAsIdle() { return !m_clock->isIdleFor(0); }
     [[nodiscard]] int complaints()
     {
         return static_cast<int>(m_log.messages().filter(u"idle time"_s).size());
@@ -70,12 +76,12 @@ TEST_F(IdleClockMutter, AsksOneQuestionAtATimeAndNeverWaits)
     m_mutter->setAnswer(kMethod, test::StandInService::Silence{});
     const test::Stopwatch stopwatch;
     for (int i = 0; i < 1000; ++i)
-        EXPECT_EQ(m_clock->secondsIdle(), 0);
+        EXPECT_TRUE(countsNobodyAsIdle());
     EXPECT_LT(stopwatch.elapsed(), 500ms);
     ASSERT_TRUE(becomes([this] { return !m_mutter->calls().isEmpty(); }));
     EXPECT_FALSE(becomes(
         [this] {
-            EXPECT_EQ(m_clock->secondsIdle(), 0);
+            EXPECT_TRUE(countsNobodyAsIdle());
             return m_mutter->calls().size() > 1;
         },
         500ms));
@@ -87,9 +93,9 @@ TEST_F(IdleClockMutter, CountsNobodyAsIdleWhileTheServiceHangs)
     tell(100'000);
     ASSERT_TRUE(tells(100));
     m_mutter->setAnswer(kMethod, test::StandInService::Silence{});
-    EXPECT_TRUE(becomes([this] { return m_clock->secondsIdle() == 0; }));
+    EXPECT_TRUE(becomes([this] { return countsNobodyAsIdle(); }));
     EXPECT_TRUE(becomes([this] {
-        EXPECT_EQ(m_clock->secondsIdle(), 0);
+        EXPECT_TRUE(countsNobodyAsIdle());
         return m_mutter->calls().size() >= 3;
     }));
     EXPECT_EQ(complaints(), 1);
@@ -106,7 +112,7 @@ TEST_F(IdleClockMutter, TrustsNoAnswerFromLongAgo)
     tell(0);
     const test::Stopwatch sinceAsked;
     EXPECT_TRUE(becomes([&] { return sinceAsked.elapsed() > 3500ms; }));
-    EXPECT_EQ(m_clock->secondsIdle(), 0);
+    EXPECT_TRUE(countsNobodyAsIdle());
 }
 
 TEST_F(IdleClockMutter, CountsNobodyAsIdleWhenTheServiceDies)
@@ -115,11 +121,34 @@ TEST_F(IdleClockMutter, CountsNobodyAsIdleWhenTheServiceDies)
     tell(100'000);
     ASSERT_TRUE(tells(100));
     m_mutter.reset();
-    EXPECT_TRUE(becomes([this] { return m_clock->secondsIdle() == 0; }));
+    EXPECT_TRUE(becomes([this] { return countsNobodyAsIdle(); }));
     startMutter();
     tell(3'000);
     EXPECT_TRUE(tells(3));
     EXPECT_EQ(complaints(), 1);
+}
+
+TEST_F(IdleClockMutter, TellsOfInputHereWhileTheServiceIsSilent)
+{
+    EXPECT_TRUE(becomes([this] { return m_clock->secondsIdle() > 0.2; }));
+    QWindow window;
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &key);
+    EXPECT_LT(m_clock->secondsIdle(), 0.2);
+}
+
+TEST(IdleTimeOfAnXServer, GoesOnWhereTheServerBeginsAnew)
+{
+    constexpr uint32_t kEnd = 4'294'967'295; // ms
+    const double kRound = 4'294'967.296;
+    EXPECT_DOUBLE_EQ(secondsIdleOfServer(1'500, std::numeric_limits<double>::infinity()), 1.5);
+    EXPECT_DOUBLE_EQ(secondsIdleOfServer(1'750, 1.75), 1.75);
+    EXPECT_DOUBLE_EQ(secondsIdleOfServer(kEnd, 4'294'967.295), 4'294'967.295);
+    EXPECT_DOUBLE_EQ(secondsIdleOfServer(200, kRound + 0.25), kRound + 0.2);
+    EXPECT_DOUBLE_EQ(secondsIdleOfServer(5'000, 3 * kRound + 5.1), 3 * kRound + 5);
+    // Somebody came.
+    EXPECT_DOUBLE_EQ(secondsIdleOfServer(200, 3'000'000), 0.2);
+    EXPECT_DOUBLE_EQ(secondsIdleOfServer(200, 2 * kRound + 90), 0.2);
 }
 
 TEST_F(IdleClockMutter, LogsOnceThatTheServiceRefuses)
@@ -127,7 +156,7 @@ TEST_F(IdleClockMutter, LogsOnceThatTheServiceRefuses)
     startMutter();
     m_mutter->setAnswer(kMethod, test::StandInService::Error{u"org.x.Broken"_s, u"broken"_s});
     EXPECT_TRUE(becomes([this] {
-        EXPECT_EQ(m_clock->secondsIdle(), 0);
+        EXPECT_TRUE(countsNobodyAsIdle());
         return m_mutter->calls().size() > 5;
     }));
     EXPECT_EQ(m_log.messages().filter(u"broken"_s).size(), 1);
@@ -136,7 +165,7 @@ TEST_F(IdleClockMutter, LogsOnceThatTheServiceRefuses)
 TEST_F(IdleClockMutter, StartsNoService)
 {
     m_buses.session.offerToStart(kName);
-    EXPECT_EQ(m_clock->secondsIdle(), 0);
+    EXPECT_TRUE(countsNobodyAsIdle());
     EXPECT_TRUE(becomes([this] { return complaints() == 1; }));
     EXPECT_FALSE(m_buses.session.wasAskedToStartAny());
 }
