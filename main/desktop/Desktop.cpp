@@ -1,6 +1,7 @@
 #include "desktop/Desktop.h"
 
 #include "desktop/DesktopUpdater.h"
+#include "log.h"
 
 namespace corvella::Desktop {
 
@@ -22,6 +23,12 @@ void apply()
         theUpdater->apply();
 }
 
+void followScreens()
+{
+    if (theUpdater)
+        theUpdater->followScreens();
+}
+
 void restore()
 {
     if (theUpdater)
@@ -30,8 +37,11 @@ void restore()
 
 void finish(std::chrono::milliseconds within)
 {
-    if (theUpdater)
-        theUpdater->finish(within);
+    if (!theUpdater)
+        return;
+    theUpdater->hurry();
+    if (!theUpdater->finish(within))
+        log(QStringLiteral("desktop: not through yet; the program's end waits"));
 }
 
 void setUpdater(DesktopUpdater *updater)

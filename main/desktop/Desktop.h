@@ -19,10 +19,15 @@ void remember();
 // pictures are wanted at all. Remembers first.
 void apply();
 
+// The displays may have changed: where others are there than at the last apply(), shows its
+// pictures anew, no step further.
+void followScreens();
+
 // Puts back what was remembered and forgets it.
 void restore();
 
-// Waits for what is under way, no longer than this: the program ends.
+// The program ends: no pictures are set any more. Waits for what is under way and for what is still
+// to be put back, no longer than this; whoever lets the updater go waits on.
 void finish(std::chrono::milliseconds within);
 
 // Who does all this, until it is replaced; it must live as long. Without one, nothing is done.

@@ -77,16 +77,19 @@ void removeAllBut(const QStringList &names)
     }
 }
 
-void update(DesktopPictures &pictures, const ScreenList &screens)
+// False where there was nothing to show.
+bool update(DesktopPictures &pictures, const ScreenList &screens, qint64 step)
 {
     if (!Settings::desktopActive())
-        return;
+        return false;
     const QList<QJsonObject> stills = stillsOf(Cache::entries());
-    if (stills.isEmpty())
-        return log(QStringLiteral("desktop: no stills cached yet"));
+    if (stills.isEmpty()) {
+        log(QStringLiteral("desktop: no stills cached yet"));
+        return false;
+    }
     const Failure notRemembered = rememberOnce(pictures, screens);
 
-    const auto chosen = choosePictures(stills, wishes(screens.size()), Settings::desktopCounter());
+    const auto chosen = choosePictures(stills, wishes(screens.size()), step);
     Files files(screens.size());
     QStringList keep;
     for (qsizetype i = 0; i < screens.size(); ++i) {
@@ -102,10 +105,10 @@ void update(DesktopPictures &pictures, const ScreenList &screens)
         if (files[i])
             logOutcome(screens[i], *chosen[i], outcomes[i]);
     }
-    Settings::setDesktopCounter(Settings::desktopCounter() + 1);
     // What was not replaced is shown still.
     if (!notRemembered)
         removeAllBut(keep);
+    return true;
 }
 
 void putBack(DesktopPictures &pictures, const ScreenList &screens)
@@ -128,15 +131,14 @@ DesktopUpdater::DesktopUpdater(Screens screens, std::unique_ptr<DesktopPictures>
 
 DesktopUpdater::~DesktopUpdater()
 {
-    m_pictures->hurry();
-    m_work.forgetWaiting();
+    hurry();
     m_work.start([this] { m_pictures.reset(); });
     m_work.finish();
 }
 
 void DesktopUpdater::remember()
 {
-    afterwards([](DesktopPictures &pictures, const ScreenList &screens) {
+    unlessItEnds([](DesktopPictures &pictures, const ScreenList &screens) {
         if (const Failure failure = rememberOnce(pictures, screens))
             log(QStringLiteral("desktop: could not remember the previous picture: ") + *failure);
     });
@@ -144,12 +146,37 @@ void DesktopUpdater::remember()
 
 void DesktopUpdater::apply()
 {
-    afterwards(update);
+    unlessItEnds([this](DesktopPictures &pictures, const ScreenList &screens) {
+        const qint64 step = Settings::desktopCounter();
+        if (!update(pictures, screens, step))
+            return;
+        Settings::setDesktopCounter(step + 1);
+        m_shown = Shown{screens, step};
+    });
+}
+
+void DesktopUpdater::followScreens()
+{
+    unlessItEnds([this](DesktopPictures &pictures, const ScreenList &screens) {
+        // Where no display is left there is nothing to follow; they may come back as they were.
+        const bool areOthers = m_shown && !screens.isEmpty() && screens != m_shown->screens;
+        if (areOthers && update(pictures, screens, m_shown->step))
+            m_shown->screens = screens;
+    });
 }
 
 void DesktopUpdater::restore()
 {
-    afterwards(putBack);
+    afterwards([this](DesktopPictures &pictures, const ScreenList &screens) {
+        m_shown.reset();
+        putBack(pictures, screens);
+    });
+}
+
+void DesktopUpdater::hurry()
+{
+    m_ends = true;
+    m_pictures->hurry();
 }
 
 bool DesktopUpdater::finish(std::chrono::milliseconds within)
@@ -160,6 +187,14 @@ bool DesktopUpdater::finish(std::chrono::milliseconds within)
 void DesktopUpdater::afterwards(const Job &job)
 {
     m_work.start([this, job, screens = m_screens()] { job(*m_pictures, screens); });
+}
+
+void DesktopUpdater::unlessItEnds(const Job &job)
+{
+    afterwards([this, job](DesktopPictures &pictures, const ScreenList &screens) {
+        if (!m_ends)
+            job(pictures, screens);
+    });
 }
 
 } // namespace corvella

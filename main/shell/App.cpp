@@ -625,7 +625,10 @@ void App::setCursor(bool hidden)
 
 void App::screensChanged()
 {
-    m_pendingRebuild = m_workQueue.after(kRebuildDelay, [this] { rebuildIfChanged(); });
+    m_pendingRebuild = m_workQueue.after(kRebuildDelay, [this] {
+        rebuildIfChanged();
+        Desktop::followScreens();
+    });
 }
 
 bool App::areAllInPlace() const

@@ -31,7 +31,9 @@ struct NotedDesktop
     Failure unreadable;
     QMap<QString, QString> failures; // of screens that take none
     int shown = 0;
-    QSemaphore *heldUp = nullptr; // showing waits for it
+    QSemaphore began;              // to show, so often
+    QSemaphore *heldUp = nullptr;  // showing waits for it
+    QSemaphore *hurried = nullptr; // told
 };
 
 class NotingPictures final : public DesktopPictures
@@ -57,6 +59,7 @@ public:
     QList<Failure> show(const QList<PictureScreen> &screens,
                         const QList<std::optional<QString>> &files) override
     {
+        m_desktop.began.release();
         if (m_desktop.heldUp)
             m_desktop.heldUp->acquire();
         ++m_desktop.shown;
@@ -77,6 +80,12 @@ public:
             if (!texts[i].isEmpty())
                 m_desktop.pictures[screens[i].name] = texts[i];
         }
+    }
+
+    void hurry() override
+    {
+        if (m_desktop.hurried)
+            m_desktop.hurried->release();
     }
 
 private:
@@ -123,6 +132,11 @@ protected:
     void apply()
     {
         Desktop::apply();
+        ASSERT_TRUE(m_updater.finish(10s));
+    }
+    void followScreens()
+    {
+        Desktop::followScreens();
         ASSERT_TRUE(m_updater.finish(10s));
     }
     void restore()
@@ -393,12 +407,107 @@ TEST_F(DesktopUpdaterTest, DoesOneThingAfterTheOtherWhileTheCallerGoesOn)
     const test::Stopwatch stopwatch;
     Desktop::apply();
     Desktop::restore();
-    Desktop::finish(50ms);
+    EXPECT_FALSE(m_updater.finish(50ms));
     EXPECT_LT(stopwatch.elapsed(), 2s);
     EXPECT_FALSE(m_log->contains(u"desktop: restored"_s));
     go.release();
     ASSERT_TRUE(m_updater.finish(10s));
     EXPECT_EQ(m_desktop.pictures.value(u"Screen0"_s), u"own0"_s);
+    EXPECT_EQ(messages().last(), u"desktop: restored"_s);
+}
+
+TEST_F(DesktopUpdaterTest, ShowsTheSameAnewWhereTheScreensHaveChanged)
+{
+    Settings::setProducts({u"171,193,304"_s});
+    cache({u"171"_s, u"193"_s, u"304"_s});
+    apply();
+    setScreens(2);
+    followScreens();
+    EXPECT_EQ(m_desktop.shown, 2);
+    EXPECT_EQ(shown(0), u"171"_s);
+    EXPECT_EQ(shown(1), u"193"_s);
+    EXPECT_EQ(Settings::desktopCounter(), 1);
+    m_screens[1].place.translate(0, 50);
+    followScreens();
+    EXPECT_EQ(m_desktop.shown, 3);
+}
+
+TEST_F(DesktopUpdaterTest, LeavesThemAloneWhereTheScreensAreAsTheyWere)
+{
+    cache({u"171"_s});
+    apply();
+    setScreens(1);
+    followScreens();
+    setScreens(0); // as where the displays sleep
+    followScreens();
+    setScreens(1);
+    followScreens();
+    EXPECT_EQ(m_desktop.shown, 1);
+}
+
+TEST_F(DesktopUpdaterTest, FollowsNoScreensWhereItShowsNothing)
+{
+    cache({u"171"_s});
+    followScreens();
+    apply();
+    Settings::setMode(Mode::wall);
+    setScreens(2);
+    followScreens(); // turned off, as by a shell
+    restore();
+    Settings::setMode(Mode::desktop);
+    setScreens(3);
+    followScreens();
+    EXPECT_EQ(m_desktop.shown, 1);
+}
+
+TEST_F(DesktopUpdaterTest, AtTheEndPutsBackWhatItHasPromisedAndSetsNoMore)
+{
+    cache({u"171"_s});
+    m_desktop.had = {u"own0"_s};
+    QSemaphore go;
+    m_desktop.heldUp = &go;
+    m_desktop.hurried = &go;
+    {
+        DesktopUpdater updater([this] { return m_screens; },
+                               std::make_unique<NotingPictures>(m_desktop));
+        updater.apply();
+        m_desktop.began.acquire();
+        updater.apply();
+        updater.restore();
+    }
+    EXPECT_EQ(m_desktop.shown, 1);
+    EXPECT_EQ(m_desktop.pictures.value(u"Screen0"_s), u"own0"_s);
+    EXPECT_EQ(Settings::previousDesktop(), std::nullopt);
+    EXPECT_EQ(messages().last(), u"desktop: restored"_s);
+}
+
+TEST_F(DesktopUpdaterTest, HurriesAtOnceAtTheEnd)
+{
+    cache({u"171"_s});
+    m_desktop.had = {u"own0"_s};
+    QSemaphore go;
+    m_desktop.heldUp = &go;
+    m_desktop.hurried = &go;
+    Desktop::apply();
+    m_desktop.began.acquire();
+    Desktop::restore();
+    Desktop::finish(10s);
+    EXPECT_EQ(messages().last(), u"desktop: restored"_s);
+}
+
+TEST_F(DesktopUpdaterTest, SaysThatTheEndTakesLonger)
+{
+    cache({u"171"_s});
+    m_desktop.had = {u"own0"_s};
+    QSemaphore go;
+    m_desktop.heldUp = &go;
+    Desktop::apply();
+    m_desktop.began.acquire();
+    Desktop::restore();
+    Desktop::finish(0ms);
+    EXPECT_EQ(messages().last(), u"desktop: not through yet; the program's end waits"_s);
+    go.release();
+    ASSERT_TRUE(m_updater.finish(10s));
     EXPECT_EQ(messages().last(), u"desktop: restored"_s);
 }
 

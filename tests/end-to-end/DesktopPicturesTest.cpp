@@ -85,6 +85,20 @@ TEST_F(DesktopPictures, AreFittedOnEachScreenAtLaunchAndStayWhenItEnds)
     EXPECT_TRUE(shows(kRed, kBlue));
 }
 
+TEST_F(DesktopPictures, FollowTheDisplays)
+{
+    m_program.start();
+    EXPECT_TRUE(updates(1));
+    ASSERT_TRUE(shows(kRed, kBlue));
+    m_display.plugIn(u"Tall"_s, QRect(800, 200, 200, 200));
+    EXPECT_TRUE(becomes([this] {
+        const QImage seen = m_display.client().picture();
+        return seen.pixelColor(801, 201) == kBlue && seen.pixelColor(998, 398) == kBlue;
+    }));
+    EXPECT_TRUE(m_program.logs(u"desktop: Tall -> 193 (2025-03-01T09:05:00Z)"_s));
+    EXPECT_EQ(settings()[u"desktopCounter"].toInteger(), 1);
+}
+
 TEST_F(DesktopPictures, StepOnAtTheNextLaunchAndRememberTheFirstStateThroughACrash)
 {
     m_program.start();

@@ -89,12 +89,6 @@ void BackgroundWork::passOn()
     message(); // which may have ended this
 }
 
-void BackgroundWork::forgetWaiting()
-{
-    const std::lock_guard lock(m_mutex);
-    m_jobs.clear();
-}
-
 void BackgroundWork::finish()
 {
     std::unique_lock lock(m_mutex);

@@ -44,9 +44,6 @@ public:
     // may end the object.
     void tell(Job message);
 
-    // Drops the jobs that have not begun.
-    void forgetWaiting();
-
     // Waits until all jobs are done; with a limit, false when that takes longer. Jobs for which the
     // system has no thread even now are not waited for.
     void finish();

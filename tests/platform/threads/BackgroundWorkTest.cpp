@@ -167,24 +167,6 @@ TEST(BackgroundWork, IsDoneAtOnceWhereThereIsNone)
     EXPECT_TRUE(work.finish(0ms));
 }
 
-TEST(BackgroundWork, ForgetsWhatHasNotBegun)
-{
-    BackgroundWork work(1);
-    std::promise<void> began;
-    std::promise<void> go;
-    bool isSecondDone = false;
-    work.start([&began, may = go.get_future().share()] {
-        began.set_value();
-        may.wait();
-    });
-    work.start([&isSecondDone] { isSecondDone = true; });
-    began.get_future().wait();
-    work.forgetWaiting();
-    go.set_value();
-    work.finish();
-    EXPECT_FALSE(isSecondDone);
-}
-
 TEST(BackgroundWork, EndsWhenAllIsDoneAndTellsNothingAnyMore)
 {
     int done = 0;
