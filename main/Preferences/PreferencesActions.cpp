@@ -276,8 +276,10 @@ void Preferences::refreshImagery()
 
 void Preferences::installSaver()
 {
+    disable(*m_installButton); // two at once would take each other's copy away
     m_background->run([] { return corvella::installSaver(); },
                       [this](const std::optional<QString> &note) {
+                          m_installButton->setEnabled(true);
                           if (note)
                               m_installNote->setText(*note);
                       });
