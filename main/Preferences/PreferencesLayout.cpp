@@ -265,7 +265,8 @@ QWidget *Preferences::saverCard()
     section->addWidget(m_installButton, 0, Qt::AlignLeading);
     section->addWidget(m_installNote);
     auto *card = new CardView(QStringLiteral("System screen saver"), {m_saverSection});
-    card->setVisible(bundledSaver().has_value());
+    if (!bundledSaver())
+        card->hide(); // and never show: it would be a window until its column has it
     return card;
 }
 

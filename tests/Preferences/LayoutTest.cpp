@@ -92,6 +92,30 @@ protected:
     const QFont m_font = QApplication::font();
 };
 
+// Notes what comes up as a window of its own.
+class ShownWindows : public QObject
+{
+public:
+    ShownWindows() { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Show && watched->isWidgetType()
+            && static_cast<QWidget *>(watched)->isWindow())
+            names << QString::fromLatin1(watched->metaObject()->className());
+        return false;
+    }
+
+    QStringList names;
+};
+
+TEST_F(LayoutTest, NothingElseComesUpWithTheWindow)
+{
+    const ShownWindows shown;
+    openInFont(m_font);
+    EXPECT_EQ(shown.names, QStringList{u"corvella::PreferencesWindow"_s});
+}
+
 TEST_F(LayoutTest, ColumnsInsetsAndGapsAreAsDrawn)
 {
     openInFont(m_font);
