@@ -5,15 +5,11 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 
 namespace corvella {
 
 namespace {
-
-FileResult failed(const QString &path, const QString &reason)
-{
-    return {FileStatus::failed, path + QStringLiteral(": ") + reason};
-}
 
 FileResult copyInto(const QString &from, const QString &to)
 {
@@ -23,13 +19,15 @@ FileResult copyInto(const QString &from, const QString &to)
     while (result.isOk() && all.hasNext()) {
         all.next();
         const QString target = to + u'/' + QDir(from).relativeFilePath(all.filePath());
-        if (all.fileInfo().isDir()) {
+        if (!all.fileInfo().isDir()) {
+            result = DurableFile::copy(all.filePath(), target);
+        } else {
             result = StandardFolders::make(target);
-            continue;
+            if (result.isOk())
+                result = flushFolder(QFileInfo(target).path());
         }
-        QFile source(all.filePath());
-        if (!source.copy(target))
-            result = failed(target, source.errorString());
+        if (!result.isOk())
+            result.reason.prepend(target + QStringLiteral(": "));
     }
     return result;
 }
@@ -50,9 +48,11 @@ FileResult copyFolder(const QString &from, const QString &to)
     remove(arriving); // what a crash may have left
     FileResult result = copyInto(from, arriving);
     if (result.isOk() && !remove(to))
-        result = failed(to, QStringLiteral("cannot be removed"));
+        result = {FileStatus::failed, to + QStringLiteral(": cannot be removed")};
     if (result.isOk())
         result = renameTo(arriving, to);
+    if (result.isOk())
+        result = flushFolder(QFileInfo(to).path());
     if (!result.isOk())
         remove(arriving);
     return result;

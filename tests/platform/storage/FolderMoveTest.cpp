@@ -1,4 +1,5 @@
 #include "platform/storage/FolderMove.h"
+#include "platform/storage/FailingFlush.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>
@@ -6,32 +7,6 @@
 #include <QFileInfo>
 
 #include <gtest/gtest.h>
-
-#include <array>
-#include <cerrno>
-#include <climits>
-#include <sys/syscall.h>
-#include <unistd.h>
-
-namespace {
-
-// The folder whose disk fails when it is told to flush; none where empty.
-QByteArray failingFolder;
-
-} // namespace
-
-// The C library's own, replaced by linking this file.
-extern "C" int fsync(int descriptor)
-{
-    const QByteArray link = "/proc/self/fd/" + QByteArray::number(descriptor);
-    std::array<char, PATH_MAX> path{};
-    const ssize_t length = ::readlink(link.constData(), path.data(), path.size());
-    if (!failingFolder.isEmpty() && QByteArray(path.data(), int(length)) == failingFolder) {
-        errno = EIO;
-        return -1;
-    }
-    return int(::syscall(SYS_fsync, descriptor));
-}
 
 namespace corvella {
 namespace {
@@ -89,9 +64,9 @@ TEST_F(FolderMoveTest, KeepsTheOldFolderWhenTheOtherFileSystemWillNotTakeIt)
 TEST_F(FolderMoveTest, KeepsTheOldFolderUntilTheOtherFileSystemHasTheNewName)
 {
     const QTemporaryDir elsewhere(QStringLiteral("/dev/shm/folder-move-XXXXXX"));
-    failingFolder = QFile::encodeName(elsewhere.path());
+    test::failingFlush = QFile::encodeName(elsewhere.path());
     const FileResult result = moveFolder(m_from, elsewhere.filePath(QStringLiteral("to")));
-    failingFolder.clear();
+    test::failingFlush.clear();
     EXPECT_EQ(result.reason, QStringLiteral("Input/output error"));
     EXPECT_EQ(m_home.read(m_from + QStringLiteral("/171.mp4")), QByteArray("clip"));
 }
