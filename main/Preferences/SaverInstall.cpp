@@ -8,7 +8,6 @@
 #include "platform/storage/StandardFolders.h"
 
 #include <QFileInfo>
-#include <QSysInfo>
 #include <QXmlStreamReader>
 
 namespace corvella {
@@ -93,7 +92,8 @@ std::optional<QString> installSaver(const std::optional<QString> &bundled)
     if (error)
         return QStringLiteral("Could not install: ") + *error;
     hosts.front()->openSettings();
-    return installedNote(QSysInfo::productVersion().section(u'.', 0, 0).toInt());
+    // No settings of savers here are part of those of wallpapers, whatever the system's version.
+    return installedNote(kLastWithOwnPane);
 }
 
 void refreshInstalledSaver(const std::optional<QString> &bundled)
