@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSysInfo>
 
 #include <gtest/gtest.h>
 
@@ -67,7 +66,7 @@ TEST_F(SaverInstall, CopiesTheWholeSaver)
     putHost(u"xscreensaver-settings"_s);
     const QString saver = bundle("14");
     EXPECT_EQ(installSaver(saver),
-              installedNote(QSysInfo::productVersion().section(u'.', 0, 0).toInt()));
+              u"Installed. In System Settings > Screen Saver, pick Corvella under Other."_s);
     EXPECT_EQ(installedSaver(), m_installed);
     EXPECT_EQ(saverBuild(m_installed), 14);
     EXPECT_EQ(installed(u"lib/corvella/corvella-clips"_s), "of build 14");
@@ -262,6 +261,21 @@ TEST_F(InstalledSaver, IsToldToEndWhereItRuns)
     refreshInstalledSaver(bundle("14"));
     EXPECT_TRUE(becomes([&] { return !saver.isRunning(); }));
     EXPECT_TRUE(other.isRunning());
+}
+
+TEST_F(InstalledSaver, IsToldToEndInAHomeThatIsALinkToo)
+{
+    const QString link = m_home.path() + u"-link"_s;
+    ASSERT_TRUE(QFile::link(m_home.path(), link));
+    const QByteArray home = qgetenv("HOME");
+    qputenv("HOME", QFile::encodeName(link));
+    install("12");
+    test::ChildProcess saver(
+        {m_installed + u"/Contents/bin/corvella-saver"_s, {u"60"_s}, test::bareEnvironment(), {}});
+    refreshInstalledSaver(bundle("14"));
+    qputenv("HOME", home);
+    QFile::remove(link);
+    EXPECT_TRUE(becomes([&] { return !saver.isRunning(); }));
 }
 
 TEST_F(InstalledSaver, StaysWholeWhereItCannotBeReplaced)

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <csignal>
 
@@ -9,13 +10,17 @@ namespace corvella {
 
 void endProgramsFrom(const QString &folder)
 {
+    // As the kernel names files: without links.
+    const QString canonical = QFileInfo(folder).canonicalFilePath();
+    if (canonical.isEmpty())
+        return;
     for (const QString &name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
         bool isProcess = false;
         const pid_t id = name.toInt(&isProcess);
         // Of other users' processes the kernel does not tell.
         if (isProcess
             && QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(id))
-                   .startsWith(folder + u'/'))
+                   .startsWith(canonical + u'/'))
             ::kill(id, SIGTERM);
     }
 }

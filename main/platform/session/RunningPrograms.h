@@ -5,7 +5,8 @@
 
 namespace corvella {
 
-// Tells those to end whose executable lies below a folder, or lay there when they were started.
+// Tells those to end whose executable lies below a folder that is there, or lay there when they
+// were started.
 // Returns at once.
 void endProgramsFrom(const QString &folder);
 
