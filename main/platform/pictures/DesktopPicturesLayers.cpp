@@ -1,9 +1,11 @@
 #include "platform/pictures/PictureBackEnds.h"
 #include "platform/pictures/RememberedState.h"
 
+#include <QDeadlineTimer>
 #include <QProcess>
 
 #include <csignal>
+#include <map>
 #include <sys/prctl.h>
 
 namespace corvella {
@@ -13,12 +15,13 @@ namespace {
 // How long a new picture may take to be there before the last one goes.
 constexpr int kToBegin = 1000; // milliseconds
 
-// A program of ours shows the pictures above those that the user's own shows, on the compositor's
-// lowest layer. They go with it, and thus with this program: then the user's are to be seen again.
+// Programs of ours, one per screen so that one can stay while another changes, show the pictures
+// above those that the user's own shows, on the compositor's lowest layer. They go with them, and
+// thus with this program: then the user's are to be seen again.
 class DesktopPicturesLayers final : public DesktopPictures
 {
 public:
-    ~DesktopPicturesLayers() override { end(std::move(m_process)); }
+    ~DesktopPicturesLayers() override { endAllBut({}); }
 
     Reach reach() const override { return Reach::eachScreen; }
 
@@ -30,43 +33,64 @@ public:
     QList<Failure> show(const QList<PictureScreen> &screens,
                         const QList<std::optional<QString>> &files) override
     {
-        QStringList arguments;
+        std::map<qsizetype, std::unique_ptr<QProcess>> next;
         for (qsizetype i = 0; i < screens.size(); ++i) {
             if (files[i])
-                arguments << QStringLiteral("-o") << screens[i].name << QStringLiteral("-i")
-                          << *files[i] << QStringLiteral("-m") << QStringLiteral("fit")
-                          << QStringLiteral("-c") << QStringLiteral("#000000");
+                next[i] = start(screens[i].name, *files[i]);
         }
-        if (arguments.isEmpty())
-            return QList<Failure>(screens.size());
-        return QList<Failure>(screens.size(), start(arguments));
+        QList<Failure> failures(screens.size());
+        const QDeadlineTimer begun(kToBegin);
+        for (auto &[i, process] : next) {
+            failures[i] = failureOf(*process, begun);
+            if (!failures[i])
+                end(std::exchange(m_processes[screens[i].name], std::move(process)));
+        }
+        return failures;
     }
 
     void putBack(const QList<PictureScreen> &screens, const QStringList &texts) override
     {
         QList<std::optional<QString>> files(screens.size());
-        for (qsizetype i = 0; i < std::min(screens.size(), texts.size()); ++i)
+        QStringList given;
+        for (qsizetype i = 0; i < std::min(screens.size(), texts.size()); ++i) {
             files[i] = fileOfUrl(texts[i]);
-        if (files.count(std::nullopt) == files.size())
-            end(std::move(m_process));
-        else
-            (void)show(screens, files);
+            if (files[i])
+                given << screens[i].name;
+        }
+        (void)show(screens, files);
+        endAllBut(given);
     }
 
 private:
-    Failure start(const QStringList &arguments)
+    static std::unique_ptr<QProcess> start(const QString &screen, const QString &file)
     {
-        auto next = std::make_unique<QProcess>();
-        next->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-        next->setStandardOutputFile(QProcess::nullDevice());
-        next->setStandardErrorFile(QProcess::nullDevice());
-        next->start(QStringLiteral("swaybg"), arguments);
-        if (!next->waitForStarted())
-            return QStringLiteral("swaybg does not start: ") + next->errorString();
-        if (next->waitForFinished(kToBegin))
+        auto process = std::make_unique<QProcess>();
+        process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+        process->setStandardOutputFile(QProcess::nullDevice());
+        process->setStandardErrorFile(QProcess::nullDevice());
+        process->start(QStringLiteral("swaybg"),
+                       {QStringLiteral("-o"), screen, QStringLiteral("-i"), file,
+                        QStringLiteral("-m"), QStringLiteral("fit"), QStringLiteral("-c"),
+                        QStringLiteral("#000000")});
+        return process;
+    }
+
+    static Failure failureOf(QProcess &process, const QDeadlineTimer &begun)
+    {
+        if (!process.waitForStarted())
+            return QStringLiteral("swaybg does not start: ") + process.errorString();
+        const auto left = static_cast<int>(begun.remainingTime());
+        if (process.state() == QProcess::NotRunning || process.waitForFinished(left))
             return QStringLiteral("swaybg cannot show it here");
-        end(std::exchange(m_process, std::move(next)));
         return {};
+    }
+
+    void endAllBut(const QStringList &kept)
+    {
+        for (auto &[screen, process] : m_processes) {
+            if (!kept.contains(screen))
+                end(std::move(process));
+        }
     }
 
     static void end(std::unique_ptr<QProcess> process)
@@ -79,7 +103,7 @@ private:
         process->waitForFinished(kToBegin);
     }
 
-    std::unique_ptr<QProcess> m_process;
+    std::map<QString, std::unique_ptr<QProcess>> m_processes; // by screen
 };
 
 } // namespace

@@ -164,8 +164,12 @@ TEST_F(Sway, LowestLayerShowsPicturesAndShowsWhatWasThereWhenTheyGo)
     EXPECT_TRUE(shows(0, 200, 100, kBlue));
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), picture(u"b"_s, kBlue)}), m_noFailures);
     EXPECT_TRUE(showsBoth());
+    EXPECT_EQ(show(*m_pictures, {picture(u"b"_s, kBlue), std::nullopt}), m_noFailures);
+    EXPECT_TRUE(shows(0, 200, 100, kBlue));
+    EXPECT_TRUE(shows(1, 50, 100, kBlue)) << "it keeps what it has";
     putBack(*m_pictures, {QString(), QString()});
     EXPECT_TRUE(shows(0, 200, 100, kBare));
+    EXPECT_TRUE(shows(1, 50, 100, kBare));
 }
 
 TEST(SwayWord, IsReadBackAsItWas)
