@@ -1,15 +1,18 @@
 #include "settings/Build.h"
 
-#include "platform/storage/BuildIdentity.h"
-
 namespace corvella::Build {
+
+QString textOf(const BuildIdentity &build)
+{
+    const QString unknown = QStringLiteral("?");
+    return QStringLiteral("Version %1 (%2)")
+        .arg(build.version.isEmpty() ? unknown : build.version,
+             build.build == 0 ? unknown : QString::number(build.build));
+}
 
 QString text()
 {
-    const std::optional<BuildIdentity> &build = BuildIdentity::running();
-    if (!build)
-        return QStringLiteral("Version ? (?)");
-    return QStringLiteral("Version %1 (%2)").arg(build->version).arg(build->build);
+    return textOf(BuildIdentity::running());
 }
 
 } // namespace corvella::Build

@@ -8,11 +8,18 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace corvella {
 
 namespace {
 
 constexpr qint64 kLargestFile = 1 << 12; // bytes; it has three short lines
+
+QByteArray bytesIn(const QString &folder)
+{
+    return readBounded(folder + QStringLiteral("/share/corvella/build.json"), kLargestFile).bytes;
+}
 
 } // namespace
 
@@ -22,28 +29,27 @@ bool BuildIdentity::isVersion(const QString &text)
     return form.match(text).hasMatch();
 }
 
-std::optional<BuildIdentity> BuildIdentity::parse(const QByteArray &json)
+BuildIdentity BuildIdentity::parse(const QByteArray &json)
 {
     const QJsonObject object = QJsonDocument::fromJson(json).object();
-    BuildIdentity identity{.version = object.value(u"version").toString(),
-                           .build = object.value(u"build").toInteger(),
-                           .machine = object.value(u"machine").toString()};
-    if (!isVersion(identity.version) || identity.build <= 0 || identity.machine.isEmpty())
-        return std::nullopt;
-    return identity;
+    const QString version = object.value(u"version").toString();
+    return {.version = isVersion(version) ? version : QString(),
+            .build = std::max<qint64>(object.value(u"build").toInteger(), 0),
+            .machine = object.value(u"machine").toString()};
 }
 
 std::optional<BuildIdentity> BuildIdentity::read(const QString &folder)
 {
-    const BoundedRead file =
-        readBounded(folder + QStringLiteral("/share/corvella/build.json"), kLargestFile);
-    return file.status == ReadStatus::ok ? parse(file.bytes) : std::nullopt;
+    const BuildIdentity identity = parse(bytesIn(folder));
+    const bool isWhole =
+        !identity.version.isEmpty() && identity.build > 0 && !identity.machine.isEmpty();
+    return isWhole ? std::optional(identity) : std::nullopt;
 }
 
-const std::optional<BuildIdentity> &BuildIdentity::running()
+const BuildIdentity &BuildIdentity::running()
 {
-    static const std::optional<BuildIdentity> identity =
-        read(QFileInfo(QFileInfo(executablePath()).path()).path());
+    static const BuildIdentity identity =
+        parse(bytesIn(QFileInfo(QFileInfo(executablePath()).path()).path()));
     return identity;
 }
 

@@ -18,13 +18,13 @@ struct BuildIdentity
 
     // Whether a text can be a version.
     [[nodiscard]] static bool isVersion(const QString &text);
-    // Reads any bytes; none unless all three are there.
-    [[nodiscard]] static std::optional<BuildIdentity> parse(const QByteArray &json);
-    // Of the build in a folder that holds bin, lib and share.
+    // Reads any bytes; what they do not tell stays empty, or 0.
+    [[nodiscard]] static BuildIdentity parse(const QByteArray &json);
+    // Of the build in a folder that holds bin, lib and share; none unless all three are told.
     [[nodiscard]] static std::optional<BuildIdentity> read(const QString &folder);
-    // Of the running program, as it was at the first call: a package manager may have exchanged the
-    // file since.
-    [[nodiscard]] static const std::optional<BuildIdentity> &running();
+    // Of the running program, as far as told, as it was at the first call: a package manager may
+    // have exchanged the file since.
+    [[nodiscard]] static const BuildIdentity &running();
 };
 
 } // namespace corvella

@@ -8,14 +8,32 @@ namespace {
 
 TEST(BuildIdentity, ReadsAnyBytes)
 {
+    const QString version = QStringLiteral("1.0.0");
+    const QString machine = QStringLiteral("linux-x86_64");
     const auto parse = [](const char *text) { return BuildIdentity::parse(text); };
-    EXPECT_TRUE(parse(R"({"version": "1.0.0", "build": 1, "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(""));
-    EXPECT_FALSE(parse(R"({"version": "1.0.0", "build": 0, "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(R"({"version": "1.0.0", "build": "1", "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(R"({"version": "1 0", "build": 1, "machine": "linux-x86_64"})"));
-    EXPECT_FALSE(parse(R"({"version": "1.0.0", "build": 1})"));
-    EXPECT_FALSE(BuildIdentity::read(QStringLiteral("/nonexistent")));
+    EXPECT_EQ(parse(R"({"version": "1.0.0", "build": 1, "machine": "linux-x86_64"})"),
+              (BuildIdentity{version, 1, machine}));
+    EXPECT_EQ(parse(""), BuildIdentity());
+    for (const char *noBuild : {"-1", "0", "\"1\"", "1.5", "null"}) {
+        const QByteArray json = R"({"version": "1.0.0", "machine": "linux-x86_64", "build": )";
+        EXPECT_EQ(BuildIdentity::parse(json + noBuild + "}"), (BuildIdentity{version, 0, machine}))
+            << noBuild;
+    }
+    EXPECT_EQ(parse(R"({"version": "1 0", "build": 1, "machine": "linux-x86_64"})"),
+              (BuildIdentity{QString(), 1, machine}));
+    EXPECT_EQ(parse(R"({"version": "1.0.0", "build": 1})"), (BuildIdentity{version, 1, QString()}));
+}
+
+TEST(BuildIdentity, IsNoneUnlessItIsWhole)
+{
+    const test::TemporaryHome home;
+    EXPECT_FALSE(BuildIdentity::read(home.path()));
+    for (const char *part : {"", R"({"build": 41, "machine": "linux-riscv64"})",
+                             R"({"version": "2.7", "machine": "linux-riscv64"})",
+                             R"({"version": "2.7", "build": 41})"}) {
+        home.write(home.path(QStringLiteral("share/corvella/build.json")), part);
+        EXPECT_FALSE(BuildIdentity::read(home.path())) << part;
+    }
 }
 
 TEST(BuildIdentity, IsWhatTheFolderSaysToHold)
