@@ -17,7 +17,7 @@ enum class ColourRange { limited, full };
 
 struct Plane
 {
-    const uint8_t *data = nullptr;
+    const uint8_t *data = nullptr; // of whole lines, the last one too
     int bytesPerLine = 0;
     QSize size;
 };

@@ -11,14 +11,14 @@ constexpr int kLongestSide = 1 << 15;
 // No time of a clip is longer, nanoseconds: a year.
 constexpr int64_t kLongestTime = int64_t{366} * 86'400 * 1'000'000'000;
 
-// Whether the plane is this large and lies within so many bytes.
+// Whether the plane is this large and lies within so many bytes, whole lines of it: they may be read
+// with what follows their last sample.
 bool fits(const ClipReply::Plane &plane, QSize size, uint64_t bytes)
 {
     if (QSize(plane.width, plane.height) != size || size.isEmpty()
         || plane.bytesPerLine < size.width())
         return false;
-    const uint64_t extent =
-        uint64_t(plane.bytesPerLine) * uint64_t(size.height() - 1) + uint64_t(size.width());
+    const uint64_t extent = uint64_t(plane.bytesPerLine) * uint64_t(size.height());
     return plane.offset <= bytes && extent <= bytes - plane.offset;
 }
 

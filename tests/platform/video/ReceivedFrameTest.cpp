@@ -95,6 +95,13 @@ TEST_F(ReceivedFrame, LiesInItsBuffer)
     ClipReply reply = sound();
     reply.planes[2].offset += 1;
     EXPECT_FALSE(isShown(reply)) << "one byte too far";
+    // Lines may be longer than what is shown of them; renderers read all of them to their ends.
+    reply = sound();
+    reply.planes[2].bytesPerLine += 1;
+    reply.planes[2].offset = kBytes - uint64_t{kWidth / 2 + 1} * (kHeight / 2);
+    EXPECT_TRUE(isShown(reply));
+    reply.planes[2].offset += 1;
+    EXPECT_FALSE(isShown(reply)) << "the last line's end is one byte too far";
 }
 
 TEST_F(ReceivedFrame, CanBeShown)
@@ -142,8 +149,8 @@ TEST_F(ReceivedFrame, MayBeAnything)
             if (!plane.data)
                 continue;
             ++shown;
-            const uint8_t *const end = plane.data
-                + ptrdiff_t{plane.bytesPerLine} * (plane.size.height() - 1) + plane.size.width();
+            const uint8_t *const end =
+                plane.data + ptrdiff_t{plane.bytesPerLine} * plane.size.height();
             ASSERT_GE(plane.data, m_buffer->data());
             ASSERT_LE(end, m_buffer->data() + m_buffer->bytes());
         }
