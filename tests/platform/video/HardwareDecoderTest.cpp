@@ -81,6 +81,21 @@ TEST(HardwareDecoder, IsADecoderOfItsOwnWhereAVideoNodeIs)
     EXPECT_EQ(decoder.decoderInsteadOf(*avcodec_find_decoder(AV_CODEC_ID_H264)), own);
 }
 
+TEST(HardwareDecoder, IsNoCamera)
+{
+    v4l2_capability node{};
+    node.capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+    EXPECT_FALSE(HardwareDecoder::mayDecode(node));
+    node.capabilities |= V4L2_CAP_VIDEO_M2M_MPLANE;
+    EXPECT_TRUE(HardwareDecoder::mayDecode(node));
+    // Another node of the same device is one.
+    node.capabilities |= V4L2_CAP_DEVICE_CAPS;
+    node.device_caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+    EXPECT_FALSE(HardwareDecoder::mayDecode(node));
+    node.device_caps = V4L2_CAP_VIDEO_M2M | V4L2_CAP_STREAMING;
+    EXPECT_TRUE(HardwareDecoder::mayDecode(node));
+}
+
 // A clip of ten frames that carry their numbers.
 class HardwareFallback : public testing::Test
 {

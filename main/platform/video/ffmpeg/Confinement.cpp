@@ -2,19 +2,23 @@
 
 #include "platform/storage/FileDescriptor.h"
 
+#include <QFile>
+
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/landlock.h>
+#include <linux/sockios.h>
 #include <memory>
 #include <sched.h>
 #include <seccomp.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 namespace corvella {
 
@@ -85,17 +89,46 @@ bool allowMemoryOnly(const Filter &filter)
         && add(filter, SCMP_ACT_ALLOW, SCMP_SYS(prctl), bits(0, ~uint64_t{0}, PR_SET_NAME));
 }
 
-bool forbidNetworkAndPrograms(const Filter &filter)
+// What a driver that is open already can do without.
+bool forbidReachingOthers(const Filter &filter)
 {
+    // The last ones are newer than the library; their numbers are the same on every machine.
+    constexpr int kFchmodat2 = 452;
+    constexpr int kSetxattrat = 463;
+    constexpr int kRemovexattrat = 466;
+    constexpr std::array calls{
+        // Other programs.
+        SCMP_SYS(execve), SCMP_SYS(execveat), SCMP_SYS(ptrace), SCMP_SYS(process_vm_readv),
+        SCMP_SYS(process_vm_writev), SCMP_SYS(pidfd_getfd), SCMP_SYS(kill), SCMP_SYS(tkill),
+        SCMP_SYS(rt_sigqueueinfo), SCMP_SYS(rt_tgsigqueueinfo), SCMP_SYS(pidfd_send_signal),
+        SCMP_SYS(shmat), SCMP_SYS(mq_open), SCMP_SYS(keyctl),
+        // Sockets, but for those that are open: those have their other ends.
+        SCMP_SYS(socket), SCMP_SYS(socketpair), SCMP_SYS(connect), SCMP_SYS(bind), SCMP_SYS(listen),
+        SCMP_SYS(accept), SCMP_SYS(accept4),
+        // What would do such things unseen.
+        SCMP_SYS(io_uring_setup), SCMP_SYS(bpf), SCMP_SYS(userfaultfd),
+        // Changes to files that Landlock, as of Linux 6.1, does not see.
+        SCMP_SYS(truncate), SCMP_SYS(truncate64), SCMP_SYS(chmod), SCMP_SYS(fchmodat), kFchmodat2,
+        SCMP_SYS(chown), SCMP_SYS(lchown), SCMP_SYS(fchownat), SCMP_SYS(utime), SCMP_SYS(utimes),
+        SCMP_SYS(futimesat), SCMP_SYS(utimensat), SCMP_SYS(utimensat_time64), SCMP_SYS(setxattr),
+        SCMP_SYS(lsetxattr), kSetxattrat, SCMP_SYS(removexattr), SCMP_SYS(lremovexattr),
+        kRemovexattrat};
     constexpr uint32_t forbidden = SCMP_ACT_ERRNO(EPERM);
     bool isAdded = true;
-    for (const int call : {SCMP_SYS(execve), SCMP_SYS(execveat), SCMP_SYS(ptrace),
-                           SCMP_SYS(process_vm_readv), SCMP_SYS(process_vm_writev),
-                           SCMP_SYS(io_uring_setup), SCMP_SYS(bpf), SCMP_SYS(userfaultfd)})
+    for (const int call : calls)
         isAdded = isAdded && add(filter, forbidden, call);
-    // Drivers have sockets of the machine's own, at most.
+    // A signal, but to itself, as abort() sends it; by way of a file's events; a limit that sends
+    // one; and keys that are typed into the terminal which the program was started from.
+    const auto self = static_cast<uint64_t>(::getpid());
+    constexpr uint64_t kCommand = 0xffff'ffff; // the kernel looks at no more of it
+    for (const uint64_t command : std::array<uint64_t, 2>{F_SETOWN, F_SETOWN_EX})
+        isAdded = isAdded && add(filter, forbidden, SCMP_SYS(fcntl), bits(1, kCommand, command));
+    for (const uint64_t command : std::array<uint64_t, 4>{FIOSETOWN, SIOCSPGRP, TIOCSTI, TIOCLINUX})
+        isAdded = isAdded && add(filter, forbidden, SCMP_SYS(ioctl), bits(1, kCommand, command));
     return isAdded
-        && add(filter, forbidden, SCMP_SYS(socket), scmp_arg_cmp{0, SCMP_CMP_NE, AF_UNIX, 0});
+        && add(filter, forbidden, SCMP_SYS(tgkill), scmp_arg_cmp{0, SCMP_CMP_NE, self, 0})
+        && add(filter, forbidden, SCMP_SYS(prlimit64), scmp_arg_cmp{0, SCMP_CMP_NE, 0, 0})
+        && add(filter, forbidden, SCMP_SYS(sendto), scmp_arg_cmp{4, SCMP_CMP_NE, 0, 0});
 }
 
 std::optional<QString> error(const char *what, int code)
@@ -109,16 +142,19 @@ std::optional<QString> filterCalls(ConfinedTo what)
     const bool isMemory = what == ConfinedTo::memory;
     const Filter filter(seccomp_init(isMemory ? SCMP_ACT_ERRNO(EPERM) : SCMP_ACT_ALLOW),
                         seccomp_release);
-    if (!filter || !(isMemory ? allowMemoryOnly(filter) : forbidNetworkAndPrograms(filter)))
+    // For the threads too that a driver has started.
+    if (!filter || !(isMemory ? allowMemoryOnly(filter) : forbidReachingOthers(filter))
+        || seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_TSYNC, 1) != 0)
         return error("seccomp", ENOMEM);
     if (const int code = seccomp_load(filter.get()); code < 0)
         return error("seccomp", -code);
     return std::nullopt;
 }
 
-bool allowBeneath(int ruleset, const char *folder, uint64_t access)
+// The folder with all beneath it, or the file.
+bool allowBeneath(int ruleset, const char *path, uint64_t access)
 {
-    const FileDescriptor place(::open(folder, O_PATH | O_CLOEXEC));
+    const FileDescriptor place(::open(path, O_PATH | O_CLOEXEC));
     if (!place.isOpen())
         return true; // what is not there needs no leave
     landlock_path_beneath_attr rule{};
@@ -127,10 +163,15 @@ bool allowBeneath(int ruleset, const char *folder, uint64_t access)
     return ::syscall(SYS_landlock_add_rule, ruleset, LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0;
 }
 
-// The system's folders may be read, devices be used; nothing else is there.
-std::optional<QString> hideUsersFiles()
+// The system's folders may be read, devices that decode be used; nothing else is there. Threads
+// that a driver has started already are not held by this. It does not come before the driver, since
+// what one does at its start, from making device files to keeping a cache of its own, is not known
+// here.
+std::optional<QString> hideUsersFiles(const QStringList &devices)
 {
-    constexpr uint64_t reading = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
+    constexpr uint64_t listing = LANDLOCK_ACCESS_FS_READ_DIR;
+    constexpr uint64_t reading = LANDLOCK_ACCESS_FS_READ_FILE | listing;
+    constexpr uint64_t use = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_WRITE_FILE;
     landlock_ruleset_attr attributes{};
     attributes.handled_access_fs =
         (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1; // all of the first version
@@ -138,7 +179,12 @@ std::optional<QString> hideUsersFiles()
         ::syscall(SYS_landlock_create_ruleset, &attributes, sizeof attributes, 0)));
     if (!ruleset.isOpen())
         return error("landlock", errno);
-    bool isAllowed = allowBeneath(ruleset.get(), "/dev", reading | LANDLOCK_ACCESS_FS_WRITE_FILE);
+    bool isAllowed = allowBeneath(ruleset.get(), "/dev", listing);
+    for (const char *device : {"/dev/null", "/dev/zero", "/dev/urandom", "/dev/random"})
+        isAllowed = isAllowed && allowBeneath(ruleset.get(), device, use);
+    for (const QString &device : devices)
+        isAllowed =
+            isAllowed && allowBeneath(ruleset.get(), QFile::encodeName(device).constData(), use);
     for (const char *folder : {"/usr", "/lib", "/lib64", "/etc", "/opt", "/proc", "/sys"})
         isAllowed = isAllowed && allowBeneath(ruleset.get(), folder, reading);
     if (!isAllowed || ::syscall(SYS_landlock_restrict_self, ruleset.get(), 0) != 0)
@@ -148,7 +194,7 @@ std::optional<QString> hideUsersFiles()
 
 } // namespace
 
-std::optional<QString> confine(ConfinedTo what)
+std::optional<QString> confine(ConfinedTo what, const QStringList &devices)
 {
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         return error("no_new_privs", errno);
@@ -159,7 +205,7 @@ std::optional<QString> confine(ConfinedTo what)
         if (::setrlimit(RLIMIT_AS, &most) != 0)
             failure = error("memory", errno);
     } else {
-        failure = hideUsersFiles();
+        failure = hideUsersFiles(devices);
     }
     if (const std::optional<QString> unfiltered = filterCalls(what))
         return unfiltered;

@@ -3,10 +3,11 @@
 //
 // Decoding in software needs memory, the files that it is handed, and its socket: all other system
 // calls fail. A decoding device's driver needs more, above all the device's files: there the
-// network, other programs, the user's files and writing anywhere but to devices are out of reach.
+// network, other programs, the user's files and writing anywhere but to that device are out of
+// reach, but for the threads that the driver has started before, which can still open files.
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -14,8 +15,9 @@ namespace corvella {
 
 enum class ConfinedTo { memory, device };
 
-// For the calling thread and all that it starts from now on; call it before there are others. Why
-// it failed, in part or whole, for the log.
-[[nodiscard]] std::optional<QString> confine(ConfinedTo what);
+// For the calling thread and all that it starts from now on, and, where files are not concerned,
+// for those that are there. `devices` are the files and folders of the devices that decode. Why it
+// failed, in part or whole, for the log.
+[[nodiscard]] std::optional<QString> confine(ConfinedTo what, const QStringList &devices = {});
 
 } // namespace corvella

@@ -1,8 +1,12 @@
 #include "platform/video/ffmpeg/HardwareDecoder.h"
 
 #include "log.h"
+#include "platform/storage/FileDescriptor.h"
 
 #include <QDir>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
 
 namespace corvella {
 
@@ -10,16 +14,38 @@ namespace {
 
 const QString kV4l2Suffix = QStringLiteral("_v4l2m2m");
 
+QStringList filesIn(const char *folder, const char *pattern)
+{
+    const QDir dir(QString::fromLatin1(folder));
+    QStringList files;
+    for (const QString &name : dir.entryList({QString::fromLatin1(pattern)}, QDir::System))
+        files << dir.filePath(name);
+    return files;
+}
+
+bool isV4l2Decoder(const QString &node)
+{
+    const FileDescriptor file(
+        ::open(QFile::encodeName(node).constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    v4l2_capability capability{};
+    return ::ioctl(file.get(), VIDIOC_QUERYCAP, &capability) == 0
+        && HardwareDecoder::mayDecode(capability);
+}
+
+// Asked once in a process: a camera wakes up when it is opened.
+const QStringList &v4l2Decoders()
+{
+    static const QStringList decoders = [] {
+        QStringList nodes = filesIn("/dev", "video*");
+        nodes.removeIf([](const QString &node) { return !isV4l2Decoder(node); });
+        return nodes;
+    }();
+    return decoders;
+}
+
 QStringList filesOfThisMachine()
 {
-    QStringList files;
-    for (const auto &[folder, pattern] :
-         {std::pair("/dev/dri", "renderD*"), {"/dev", "nvidia0"}, {"/dev", "video*"}}) {
-        const QDir dir(QString::fromLatin1(folder));
-        for (const QString &name : dir.entryList({QString::fromLatin1(pattern)}, QDir::System))
-            files << dir.filePath(name);
-    }
-    return files;
+    return filesIn("/dev/dri", "renderD*") + filesIn("/dev", "nvidia0") + v4l2Decoders();
 }
 
 ffmpeg::Buffer openDevice(const HardwareDecoder::Device &device)
@@ -74,6 +100,14 @@ AVPixelFormat chooseFormat(AVCodecContext *context, const AVPixelFormat *offered
 
 } // namespace
 
+bool HardwareDecoder::mayDecode(const v4l2_capability &node)
+{
+    // What a node can do; older drivers say only what the whole device can.
+    const bool isOfNode = (node.capabilities & V4L2_CAP_DEVICE_CAPS) != 0;
+    const uint32_t able = isOfNode ? node.device_caps : node.capabilities;
+    return (able & (V4L2_CAP_VIDEO_M2M | V4L2_CAP_VIDEO_M2M_MPLANE)) != 0;
+}
+
 std::vector<HardwareDecoder::Device> HardwareDecoder::candidates(const QStringList &deviceFiles)
 {
     std::vector<Device> devices;
@@ -102,6 +136,13 @@ const HardwareDecoder &HardwareDecoder::ofThisMachine()
 {
     static const HardwareDecoder decoder(filesOfThisMachine(), {openDevice, downloadFrame});
     return decoder;
+}
+
+QStringList HardwareDecoder::filesInUse()
+{
+    // A driver has more of them than tell that there is a device.
+    return QStringList{QStringLiteral("/dev/dri"), QStringLiteral("/dev/nvidia-caps")}
+    + filesIn("/dev", "nvidia*") + v4l2Decoders();
 }
 
 const AVCodec *HardwareDecoder::decoderInsteadOf(const AVCodec &software) const

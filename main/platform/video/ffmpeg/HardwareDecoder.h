@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <linux/videodev2.h>
 #include <vector>
 
 namespace corvella {
@@ -28,6 +29,9 @@ public:
     // The devices worth a try where these files exist, best first.
     [[nodiscard]] static std::vector<Device> candidates(const QStringList &deviceFiles);
 
+    // Whether the video node may be a decoder, which a camera is not.
+    [[nodiscard]] static bool mayDecode(const v4l2_capability &node);
+
     // How devices are reached. Both answer null where that fails.
     struct Driver
     {
@@ -41,6 +45,9 @@ public:
     // What this machine has, looked for once in a process, and so for each clip; opening a GPU's
     // driver may take a while.
     [[nodiscard]] static const HardwareDecoder &ofThisMachine();
+
+    // What its drivers open of /dev, files and folders.
+    [[nodiscard]] static QStringList filesInUse();
 
     // Whether there is anything but software.
     [[nodiscard]] bool isThere() const { return m_context || m_mayHaveV4l2; }

@@ -129,8 +129,9 @@ void readClip()
     comeFirstInNeed();
     const HardwareDecoder &hardware = HardwareDecoder::ofThisMachine();
 #ifndef CORVELLA_UNCONFINED
-    if (const std::optional<QString> failure =
-            confine(hardware.isThere() ? ConfinedTo::device : ConfinedTo::memory))
+    if (const std::optional<QString> failure = hardware.isThere()
+            ? confine(ConfinedTo::device, HardwareDecoder::filesInUse())
+            : confine(ConfinedTo::memory))
         log(*failure);
 #endif
     FileDescriptor file;
