@@ -110,6 +110,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QApplication::setQuitOnLastWindowClosed(false);
 
     (void)BuildIdentity::running(); // while the files are this build's
+    VideoPlayer::holdReader();
     SingleInstance instance;
     const SingleInstance::Outcome outcome = instance.claim(commandLine.wordForTheOther());
     if (outcome != SingleInstance::Outcome::first)

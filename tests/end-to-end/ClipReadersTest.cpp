@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -159,6 +160,28 @@ TEST_F(ClipReaders, AreStartedAnewWhenWhatStartsThemIsKilled)
     ::kill(static_cast<pid_t>(before[0]), SIGKILL);
     EXPECT_TRUE(becomes([this] { return shows(2); }));
     EXPECT_EQ(complaints(u"171.mp4: what reads it has ended: with what had started it"_s), 1);
+    EXPECT_NE(starters(), before);
+}
+
+// As a package manager leaves a program that runs on.
+TEST_F(ClipReaders, AreThisBuildsThoughTheirFileIsGone)
+{
+    namespace fs = std::filesystem;
+    const QTemporaryDir installed;
+    const fs::path prefix(installed.path().toStdString());
+    const fs::path built(test::ProgramUnderTest::executable().toStdString());
+    fs::create_directory(prefix / "bin");
+    fs::copy_file(built, prefix / "bin/corvella");
+    fs::copy(built.parent_path() / "../lib", prefix / "lib", fs::copy_options::recursive);
+    m_program.setExecutable(installed.filePath(u"bin/corvella"_s));
+    m_program.addClip(u"193"_s, 2);
+    m_program.start();
+    ASSERT_TRUE(becomes([this] { return shows(1); }));
+    const QList<qint64> before = starters();
+    ASSERT_EQ(before.size(), 1);
+    fs::remove_all(prefix / "lib");
+    ::kill(static_cast<pid_t>(before[0]), SIGKILL);
+    EXPECT_TRUE(becomes([this] { return shows(2); }));
     EXPECT_NE(starters(), before);
 }
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <mutex>
 #include <optional>
 #include <spawn.h>
@@ -25,6 +26,19 @@ constexpr int kPatienceWithEndsSeconds = 3;
 QString systemText(int code)
 {
     return QString::fromLocal8Bit(std::strerror(code));
+}
+
+QByteArray readerPath()
+{
+    return QFile::encodeName(modulePath(QStringLiteral(CORVELLA_CLIP_READER)));
+}
+
+// The program that reads clips, as it was when this was first asked for; not open where it was not
+// there.
+const FileDescriptor &heldReader()
+{
+    static const FileDescriptor file(::open(readerPath().constData(), O_PATH | O_CLOEXEC));
+    return file;
 }
 
 // Two ends of a new socket; none where there are too many files open.
@@ -81,14 +95,17 @@ std::variant<std::shared_ptr<ReaderStarter>, int> ReaderStarter::running()
     if (!sockets)
         return errno;
     auto &[ours, theirs] = *sockets;
-    const QByteArray path = QFile::encodeName(modulePath(QStringLiteral(CORVELLA_CLIP_READER)));
+    const QByteArray path = readerPath();
+    const FileDescriptor &held = heldReader();
+    const QByteArray file =
+        held.isOpen() ? "/proc/self/fd/" + QByteArray::number(held.get()) : path;
     std::array<char *, 2> arguments{const_cast<char *>(path.constData()), nullptr};
     posix_spawn_file_actions_t actions{};
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_adddup2(&actions, theirs.get(), kClipSocket);
     pid_t process = 0;
     const int error =
-        ::posix_spawn(&process, path.constData(), &actions, nullptr, arguments.data(), environ);
+        ::posix_spawn(&process, file.constData(), &actions, nullptr, arguments.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
         return error;
@@ -124,6 +141,11 @@ std::optional<ReaderAnswer> ReaderStarter::ask(const ReaderOrder &order, int fil
         answer = receiveAnswer(m_socket.get());
     m_isLost = !answer;
     return answer;
+}
+
+void ReaderProcess::holdProgram()
+{
+    (void)heldReader();
 }
 
 std::shared_ptr<const void> ReaderProcess::loadAhead()

@@ -23,6 +23,9 @@ public:
     // Starts one, or says why that is impossible. It ends with this object, and with the program,
     // whatever it is at.
     [[nodiscard]] static std::variant<ReaderProcess, QString> start();
+    // Holds on to the program that readers are, so that it is this build's that is started though
+    // an update has removed or replaced its file.
+    static void holdProgram();
     // Starts what readers are copies of, and keeps it for as long as this is kept; null where it
     // cannot be started.
     [[nodiscard]] static std::shared_ptr<const void> loadAhead();

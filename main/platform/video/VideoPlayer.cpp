@@ -15,6 +15,11 @@ quint64 lastPictureSerial = 0; // main thread only
 
 } // namespace
 
+void VideoPlayer::holdReader()
+{
+    ReaderProcess::holdProgram();
+}
+
 std::shared_ptr<const void> VideoPlayer::loadAhead()
 {
     return ReaderProcess::loadAhead();

@@ -25,6 +25,10 @@ public:
     // nearEnd comes this long before the end, in real time.
     static constexpr MediaTime kNearEnd = std::chrono::seconds(1);
 
+    // Holds on to the program that reads clips: worth calling while the files are this build's. Any
+    // thread.
+    static void holdReader();
+
     // Starts to load what the first player needs, which takes longer than all else until its
     // picture is there: worth calling as soon as it is clear that a clip will be played. It stays
     // loaded for as long as the handle or a player lives. Any thread.

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -206,8 +207,10 @@ void run()
 
 } // namespace corvella
 
-int main()
+int main(int, char **argv)
 {
+    // It may have been started by way of an open file, whose number would be its name.
+    ::prctl(PR_SET_NAME, ::basename(argv[0]));
     corvella::run();
     return 0;
 }
