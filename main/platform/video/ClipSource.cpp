@@ -102,6 +102,8 @@ std::variant<VideoFrame, ClipError> ClipSource::next(QSize bounds)
     wanted.width = bounds.width();
     wanted.height = bounds.height();
     wanted.rewinds = std::exchange(m_rewinds, false) ? 1 : 0;
+    if (wanted.rewinds != 0)
+        m_lastStart = MediaTime(0);
     (void)sendMessage(m_reader.socket(), wanted);
     auto answer = reply();
     if (const auto *reply = std::get_if<ClipReply>(&answer);
@@ -118,6 +120,9 @@ std::variant<VideoFrame, ClipError> ClipSource::next(QSize bounds)
         frame = frameIn(reply, bounds, buffer);
     if (frame.picture.isNull())
         return ClipError{QStringLiteral("what reads it makes no sense")};
+    if (!comesInTime(frame, m_lastStart))
+        return ClipError{QStringLiteral("a picture of it stays for more than a minute")};
+    m_lastStart = frame.isLastOfLap ? MediaTime(0) : frame.start;
     return frame;
 }
 

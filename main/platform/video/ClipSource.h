@@ -53,6 +53,7 @@ private:
     MediaTime m_announcedLength{0};
     // Their pictures hold them too.
     std::array<std::shared_ptr<const SharedPixels>, kMostPictureBuffers> m_buffers;
+    MediaTime m_lastStart{0}; // of the lap's latest picture
     bool m_rewinds = false;
 };
 

@@ -1,10 +1,17 @@
 #include "platform/video/PlaybackSchedule.h"
 
+#include <algorithm>
+
 namespace corvella {
 
 MediaTime PlaybackSchedule::due(MediaTime clipTime) const
 {
     return *m_lapStart + played(clipTime);
+}
+
+MediaTime PlaybackSchedule::lapEnd(MediaTime lapLength) const
+{
+    return *m_lapStart + std::max(played(lapLength), kShortestLap);
 }
 
 void PlaybackSchedule::reanchorIfOverdue(MediaTime clipTime, MediaTime now)

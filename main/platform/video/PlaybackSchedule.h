@@ -14,6 +14,9 @@ public:
     // skipping what was missed.
     static constexpr MediaTime kLongestCatchUp = std::chrono::seconds(1);
 
+    // A clip that is over at once would be let go and opened again all the time.
+    static constexpr MediaTime kShortestLap = std::chrono::milliseconds(500);
+
     // Clip time is divided by the rate (greater than 0): at 0.5 a second of clip takes two.
     explicit PlaybackSchedule(double rate = 1.0)
         : m_rate(rate)
@@ -27,8 +30,12 @@ public:
     // The moment at which `clipTime` of the current lap is due. Anchored only.
     [[nodiscard]] MediaTime due(MediaTime clipTime) const;
 
-    // Begins the next lap without a gap, `lapLength` of clip time after this one began.
-    void nextLap(MediaTime lapLength) { m_lapStart = due(lapLength); }
+    // The moment at which a lap of such a length of clip time ends: not before kShortestLap is
+    // over.
+    [[nodiscard]] MediaTime lapEnd(MediaTime lapLength) const;
+
+    // Begins the next lap without a gap, when one of this length of clip time ends.
+    void nextLap(MediaTime lapLength) { m_lapStart = lapEnd(lapLength); }
 
     // Moves the anchor so that `clipTime` is due now, if it is overdue by more than
     // kLongestCatchUp.

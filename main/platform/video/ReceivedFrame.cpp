@@ -11,8 +11,8 @@ constexpr int kLongestSide = 1 << 15;
 // No time of a clip is longer, nanoseconds: a year.
 constexpr int64_t kLongestTime = int64_t{366} * 86'400 * 1'000'000'000;
 
-// Whether the plane is this large and lies within so many bytes, whole lines of it: they may be read
-// with what follows their last sample.
+// Whether the plane is this large and lies within so many bytes, whole lines of it: they may be
+// read with what follows their last sample.
 bool fits(const ClipReply::Plane &plane, QSize size, uint64_t bytes)
 {
     if (QSize(plane.width, plane.height) != size || size.isEmpty()
@@ -38,6 +38,11 @@ bool isSide(double side)
 bool isClipTime(int64_t nanoseconds)
 {
     return nanoseconds >= 0 && nanoseconds <= kLongestTime;
+}
+
+bool comesInTime(const VideoFrame &frame, MediaTime before)
+{
+    return frame.start - before <= kLongestPicture && frame.duration <= kLongestPicture;
 }
 
 QString textIn(const ClipReply &reply)

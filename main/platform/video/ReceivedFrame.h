@@ -16,6 +16,12 @@ namespace corvella {
 // The reply's text as one line that can be printed.
 [[nodiscard]] QString textIn(const ClipReply &reply);
 
+// A clip shows the next picture after so much of its time at the latest; a wall would stand still.
+inline constexpr MediaTime kLongestPicture = std::chrono::minutes(1);
+
+// Whether the picture comes, and goes, soon after one that starts at `before`, or the lap's start.
+[[nodiscard]] bool comesInTime(const VideoFrame &frame, MediaTime before);
+
 // Whether a clip may have such a time in it.
 [[nodiscard]] bool isClipTime(int64_t nanoseconds);
 

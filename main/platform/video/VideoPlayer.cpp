@@ -5,11 +5,16 @@
 
 #include <QPointer>
 
+#include <algorithm>
+
 namespace corvella {
 
 using std::chrono::milliseconds;
 
 namespace {
+
+// A timer takes no more than 24.8 days, and a rate may be as slow as one likes.
+constexpr MediaTime kLongestWait = std::chrono::hours(24);
 
 quint64 lastPictureSerial = 0; // main thread only
 
@@ -170,7 +175,7 @@ bool VideoPlayer::passLapEnd(MediaTime now)
         return true;
     if (m_ended)
         return false;
-    const MediaTime end = m_schedule.due(m_frame.start + m_frame.duration);
+    const MediaTime end = m_schedule.lapEnd(m_frame.start + m_frame.duration);
     if (end > now) {
         wakeAt(end, now);
         return false;
@@ -208,7 +213,7 @@ void VideoPlayer::announceNearEnd()
 void VideoPlayer::wakeAt(MediaTime moment, MediaTime now)
 {
     // Rounded up: a timer that fires early would only have to be set again.
-    m_timer.start(std::chrono::ceil<milliseconds>(moment - now));
+    m_timer.start(std::chrono::ceil<milliseconds>(std::min(moment - now, kLongestWait)));
 }
 
 } // namespace corvella

@@ -135,6 +135,26 @@ TEST_F(BadClip, GarbageInsideNeitherStopsNorCrashesIt)
     }));
 }
 
+TEST_F(BadClip, PictureThatStaysForMoreThanAMinuteFails)
+{
+    test::TestClip clip;
+    clip.bFrames = 0;
+    QByteArray bytes = goodClip(clip);
+    bytes.replace("edts", "free"); // which would cut it to its old length
+    // The track's header: how many units a second has, of which a picture takes 512.
+    const qsizetype units = bytes.indexOf("mdhd") + 4 + 4 + 4 + 4;
+    ASSERT_EQ(bytes.mid(units, 4), QByteArray::fromHex("00003c00"));
+    bytes.replace(units, 4, QByteArray::fromHex("00000009"));
+    EXPECT_EQ(failure(file(bytes)), QString()) << "57 s";
+    bytes.replace(units, 4, QByteArray::fromHex("00000008"));
+    VideoPlayer player(file(bytes), QSize(320, 240), m_clock); // 64 s
+    QString reason;
+    QObject::connect(&player, &VideoPlayer::failed, [&](const QString &text) { reason = text; });
+    player.play(0.5);
+    EXPECT_TRUE(becomes([&] { return !reason.isEmpty(); }));
+    EXPECT_EQ(reason, QStringLiteral("a picture of it stays for more than a minute"));
+}
+
 TEST_F(BadClip, PictureOfOnePixelFillsItsPlace)
 {
     test::TestClip clip;

@@ -23,6 +23,16 @@ TEST(PlaybackSchedule, NextLapBeginsWhereThisOneEnds)
     EXPECT_EQ(schedule.due(0s), 18s);
 }
 
+TEST(PlaybackSchedule, ALapTakesHalfASecondAtLeast)
+{
+    PlaybackSchedule schedule(0.5);
+    schedule.anchor(10s);
+    EXPECT_EQ(schedule.lapEnd(300ms), 10s + 600ms);
+    EXPECT_EQ(schedule.lapEnd(0s), 10s + 500ms);
+    schedule.nextLap(1ms);
+    EXPECT_EQ(schedule.due(0s), 10s + 500ms);
+}
+
 TEST(PlaybackSchedule, TimeStandsStillWhilePaused)
 {
     PlaybackSchedule schedule(1.0);

@@ -121,6 +121,17 @@ TEST_F(ReceivedFrame, CanBeShown)
     EXPECT_TRUE(refused([](auto &reply) { reply.range = static_cast<ColourRange>(-1); }));
 }
 
+TEST_F(ReceivedFrame, ComesWithinAMinuteOfTheOneBefore)
+{
+    VideoFrame frame;
+    frame.start = std::chrono::minutes(61);
+    frame.duration = std::chrono::minutes(1);
+    EXPECT_TRUE(comesInTime(frame, std::chrono::minutes(60)));
+    EXPECT_FALSE(comesInTime(frame, std::chrono::minutes(60) - MediaTime(1)));
+    frame.duration += MediaTime(1);
+    EXPECT_FALSE(comesInTime(frame, std::chrono::minutes(60)));
+}
+
 TEST_F(ReceivedFrame, HasATextOfOneLineThatCanBePrinted)
 {
     ClipReply reply = sound();
