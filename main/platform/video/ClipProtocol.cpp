@@ -105,12 +105,14 @@ bool sendMessage(int socket, const ClipReply &reply)
     return sendWhole(socket, reply, -1);
 }
 
-bool waitForMessage(int socket, int seconds)
+bool waitForMessage(int socket, int seconds, const std::stop_token &stop)
 {
     pollfd events{socket, POLLIN, 0};
     for (int second = 0; second < seconds; ++second) {
         if (::poll(&events, 1, 1000) > 0)
             return true;
+        if (stop.stop_requested())
+            return false;
     }
     return false;
 }

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 
 namespace corvella {
 
@@ -91,8 +92,10 @@ struct ClipReply
 // program that is stopped for a while counts as one of them.
 inline constexpr int kPatienceSeconds = 20;
 
-// Waits for a message or the end. False when the other side has been at work for longer than that.
-[[nodiscard]] bool waitForMessage(int socket, int seconds = kPatienceSeconds);
+// Waits for a message or the end. False when the other side has been at work for longer than that,
+// or for a second where it is not waited for any more.
+[[nodiscard]] bool waitForMessage(int socket, int seconds = kPatienceSeconds,
+                                  const std::stop_token &stop = {});
 
 // The next message; waits for it. nullopt at the end, and for what is no such message. What goes to
 // the program comes without files: one that is sent all the same is dropped by the kernel.

@@ -71,7 +71,7 @@ ClipSource::Opened ClipSource::open(const QString &path, std::stop_token stop)
     auto file = openFile(path);
     if (auto *error = std::get_if<ClipError>(&file))
         return std::move(*error);
-    auto reader = ReaderProcess::start();
+    auto reader = ReaderProcess::start(stop);
     if (const auto *reason = std::get_if<QString>(&reader))
         return ClipError{QStringLiteral("what reads clips cannot be started: ") + *reason};
     std::unique_ptr<ClipSource> clip(

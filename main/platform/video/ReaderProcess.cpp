@@ -6,7 +6,9 @@
 #include <QFile>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
@@ -63,7 +65,7 @@ public:
     ReaderStarter &operator=(const ReaderStarter &) = delete;
 
     // Hands a socket to a new reader; nullopt where the process does not answer.
-    std::optional<ReaderAnswer> startReader(int socket);
+    std::optional<ReaderAnswer> startReader(int socket, const std::stop_token &stop);
     // Ends a reader that may have ended already.
     std::optional<ReaderAnswer> endReader(pid_t process);
 
@@ -73,12 +75,15 @@ private:
         , m_socket(std::move(socket))
     {
     }
-    std::optional<ReaderAnswer> ask(const ReaderOrder &order, int file, int patienceSeconds);
+    std::optional<ReaderAnswer> ask(const ReaderOrder &order, int file, int patienceSeconds,
+                                    const std::stop_token &stop = {});
+    // Waits for the others who ask; false where that takes too long.
+    bool takeTurn(int patienceSeconds, const std::stop_token &stop);
 
     const pid_t m_process;
     const FileDescriptor m_socket;
-    std::mutex m_conversation;
-    bool m_isLost = false; // guarded by m_conversation: it has not answered
+    std::timed_mutex m_conversation;
+    std::atomic<bool> m_isLost = false; // it has not answered
 };
 
 std::variant<std::shared_ptr<ReaderStarter>, int> ReaderStarter::running()
@@ -86,11 +91,8 @@ std::variant<std::shared_ptr<ReaderStarter>, int> ReaderStarter::running()
     static std::mutex mutex;
     static std::weak_ptr<ReaderStarter> last; // guarded by mutex
     const std::lock_guard lock(mutex);
-    if (std::shared_ptr<ReaderStarter> starter = last.lock()) {
-        const std::lock_guard conversation(starter->m_conversation);
-        if (!starter->m_isLost)
-            return starter;
-    }
+    if (std::shared_ptr<ReaderStarter> starter = last.lock(); starter && !starter->m_isLost)
+        return starter;
     auto sockets = socketPair();
     if (!sockets)
         return errno;
@@ -121,9 +123,9 @@ ReaderStarter::~ReaderStarter()
     while (::waitpid(m_process, nullptr, 0) < 0 && errno == EINTR) {}
 }
 
-std::optional<ReaderAnswer> ReaderStarter::startReader(int socket)
+std::optional<ReaderAnswer> ReaderStarter::startReader(int socket, const std::stop_token &stop)
 {
-    return ask({ReaderOrder::Kind::start, 0}, socket, kPatienceSeconds);
+    return ask({ReaderOrder::Kind::start, 0}, socket, kPatienceSeconds, stop);
 }
 
 std::optional<ReaderAnswer> ReaderStarter::endReader(pid_t process)
@@ -131,13 +133,26 @@ std::optional<ReaderAnswer> ReaderStarter::endReader(pid_t process)
     return ask({ReaderOrder::Kind::end, process}, -1, kPatienceWithEndsSeconds);
 }
 
-std::optional<ReaderAnswer> ReaderStarter::ask(const ReaderOrder &order, int file,
-                                               int patienceSeconds)
+bool ReaderStarter::takeTurn(int patienceSeconds, const std::stop_token &stop)
 {
-    const std::lock_guard lock(m_conversation);
+    for (int second = 0; second < patienceSeconds; ++second) {
+        if (m_conversation.try_lock_for(std::chrono::seconds(1)))
+            return true;
+        if (stop.stop_requested())
+            return false;
+    }
+    return false;
+}
+
+std::optional<ReaderAnswer> ReaderStarter::ask(const ReaderOrder &order, int file,
+                                               int patienceSeconds, const std::stop_token &stop)
+{
+    if (!takeTurn(patienceSeconds, stop))
+        return std::nullopt;
+    const std::lock_guard lock(m_conversation, std::adopt_lock);
     std::optional<ReaderAnswer> answer;
     if (!m_isLost && sendMessage(m_socket.get(), order, file)
-        && waitForMessage(m_socket.get(), patienceSeconds))
+        && waitForMessage(m_socket.get(), patienceSeconds, stop))
         answer = receiveAnswer(m_socket.get());
     m_isLost = !answer;
     return answer;
@@ -155,7 +170,7 @@ std::shared_ptr<const void> ReaderProcess::loadAhead()
     return starter ? *starter : nullptr;
 }
 
-std::variant<ReaderProcess, QString> ReaderProcess::start()
+std::variant<ReaderProcess, QString> ReaderProcess::start(const std::stop_token &stop)
 {
     const auto running = ReaderStarter::running();
     if (const int *error = std::get_if<int>(&running))
@@ -165,7 +180,7 @@ std::variant<ReaderProcess, QString> ReaderProcess::start()
     if (!sockets)
         return systemText(errno);
     auto &[ours, theirs] = *sockets;
-    const std::optional<ReaderAnswer> answer = starter->startReader(theirs.get());
+    const std::optional<ReaderAnswer> answer = starter->startReader(theirs.get(), stop);
     if (!answer)
         return QStringLiteral("it does not answer");
     if (answer->error != 0)

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <memory>
+#include <stop_token>
 #include <sys/types.h>
 #include <utility>
 #include <variant>
@@ -21,8 +22,8 @@ class ReaderProcess
 {
 public:
     // Starts one, or says why that is impossible. It ends with this object, and with the program,
-    // whatever it is at.
-    [[nodiscard]] static std::variant<ReaderProcess, QString> start();
+    // whatever it is at. What takes longer than a second is given up when `stop` is asked for.
+    [[nodiscard]] static std::variant<ReaderProcess, QString> start(const std::stop_token &stop);
     // Holds on to the program that readers are, so that it is this build's that is started though
     // an update has removed or replaced its file.
     static void holdProgram();

@@ -107,6 +107,26 @@ TEST_F(VideoPlayerTest, IsLetGoSoonThoughWhatStartedItsReaderHangs)
     EXPECT_TRUE(becomes([&] { return number(*clip) == 0; })) << "the next one has another";
 }
 
+TEST_F(VideoPlayerTest, IsLetGoSoonThoughItsReaderCannotBeStarted)
+{
+    const std::shared_ptr<const void> loaded = VideoPlayer::loadAhead();
+    QList<qint64> starters;
+    ASSERT_TRUE(becomes([&] {
+        starters = test::clipReadersOf(QCoreApplication::applicationPid()).starters;
+        return starters.size() == 1;
+    }));
+    ASSERT_EQ(::kill(pid_t(starters.first()), SIGSTOP), 0);
+    auto first = player();
+    auto second = player();
+    QElapsedTimer since;
+    since.start();
+    second.reset();
+    first.reset();
+    EXPECT_LT(since.elapsed(), 10'000) << "each waits for a second or two, not for 20";
+    first = player();
+    EXPECT_TRUE(becomes([&] { return number(*first) == 0; })) << "the next one has another";
+}
+
 TEST_F(VideoPlayerTest, ShowsTheFirstPictureBeforeItPlays)
 {
     const auto clip = player();
