@@ -36,6 +36,17 @@ for setting in $(grep -ohE 'corvella-defaults (write|delete|read) [a-zA-Z]+' REA
     grep -qx "$setting" <<<"$listed" || fail "the page of settings does not know $setting"
 done
 
+# The feed lists the newest first.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+openssl genpkey -algorithm ed25519 -out "$work/key.pem"
+for version in 1.2.0-9 1.10.0-11 1.9.0-10; do
+    echo "<item>$version</item>" >"$work/corvella-$version-linux-x86_64.item"
+done
+packaging/sign-feed --key "$work/key.pem" --out "$work"
+[ "$(grep -o '<item>.*</item>' "$work/appcast.xml" | tr -d '\n')" = \
+    "<item>1.10.0-11</item><item>1.9.0-10</item><item>1.2.0-9</item>" ] || fail "the order of the feed"
+
 # The icon of the desktop file is there in every size, and is of that size.
 for size in 16 22 24 32 48 64 128 256 512; do
     picture=resources/icons/hicolor/${size}x$size/apps/space.tarrow.corvella.png

@@ -90,8 +90,14 @@ void readItem(QXmlStreamReader &xml, QList<AppcastItem> &items)
         else
             xml.skipCurrentElement();
     }
-    if (isForLinux && isWhole(item) && items.size() < kMostItems)
-        items << item;
+    if (!isForLinux || !isWhole(item))
+        return;
+    items << item;
+    // The newest are what anybody waits for.
+    if (items.size() > kMostItems)
+        items.erase(std::min_element(
+            items.cbegin(), items.cend(),
+            [](const AppcastItem &a, const AppcastItem &b) { return a.build < b.build; }));
 }
 
 Appcast readChannel(QXmlStreamReader &xml)

@@ -45,7 +45,8 @@ struct Appcast
     bool operator==(const Appcast &) const = default;
 
     // Reads any bytes; none for what is no such feed or has no dates. Items that are not whole, or
-    // that only point to a page, are left out. Document types and entities are refused.
+    // that only point to a page, are left out; of more than 200 the highest builds stay. Document
+    // types and entities are refused.
     [[nodiscard]] static std::optional<Appcast> parse(const QByteArray &xml);
 };
 

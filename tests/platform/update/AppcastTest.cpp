@@ -2,6 +2,7 @@
 #include "support/QtPrinting.h"
 #include "support/TestBundle.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace corvella {
@@ -136,6 +137,22 @@ TEST(Appcast, BoundsWhatItKeeps)
     wordy.more = "<description>" + QByteArray(1'000'000, 'x') + "</description>";
     EXPECT_EQ(parse({wordy})->items.first().notes.size(), 32'768);
     EXPECT_EQ(parse(QList<FeedEntry>(1000, entry()))->items.size(), 200);
+}
+
+TEST(Appcast, KeepsTheNewestOfMoreThanItKeeps)
+{
+    QList<FeedEntry> entries;
+    for (qint64 build = 1; build <= 300; ++build) {
+        entries << entry();
+        entries.last().build = build;
+    }
+    for (int i = 0; i < 2; ++i) {
+        const QList<AppcastItem> items = parse(entries)->items;
+        ASSERT_EQ(items.size(), 200);
+        EXPECT_TRUE(std::all_of(items.cbegin(), items.cend(),
+                                [](const AppcastItem &item) { return item.build > 100; }));
+        std::reverse(entries.begin(), entries.end());
+    }
 }
 
 } // namespace
