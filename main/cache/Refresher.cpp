@@ -116,10 +116,11 @@ std::optional<FileLock> Refresher::lockFolder(bool wait, bool &busy) const
 {
     const QString path = file(QStringLiteral("refresh.lock"));
     std::optional<FileLock> lock = FileLock::acquire(path, std::chrono::milliseconds(0));
-    busy = !lock && errno == EWOULDBLOCK;
-    if (!lock && !busy)
+    const int error = lock ? lock->error() : errno;
+    busy = !lock && error == EWOULDBLOCK;
+    if (error != 0 && !busy)
         log(QStringLiteral("the cache cannot be locked (%1), refreshing it all the same")
-                .arg(qt_error_string(errno)));
+                .arg(qt_error_string(error)));
     if (!busy || !wait)
         return lock;
     log(QStringLiteral("another process is refreshing the cache, waiting for it"));
@@ -180,9 +181,12 @@ bool Refresher::isListed(const QStringList &ids) const
 
 Refresher::Wanted Refresher::dropUnwanted(bool everything)
 {
+    // What is read in between is what was chosen only where it could be read before and after.
+    const bool wereKnown = Settings::areProductsKnown();
     const std::optional<QSet<QString>> inUse =
         everything ? std::nullopt : Settings::productsInUse();
-    const bool mayDrop = Settings::areProductsKnown() && !Settings::offline();
+    const bool isOffline = Settings::offline();
+    const bool mayDrop = wereKnown && Settings::areProductsKnown() && !isOffline;
     Wanted wanted;
     for (const Product &product : imageryProducts()) {
         if (!inUse || inUse->contains(product.id)) {
@@ -234,6 +238,10 @@ int Refresher::update(const QList<Remote> &list, const QStringList &wanted, bool
                       const Progress &progress)
 {
     const int total = static_cast<int>(list.size());
+    // A stranger's list may name one product thousands of times: the last record counts.
+    QHash<QString, int> places;
+    for (int i = 0; i < total; ++i)
+        places.insert(list[i].id, i);
     QSet<QString> moved;
     for (int i = 0; i < total && !m_remote.isCancelled(); ++i) {
         const Remote &offer = list[i];
@@ -241,6 +249,8 @@ int Refresher::update(const QList<Remote> &list, const QStringList &wanted, bool
             continue;
         if (progress)
             progress(i, total);
+        if (places.value(offer.id) != i)
+            continue;
         const QString clip = clipName(offer.id);
         const QString still = stillName(offer.id);
         if ((check || !has(clip))
@@ -262,10 +272,7 @@ bool Refresher::updateFile(const QStringList &paths, const QString &name, const 
                            const QString &stamp)
 {
     for (const QString &path : paths) {
-        const Fetched fetched =
-            m_remote.fetch(path, name, [stampFile = file(stampName), bytes = stamp.toUtf8()] {
-                return DurableFile::write(stampFile, bytes);
-            });
+        const Fetched fetched = m_remote.fetch(path, name, Note{stampName, stamp.toUtf8()});
         if (fetched != Fetched::failed)
             return fetched == Fetched::changed;
     }

@@ -40,20 +40,53 @@ void writeSideFile(const QString &path, const QByteArray &text)
     (void)DurableFile::write(path, text, Flush::later);
 }
 
-// The last steps of a download, on a thread of its own.
-FileResult putInPlace(const std::shared_ptr<PendingFile> &download, const QString &target,
-                      const QString &path, const std::optional<QByteArray> &etag,
-                      const std::function<FileResult()> &note)
+// Gives two files that are on the disk their names. What a crash leaves between the two steps must
+// be no lie: an old note is none about a new file, which is asked for again; a note alone is none.
+FileResult putInPlace(PendingFile &file, const QString &target, PendingFile *note)
 {
-    if (FileResult result = note(); !result.isOk())
+    const bool isNew = !QFileInfo::exists(target);
+    if (note && isNew) {
+        if (FileResult result = note->commit(Flush::later); !result.isOk())
+            return result;
+    }
+    if (FileResult result = file.commit(Flush::later); !result.isOk())
+        return result;
+    return note && !isNew ? note->commit(Flush::later) : FileResult();
+}
+
+// The last steps of a download, on a thread of its own. All that needs room comes first.
+FileResult store(const std::shared_ptr<PendingFile> &download, const QString &target,
+                 const QString &path, const std::optional<QByteArray> &etag,
+                 const std::optional<Note> &note)
+{
+    const QString folder = QFileInfo(target).path();
+    std::unique_ptr<PendingFile> notes;
+    FileResult result = download->settle();
+    if (result.isOk() && note) {
+        notes = std::make_unique<PendingFile>(folder + u'/' + note->name);
+        (void)notes->append(note->text.constData(),
+                            size_t(note->text.size())); // settle() repeats its failure
+        result = notes->settle();
+    }
+    if (!result.isOk())
         return result;
     // From here to the last side file, nothing claims to know where the file came from.
     const QString source = target + kSourceSuffix;
     const QString tag = target + kTagSuffix;
+    const std::optional<QString> oldSource = readSideFile(source);
+    const std::optional<QString> oldTag = readSideFile(tag);
     QFile::remove(source);
     QFile::remove(tag);
-    if (FileResult result = download->commit(); !result.isOk())
+    result = putInPlace(*download, target, notes.get());
+    if (!result.isOk()) {
+        if (oldTag)
+            writeSideFile(tag, oldTag->toUtf8());
+        if (oldSource)
+            writeSideFile(source, oldSource->toUtf8());
         return result;
+    }
+    if (FileResult flushed = flushFolder(folder); !flushed.isOk())
+        return flushed;
     if (etag)
         writeSideFile(tag, *etag);
     writeSideFile(source, path.toUtf8());
@@ -136,7 +169,7 @@ std::optional<QByteArray> RemoteImagery::get(const QString &path)
 }
 
 Fetched RemoteImagery::fetch(const QString &path, const QString &name,
-                             const std::function<FileResult()> &note)
+                             const std::optional<Note> &note)
 {
     const QString target = file(name);
     const QString source = target + kSourceSuffix;
@@ -187,7 +220,7 @@ Fetched RemoteImagery::fetch(const QString &path, const QString &name,
     constexpr auto kWherePossible = std::launch::async | std::launch::deferred;
     m_filings.push_back(
         {name, address,
-         std::async(kWherePossible, putInPlace, download, target, path, answer.etag, note)});
+         std::async(kWherePossible, store, download, target, path, answer.etag, note)});
     if (isDocument(path))
         finishAll();
     return Fetched::changed;

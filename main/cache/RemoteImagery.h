@@ -9,7 +9,6 @@
 #include "platform/storage/DurableFile.h"
 
 #include <deque>
-#include <functional>
 #include <future>
 
 namespace corvella::Cache {
@@ -41,6 +40,13 @@ struct NetworkLimits
     DownloadLimits file{std::chrono::seconds(60), std::chrono::seconds(600), kLargestFile};
 };
 
+// What is to be known of a new file besides, in a file of the same folder.
+struct Note
+{
+    QString name;
+    QByteArray text;
+};
+
 class RemoteImagery
 {
 public:
@@ -60,16 +66,15 @@ public:
     // Brings the file `name` of the folder up to date with the remote path, unless that is not
     // newer than what the file came from. Beside the file lie NAME.etag and NAME.src, the server's
     // tag and the remote path it came from; they are its whole memory, and deleting them makes the
-    // next call download. `note` writes down what else is to be known of a new file; it is called
-    // when that is whole and before it takes its place, so that neither a crash nor a full disk
-    // leaves a file of which nothing is known. When it fails, the old file stays, with a log line.
+    // next call download. A note takes its place together with a new file, when both are on the
+    // disk. What cannot be stored leaves the old file and all that is known of it, with a log line.
+    // Between the two steps a crash may leave a new file with the old note, which the next call
+    // mends; never an old file with the new note, nor a file of which nothing is known.
     //
-    // A changed file other than a document takes its place on another thread, where `note` is
-    // called, too, a few at once: while the disk is waited for the network is not idle. finish()
-    // waits for them.
-    Fetched fetch(
-        const QString &path, const QString &name,
-        const std::function<FileResult()> &note = [] { return FileResult(); });
+    // A changed file other than a document takes its place on another thread, a few at once: while
+    // the disk is waited for the network is not idle. finish() waits for them.
+    Fetched fetch(const QString &path, const QString &name,
+                  const std::optional<Note> &note = std::nullopt);
 
     // Waits until all that was fetched lies in its place, on the disk. The names of what could not
     // be put there since the last time: fetch() called them changed too early.

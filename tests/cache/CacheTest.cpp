@@ -6,6 +6,7 @@
 #include "support/TemporaryHome.h"
 #include "support/TestImageryHost.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <gmock/gmock.h>
@@ -35,6 +36,8 @@ TEST(CacheTest, IsTheFolderUnderTheCacheHomeForTheLifeOfTheProcess)
     EXPECT_TRUE(Cache::isPrimed());
     EXPECT_EQ(Cache::entries(), QList<QJsonObject>{entry});
     EXPECT_EQ(Cache::count(), 1);
+    ASSERT_TRUE(QFile::remove(folder + QStringLiteral("/171.mp4")));
+    EXPECT_EQ(Cache::count(), 0);
 
     test::CapturedLog log;
     Cache::seedIfEmpty();

@@ -186,6 +186,23 @@ TEST_F(RefresherTest, MovesForwardAndNeverBack)
                             QStringLiteral("/v/171/%1.png").arg(kLater)));
 }
 
+TEST_F(RefresherTest, AsksOnceForAProductThatIsListedManyTimes)
+{
+    const TestImageryHost host({QStringLiteral("171")});
+    Settings::setProducts({QStringLiteral("171")});
+    QByteArrayList records;
+    for (int i = 0; i < 1000; ++i)
+        records << R"({"id": "171", "updated": "then", "video": "video/)" + QByteArray::number(i)
+                + R"(.mp4"})";
+    records << R"({"id": "171", "updated": "now", "video": "video/171_1k.mp4"})";
+    host.writeIndex(R"({"products": [)" + records.join(',') + "]}");
+    serveFront(host);
+    m_refresher.pass(true, false, true);
+    EXPECT_EQ(m_front->takeRequests().size(), 2) << "the index and one clip";
+    EXPECT_EQ(content(QStringLiteral("171.mp4")), TestImageryHost::clip(QStringLiteral("171")));
+    EXPECT_EQ(content(QStringLiteral("171.stamp")), QByteArray("now"));
+}
+
 TEST_F(RefresherTest, TriesTheNextPathWhenTheFirstIsOfNoUse)
 {
     TestImageryHost host({QStringLiteral("171")});

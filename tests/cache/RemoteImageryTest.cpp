@@ -1,15 +1,16 @@
 #include "cache/RemoteImagery.h"
 #include "NetworkedCache.h"
+#include "platform/storage/FileLock.h"
 #include "settings/Settings.h"
+#include "support/FileSizeLimit.h"
 #include "support/QtPrinting.h"
-
-#include <semaphore>
 
 namespace corvella {
 namespace {
 
 using namespace std::chrono_literals;
 using Cache::Fetched;
+using Cache::Note;
 using Cache::RemoteImagery;
 using test::TestImageryHost;
 using testing::ElementsAre;
@@ -17,6 +18,7 @@ using testing::IsEmpty;
 using testing::StartsWith;
 
 const QString kClip = QStringLiteral("171.mp4");
+const QString kStamp = QStringLiteral("171.stamp");
 const QString kOld = QStringLiteral("v/171/20260924T182303.mp4");
 const QString kNew = QStringLiteral("v/171/20260924T204216.mp4");
 const QString kUnversioned = QStringLiteral("video/171_1k.mp4");
@@ -26,9 +28,8 @@ class RemoteImageryTest : public test::NetworkedCache
 protected:
     TestImageryHost m_host{{QStringLiteral("171")}};
     // Fetches a file and waits until it lies in its place.
-    Fetched fetch(
-        const QString &from, const QString &name,
-        const std::function<FileResult()> &note = [] { return FileResult(); })
+    Fetched fetch(const QString &from, const QString &name,
+                  const std::optional<Note> &note = std::nullopt)
     {
         const Fetched fetched = m_remote.fetch(from, name, note);
         m_remote.finish();
@@ -244,57 +245,79 @@ TEST_F(RemoteImageryTest, HasDocumentsAloneCompressed)
     EXPECT_EQ(heads.count("Accept-Encoding"), 2) << heads.constData();
 }
 
-TEST_F(RemoteImageryTest, HasANewFileNotedBeforeItIsThere)
+TEST_F(RemoteImageryTest, StoresANoteWithANewFileAlone)
 {
     serveFront(m_host);
-    QStringList seen;
-    EXPECT_EQ(fetch(kNew, kClip,
-                    [&] {
-                        seen = files();
-                        return FileResult();
-                    }),
-              Fetched::changed);
-    EXPECT_THAT(seen, ElementsAre(kClip + QStringLiteral(".tmp")));
+    EXPECT_EQ(fetch(kNew, kClip, Note{kStamp, "new"}), Fetched::changed);
+    EXPECT_EQ(content(kStamp), QByteArray("new"));
+    EXPECT_EQ(fetch(kNew, kClip, Note{kStamp, "newer"}), Fetched::unchanged);
+    EXPECT_EQ(content(kStamp), QByteArray("new"));
+    EXPECT_THAT(files(),
+                ElementsAre(kClip, kClip + QStringLiteral(".etag"), kClip + QStringLiteral(".src"),
+                            kStamp));
 }
 
-TEST_F(RemoteImageryTest, KeepsTheOldFileWhenTheNewOneCannotBeNoted)
+class RemoteImageryWithAnOldFile : public RemoteImageryTest
 {
-    serveFront(m_host);
-    writeFile(kClip, "old");
-    writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
-    writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
+protected:
+    RemoteImageryWithAnOldFile()
+    {
+        serveFront(m_host);
+        writeFile(kClip, "old");
+        writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
+        writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
+        writeFile(kStamp, "old");
+    }
+    // That nothing has changed, and why.
+    void expectAllAsItWas(const QStringList &before, const QString &reason)
+    {
+        EXPECT_EQ(files(), before);
+        EXPECT_EQ(content(kStamp), QByteArray("old"));
+        EXPECT_EQ(content(kClip + QStringLiteral(".src")), kOld.toUtf8());
+        EXPECT_EQ(content(kClip + QStringLiteral(".etag")), QByteArray("\"old\""));
+        EXPECT_THAT(m_log.messages(),
+                    ElementsAre(QStringLiteral("https://imagery.corvella.example/") + kNew
+                                + QStringLiteral(": not stored: ") + reason));
+    }
+
+    test::CapturedLog m_log;
+};
+
+TEST_F(RemoteImageryWithAnOldFile, KeepsItWhenTheNewOneHasNoRoom)
+{
     const QStringList before = files();
-    test::CapturedLog log;
-    EXPECT_EQ(fetch(kNew, kClip, [] { return FileResult::fromErrno(ENOSPC); }), Fetched::changed)
-        << "as far as the network is concerned";
-    EXPECT_EQ(files(), before);
+    {
+        const test::FileSizeLimit fullDisk(500); // for the note, but not for the clip
+        EXPECT_EQ(fetch(kNew, kClip, Note{kStamp, "new"}), Fetched::changed)
+            << "as far as the network is concerned";
+    }
     EXPECT_EQ(content(kClip), QByteArray("old"));
-    EXPECT_EQ(content(kClip + QStringLiteral(".src")), kOld.toUtf8());
-    EXPECT_THAT(log.messages(),
-                ElementsAre(QStringLiteral("https://imagery.corvella.example/") + kNew
-                            + QStringLiteral(": not stored: No space left on device")));
+    expectAllAsItWas(before, QStringLiteral("File too large"));
 }
 
-TEST_F(RemoteImageryTest, ClaimsToKnowNothingOfAFileThatCannotBePutInPlace)
+TEST_F(RemoteImageryWithAnOldFile, KeepsItWhenTheNewOneCannotBeNoted)
 {
-    serveFront(m_host);
-    ASSERT_TRUE(QDir().mkpath(path(kClip)));
-    writeFile(kClip + QStringLiteral(".src"), kOld.toUtf8());
-    writeFile(kClip + QStringLiteral(".etag"), "\"old\"");
-    EXPECT_EQ(fetch(kNew, kClip), Fetched::changed);
-    EXPECT_THAT(files(), IsEmpty());
+    ASSERT_TRUE(QDir().mkpath(path(kStamp + QStringLiteral(".tmp"))));
+    const QStringList before = files();
+    EXPECT_EQ(fetch(kNew, kClip, Note{kStamp, "new"}), Fetched::changed);
+    EXPECT_EQ(content(kClip), QByteArray("old"));
+    expectAllAsItWas(before, QStringLiteral("Is a directory"));
+}
+
+TEST_F(RemoteImageryWithAnOldFile, KnowsWhatItKnewWhenTheNewOneCannotBePutInPlace)
+{
+    ASSERT_TRUE(QFile::remove(path(kClip)) && QDir().mkpath(path(kClip)));
+    const QStringList before = files();
+    EXPECT_EQ(fetch(kNew, kClip, Note{kStamp, "new"}), Fetched::changed);
+    expectAllAsItWas(before, QStringLiteral("Is a directory"));
 }
 
 TEST_F(RemoteImageryTest, KnowsAFileThatIsStillOnItsWayIntoPlace)
 {
     serveFront(m_host);
-    std::binary_semaphore isAskedAgain(0);
-    const auto note = [&isAskedAgain] {
-        isAskedAgain.acquire();
-        return FileResult();
-    };
-    EXPECT_EQ(m_remote.fetch(kNew, kClip, note), Fetched::changed);
-    isAskedAgain.release(); // the file's way into place begins only now
+    std::optional<FileLock> isHeldUp = FileLock::acquire(path(kStamp + QStringLiteral(".tmp")));
+    EXPECT_EQ(m_remote.fetch(kNew, kClip, Note{kStamp, "new"}), Fetched::changed);
+    isHeldUp.reset(); // the file's way into place goes on only now
     EXPECT_EQ(m_remote.fetch(kOld, kClip), Fetched::unchanged);
     EXPECT_THAT(m_front->takeRequests(), ElementsAre(QStringLiteral("GET /%1 200").arg(kNew)));
     EXPECT_EQ(content(kClip), TestImageryHost::clip(QStringLiteral("171")));

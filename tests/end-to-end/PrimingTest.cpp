@@ -229,6 +229,32 @@ protected:
         settings.write(m_settings);
     }
 
+    // Old imagery is never called new. New imagery has its date, unless a fault came between the
+    // two steps: then it is asked for again.
+    void expectTrueDate(const QString &file, const QString &note, bool isOld,
+                        const std::string &when)
+    {
+        const bool isAskedForAgain = !content(file + u".src"_s).contains(kAfter.toUtf8());
+        EXPECT_TRUE(content(note) == (isOld ? "2026-09-24T19:42:16Z" : "2026-09-24T20:42:16Z")
+                    || (!isOld && isAskedForAgain))
+            << when << ": " << content(note).toStdString() << " in " << note.toStdString();
+    }
+    // What had no room leaves all that is known of the old files.
+    void expectOldFilesToBeKnown(const std::string &when)
+    {
+        const auto isKnown = [this](const QString &file) {
+            return content(file + u".src"_s).contains(kBefore.toUtf8());
+        };
+        for (const QString &id : kProducts) {
+            const QString clip = id + u".mp4"_s;
+            const QString still = id + u".png"_s;
+            EXPECT_TRUE(content(clip) != TestImageryHost::clip(id, kBefore, kClipBytes)
+                        || isKnown(clip))
+                << when;
+            EXPECT_TRUE(content(still) != TestImageryHost::still(id, kBefore) || isKnown(still))
+                << when;
+        }
+    }
     // What every reader may rely on at any moment.
     void expectWholeFiles(const std::string &when)
     {
@@ -237,10 +263,14 @@ protected:
             EXPECT_TRUE(clip == TestImageryHost::clip(id, kBefore, kClipBytes)
                         || clip == TestImageryHost::clip(id, kAfter, kClipBytes))
                 << when << ": " << id.toStdString();
+            expectTrueDate(id + u".mp4"_s, id + u".stamp"_s,
+                           clip == TestImageryHost::clip(id, kBefore, kClipBytes), when);
             const QByteArray still = content(id + u".png"_s);
             EXPECT_TRUE(still == TestImageryHost::still(id, kBefore)
                         || still == TestImageryHost::still(id, kAfter))
                 << when << ": " << id.toStdString();
+            expectTrueDate(id + u".png"_s, id + u".png.stamp"_s,
+                           still == TestImageryHost::still(id, kBefore), when);
         }
         EXPECT_EQ(manifest().size(), kProducts.size()) << when;
     }
@@ -358,8 +388,21 @@ TEST_F(Failing, DiskThatFillsUpAtAnyOfManyPlacesTearsNothing)
             << "full after " << room << " bytes";
         EXPECT_TRUE(files().filter(u".tmp"_s).isEmpty());
         m_program.setVariable(u"DISK_FAULTS_ROOM"_s, {});
+        expectOldFilesToBeKnown("full after " + std::to_string(room) + " bytes");
         expectRecovery("full after " + std::to_string(room) + " bytes");
     }
+}
+
+TEST_F(Failing, FileSystemThatKnowsNoLocksIsWrittenAllTheSame)
+{
+    m_program.setVariable(u"DISK_FAULTS_FOLDER"_s, m_program.home()); // with the settings
+    m_program.setVariable(u"DISK_FAULTS_NO_LOCKS"_s, u"1"_s);
+    EXPECT_EQ(runProgram(), 0);
+    EXPECT_THAT(m_program.process().errorLines(),
+                testing::ElementsAre(u"corvella: the cache cannot be locked (No locks available), "
+                                     "refreshing it all the same"_s,
+                                     kPassed));
+    expectTheNewStateAndNothingElse("without locks");
 }
 
 TEST_F(Failing, AnySystemCallOfAPrimingTearsNothing)

@@ -5,6 +5,7 @@
 //                        gets half of its bytes out first, files that were not flushed lose their
 //                        content, and the program is killed
 //   DISK_FAULTS_ROOM     bytes that may be written before the disk is full
+//   DISK_FAULTS_NO_LOCKS the file system knows none
 //   DISK_FAULTS_REPORT   a file to leave the number of calls and of bytes in at the end
 // One call at a time, whichever thread it comes from.
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <sys/file.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -145,6 +147,16 @@ extern "C" int fsync(int descriptor)
         losePower();
     unflushed().erase(pathOf(descriptor));
     return next(descriptor);
+}
+
+extern "C" int flock(int descriptor, int operation)
+{
+    static const auto next = original<int (*)(int, int)>("flock");
+    static const bool areNone = std::getenv("DISK_FAULTS_NO_LOCKS");
+    if (!areNone || !isBelow(descriptor))
+        return next(descriptor, operation);
+    errno = ENOLCK;
+    return -1;
 }
 
 extern "C" int rename(const char *from, const char *to)

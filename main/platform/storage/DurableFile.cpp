@@ -76,7 +76,7 @@ FileDescriptor openAlone(const QByteArray &name, mode_t mode)
                                    O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode));
         if (!file.isOpen())
             return file;
-        if (!lockAlone(file.get()))
+        if (!lockAlone(file.get()) && !areLocksUnknown(errno))
             return FileDescriptor();
         if (isStillNamed(file.get(), name))
             return ::ftruncate(file.get(), 0) == 0 ? std::move(file) : FileDescriptor();
@@ -162,11 +162,17 @@ FileResult PendingFile::writeGathered()
     return m_result;
 }
 
-FileResult PendingFile::commit(Flush flush)
+FileResult PendingFile::settle()
 {
     (void)writeGathered(); // which remembers its failure
-    if (m_result.isOk() && flush == Flush::first && ::fsync(m_file.get()) != 0)
+    if (m_result.isOk() && ::fsync(m_file.get()) != 0)
         m_result = FileResult::lastError();
+    return m_result;
+}
+
+FileResult PendingFile::commit(Flush flush)
+{
+    (void)(flush == Flush::first ? settle() : writeGathered()); // which remember their failure
     if (m_result.isOk())
         m_result = renameTo(QFile::decodeName(m_temporary), m_path);
     if (m_result.isOk() && flush == Flush::first)

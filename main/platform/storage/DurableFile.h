@@ -5,9 +5,9 @@
 //
 // In every call: a failure leaves the file at `path` as it was. The folder of `path` must exist.
 // The new content waits under `path` + ".tmp" until it is whole; writers of one path take turns by
-// themselves, also between processes. A symbolic link at `path` stays and what it points to is
-// replaced; owner and permission bits stay too. A new file is its writer's alone, whatever the
-// umask.
+// themselves, also between processes, where the file system knows locks. A symbolic link at `path`
+// stays and what it points to is replaced; owner and permission bits stay too. A new file is its
+// writer's alone, whatever the umask.
 #pragma once
 
 #include "platform/storage/FileDescriptor.h"
@@ -65,6 +65,8 @@ public:
     // After a failure every call gives that failure again and does nothing. Small pieces are
     // gathered, so a failure may show itself a few calls later.
     FileResult append(const char *bytes, size_t count);
+    // Has what was appended on the disk, so that commit() needs no more room and may flush later.
+    FileResult settle();
     // Puts what was written in place. Call it once.
     FileResult commit(Flush flush = Flush::first);
 

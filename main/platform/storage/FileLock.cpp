@@ -25,6 +25,11 @@ bool lockAlone(int descriptor, std::chrono::milliseconds longestWait)
     return true;
 }
 
+bool areLocksUnknown(int error)
+{
+    return error == ENOLCK || error == ENOSYS || error == EOPNOTSUPP;
+}
+
 bool isStillNamed(int descriptor, const QByteArray &name)
 {
     struct stat opened = {};
@@ -47,9 +52,11 @@ std::optional<FileLock> FileLock::acquire(const QString &path,
     }
     if (!file.isOpen())
         return std::nullopt;
-    if (!lockAlone(file.get(), longestWait))
+    if (lockAlone(file.get(), longestWait))
+        return FileLock(std::move(file), 0);
+    if (!areLocksUnknown(errno))
         return std::nullopt;
-    return FileLock(std::move(file));
+    return FileLock(std::move(file), errno);
 }
 
 bool FileLock::isStillAt(const QString &path) const

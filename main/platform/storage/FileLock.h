@@ -21,6 +21,10 @@ inline constexpr std::chrono::seconds kLongestLockWait{3};
 [[nodiscard]] bool lockAlone(int descriptor,
                              std::chrono::milliseconds longestWait = kLongestLockWait);
 
+// Whether a lock failed with this errno since the file system knows none. Nobody has it there, and
+// who needs it goes on without.
+[[nodiscard]] bool areLocksUnknown(int error);
+
 // Whether the open file is still the one that has this name: who removes or renames a file while
 // others wait for its lock leaves them one that nobody else finds.
 [[nodiscard]] bool isStillNamed(int descriptor, const QByteArray &name);
@@ -30,20 +34,25 @@ class FileLock
 public:
     // Makes the file if it is missing and leaves it there for good: removing it would let two
     // holders in who do not ask isStillAt(). None when it can neither be made nor opened or another
-    // holds it for longer than longestWait; errno then says why (EWOULDBLOCK: another holds it).
+    // holds it for longer than longestWait; errno then says why (EWOULDBLOCK: another holds it). On
+    // a file system that knows no locks everybody gets one, which excludes nobody.
     [[nodiscard]] static std::optional<FileLock>
     acquire(const QString &path, std::chrono::milliseconds longestWait = kLongestLockWait);
 
     // False when somebody removed the locked file all the same.
     [[nodiscard]] bool isStillAt(const QString &path) const;
+    // Why it excludes nobody, as an errno; 0 where it does.
+    [[nodiscard]] int error() const { return m_error; }
 
 private:
-    explicit FileLock(FileDescriptor file)
+    FileLock(FileDescriptor file, int error)
         : m_file(std::move(file))
+        , m_error(error)
     {
     }
 
     FileDescriptor m_file;
+    int m_error;
 };
 
 } // namespace corvella

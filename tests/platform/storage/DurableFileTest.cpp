@@ -230,6 +230,18 @@ TEST_F(DurableFileTest, ShowsContentThatComesInPiecesOnlyWhole)
     EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
 }
 
+TEST_F(DurableFileTest, NeedsNoRoomForContentThatWasSettled)
+{
+    m_home.write(m_path, "old");
+    PendingFile file(m_path);
+    EXPECT_TRUE(file.append("content", 7).isOk());
+    EXPECT_TRUE(file.settle().isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
+    const test::FileSizeLimit fullDisk(0);
+    EXPECT_TRUE(file.commit(Flush::later).isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("content"));
+}
+
 TEST_F(DurableFileTest, DropsWhatWasNotFinished)
 {
     m_home.write(m_path, "old");
