@@ -84,9 +84,21 @@ QDateTime Updater::quietHour(const QDateTime &after, const QTimeZone &zone)
     return candidate > after ? candidate : quietStart(local.date().addDays(1), zone);
 }
 
-QDateTime Updater::nextQuietHour() const
+// The machine's; UTC, as for the C library, where that is set to one that nobody knows.
+QTimeZone Updater::zone()
 {
-    return quietHour(m_surroundings.now(), QTimeZone::systemTimeZone());
+    const QTimeZone machines = QTimeZone::systemTimeZone();
+    if (machines.isValid())
+        return machines;
+    if (!std::exchange(m_isZoneMissed, true))
+        log(QStringLiteral(
+            "update: the machine's time zone is not known; its night is that of UTC"));
+    return QTimeZone::utc();
+}
+
+QDateTime Updater::nextQuietHour()
+{
+    return quietHour(m_surroundings.now(), zone());
 }
 
 void Updater::start()
@@ -171,12 +183,19 @@ void Updater::tellReady(const QString &version)
 
 void Updater::applicationWillTerminate()
 {
+    m_window.reset();
+    if (m_controller)
+        m_controller->terminate();
+    stop();
+}
+
+void Updater::stop()
+{
     m_nightly.stop();
     m_pending = nullptr;
     m_window.reset();
     if (!m_controller)
         return;
-    m_controller->terminate();
     m_relaunch = m_controller->relaunch();
     m_controller.reset();
 }
@@ -236,8 +255,7 @@ void Updater::installIfStillQuiet(const QString &version)
     case When::onQuit:
         return;
     case When::overnight:
-        if (const QDateTime now = m_surroundings.now();
-            quietHour(now, QTimeZone::systemTimeZone()) != now) {
+        if (const QDateTime now = m_surroundings.now(); quietHour(now, zone()) != now) {
             scheduleOvernight(version);
             return;
         }

@@ -53,6 +53,9 @@ public:
     void checkNow();
     // The program quits: installs what lies ready, and lets all windows go.
     void applicationWillTerminate();
+    // The same, but installs nothing: the program comes back at once, as the build that it is, and
+    // what lies ready goes on waiting for its moment.
+    void stop();
     // Once the application object is gone: starts the version that was installed, if one was, in
     // this process and with these arguments. Returns only when there is none.
     void relaunchIfInstalled(const QStringList &arguments) const;
@@ -76,7 +79,8 @@ private:
     void installIfStillQuiet(const QString &version);
     void install(const QString &version);
     void waitUntilNight();
-    [[nodiscard]] QDateTime nextQuietHour() const;
+    [[nodiscard]] QTimeZone zone();
+    [[nodiscard]] QDateTime nextQuietHour();
     void buildWindow();
     void tellReady(const QString &version);
 
@@ -87,6 +91,7 @@ private:
         m_pending; // installs the update that waits for the night; none: nothing waits
     QTimer m_nightly;
     QDateTime m_installAt; // when the timer is meant to fire
+    bool m_isZoneMissed = false;
     QString m_nightlyVersion;
     std::optional<QString> m_relaunch;
 };

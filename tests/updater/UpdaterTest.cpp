@@ -138,6 +138,28 @@ TEST_F(UpdaterTest, WaitsForNoNightOfAClockThatWasAhead)
     EXPECT_THAT(m_installed, ElementsAre(kVersion));
 }
 
+// A kiosk that was set up with a typo: its clocks show UTC, and so does its night.
+TEST_F(UpdaterTest, TakesUtcWhereNobodyKnowsTheZone)
+{
+    qputenv("TZ", "Germany/Berlin");
+    ::tzset();
+    m_when = When::overnight;
+    EXPECT_TRUE(updateIsReady());
+    const QString missed =
+        u"update: the machine's time zone is not known; its night is that of UTC"_s;
+    EXPECT_THAT(
+        m_log.messages(),
+        ElementsAre(
+            missed,
+            u"update: 1.2.3 downloaded; this kiosk installs it at 2026-10-06 03:00:00 +0000"_s));
+    m_updater.nightlyFired();
+    EXPECT_THAT(m_installed, IsEmpty());
+    m_now = QDateTime(QDate(2026, 10, 6), QTime(3, 0), Qt::UTC);
+    m_updater.nightlyFired();
+    EXPECT_THAT(m_installed, ElementsAre(kVersion));
+    EXPECT_EQ(m_log.messages().count(missed), 1);
+}
+
 TEST_F(UpdaterTest, AsksForTheRuleAgainAtNight)
 {
     m_when = When::overnight;
