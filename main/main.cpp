@@ -23,6 +23,7 @@
 #include "platform/update/Relaunch.h"
 #include "platform/video/ClipMemory.h"
 #include "platform/video/VideoPlayer.h"
+#include "settings/Settings.h"
 #include "shell/App.h"
 #include "shell/CommandLine.h"
 #include "shell/SelfTest.h"
@@ -37,6 +38,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <sysexits.h>
 #include <unistd.h>
 
 using namespace corvella;
@@ -45,8 +47,7 @@ namespace {
 
 // How the event loop ends where the program is to be started anew, and what the program ends with
 // where that fails.
-constexpr int kAnewShowing = 75;
-constexpr int kAnewWithoutWindows = 76;
+constexpr int kAnew = 75;
 
 // How long what reads clips is kept for a wall that does not play yet.
 constexpr std::chrono::seconds kKeptLoaded{10};
@@ -93,16 +94,18 @@ int leaveItToTheOther(SingleInstance::Outcome outcome)
         return EXIT_SUCCESS;
     }
     log(QStringLiteral("already running, but the other one does not answer"));
-    return EXIT_FAILURE;
+    return EX_UNAVAILABLE;
 }
 
-int runApplication(int &argc, char **argv, const CommandLine &commandLine)
+// `toGoOn` gets the arguments with which the program is to be started anew.
+int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStringList &toGoOn)
 {
     if (!chooseDisplayServer())
-        return EXIT_FAILURE;
+        return EX_UNAVAILABLE;
     std::shared_ptr<const void> loaded =
         App::showsAtOnce(commandLine) ? VideoPlayer::loadAhead() : nullptr;
     QApplication app(argc, argv);
+    const LostDisplay lostDisplay;
     // By then the walls that play keep it themselves.
     QTimer::singleShot(kKeptLoaded, &app, [loaded = std::move(loaded)] {});
     QApplication::setApplicationName(QStringLiteral("Corvella"));
@@ -138,11 +141,12 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine)
     QObject::connect(&machineSleep, &MachineSleep::ended, &delegate, &App::lookAfterSleep);
     delegate.applicationDidFinishLaunching(commandLine);
     // All that goes over a bus is asked for anew by a program that is started anew.
-    QObject::connect(&lostBus, &LostBus::returned, &delegate, [&delegate] {
+    QObject::connect(&lostBus, &LostBus::returned, &delegate, [&] {
         log(QStringLiteral("message bus is back; starting anew"));
-        QApplication::exit(delegate.isShowing() ? kAnewShowing : kAnewWithoutWindows);
+        toGoOn = commandLine.toGoOn(delegate.isShowing(), delegate.isArmedWaiting());
+        Updater::shared().stop(); // this is no end at which an update may be installed
+        QApplication::exit(kAnew);
     });
-    const LostDisplay lostDisplay;
     return QApplication::exec();
 }
 
@@ -160,12 +164,13 @@ int main(int argc, char **argv)
     }
     if (commandLine.refreshOnly || commandLine.primeOnly)
         return refresh(argc, argv, !commandLine.refreshOnly);
-    const int status = runApplication(argc, argv, commandLine);
+    QStringList toGoOn;
+    const int status = runApplication(argc, argv, commandLine, toGoOn);
     // A session that ends meanwhile wants no program back.
     if (TerminationSignals::wereReceived())
         return status;
-    Updater::shared().relaunchIfInstalled(commandLine.allArgs);
-    if (status == kAnewShowing || status == kAnewWithoutWindows)
-        relaunch(executablePath(), commandLine.toGoOn(status == kAnewShowing));
+    Updater::shared().relaunchIfInstalled(commandLine.afterUpdate(Settings::mode()));
+    if (status == kAnew)
+        relaunch(executablePath(), toGoOn);
     return status;
 }

@@ -192,6 +192,8 @@ void App::perform(const QString &action)
 {
     if (action == u"start" && !m_showing)
         startFromMenu();
+    else if (action == u"arm")
+        arm();
     else if (action == u"update-desktop")
         updateDesktopFromMenu();
     else if (action == u"quit")

@@ -72,7 +72,7 @@ public:
     // The user started the program once more, or clicked on its item: the settings window comes
     // forward, unless walls are up.
     void applicationShouldHandleReopen();
-    // An action by the name that the program's desktop entry knows it by; an empty or unknown one
+    // An action by its name, such as the program's desktop entry knows; an empty or unknown one
     // counts as a reopening.
     void perform(const QString &action);
 

@@ -10,6 +10,7 @@ namespace {
 
 const QString kStart = QStringLiteral("--start");
 const QString kQuiet = QStringLiteral("--quiet");
+const QString kAction = QStringLiteral("--action");
 
 std::optional<double> seconds(const QStringList &args)
 {
@@ -37,17 +38,34 @@ CommandLine CommandLine::parse(const QStringList &allArgs)
     line.selfTest = allArgs.contains(QStringLiteral("--selftest"));
     line.forceStart = allArgs.contains(kStart);
     line.quiet = allArgs.contains(kQuiet);
-    if (const qsizetype option = allArgs.indexOf(QStringLiteral("--action")); option >= 0)
+    if (const qsizetype option = allArgs.indexOf(kAction); option >= 0)
         line.action = allArgs.value(option + 1);
     return line;
 }
 
-QStringList CommandLine::toGoOn(bool isShowing) const
+QStringList CommandLine::toGoOn(bool isShowing, bool isWaiting) const
 {
-    QStringList args{isShowing ? kStart : kQuiet};
+    QStringList args{kQuiet};
+    if (isShowing)
+        args = {kStart};
+    else if (isWaiting)
+        args = {kAction, QStringLiteral("arm")};
     if (autoQuit)
         args << QStringLiteral("--seconds")
              << QString::number(*autoQuit, 'g', QLocale::FloatingPointShortest);
+    return args;
+}
+
+QStringList CommandLine::afterUpdate(Mode mode) const
+{
+    const bool showsWalls = mode == Mode::wall || mode == Mode::kiosk;
+    QStringList args;
+    for (qsizetype i = 0; i < allArgs.size(); ++i) {
+        if (allArgs[i] == kAction)
+            ++i; // with its word
+        else if (allArgs[i] != kQuiet || !showsWalls)
+            args << allArgs[i];
+    }
     return args;
 }
 

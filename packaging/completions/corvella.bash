@@ -2,7 +2,7 @@
 
 _corvella() {
     local words="--start --quiet --seconds --action --refresh --prime --selftest"
-    [ "${COMP_WORDS[COMP_CWORD - 1]}" != --action ] || words="start settings update-desktop quit"
+    [ "${COMP_WORDS[COMP_CWORD - 1]}" != --action ] || words="start arm settings update-desktop quit"
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
 }
 

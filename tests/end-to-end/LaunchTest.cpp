@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sysexits.h>
 
 namespace corvella {
 namespace {
@@ -189,7 +190,7 @@ TEST_F(Launch, WithoutAnyDisplayItSaysSoOnceAndFails)
     machine.removeDevices();
     m_program.setMachine(machine);
     m_program.start({u"--start"_s});
-    EXPECT_EQ(m_program.process().exitStatus(), 1);
+    EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
     EXPECT_EQ(m_program.process().errors(),
               "corvella: no display: no X server or Wayland compositor answers and there is no "
               "graphics device\n");
@@ -203,7 +204,7 @@ TEST_F(Launch, WhatDoesNotAnswerIsNoDisplay)
     m_program.setVariable(u"DISPLAY"_s, u":54321"_s);
     m_program.setVariable(u"WAYLAND_DISPLAY"_s, u"wayland-54321"_s);
     m_program.start({u"--start"_s});
-    EXPECT_EQ(m_program.process().exitStatus(), 1);
+    EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
     EXPECT_EQ(m_program.messages().filter(u"no display"_s).size(), 1);
 }
 

@@ -160,6 +160,21 @@ TEST_F(Launcher, TakesAnEarlyEndInOrderForNoVerdict)
     EXPECT_TRUE(has(u".update/trial-2"_s));
 }
 
+// There is no display, or it has gone.
+TEST_F(Launcher, TakesWantOfADisplayForNoVerdict)
+{
+    install("echo two; exit 69");
+    for (int i = 0; i < 5; ++i) {
+        const Ending ending = start();
+        EXPECT_EQ(ending.status, 69);
+        EXPECT_EQ(ending.output, QByteArray("two\n"));
+    }
+    EXPECT_EQ(current(), 2);
+    EXPECT_TRUE(has(u".update/trial-2"_s));
+    addBuild(2, "exit 1"); // and the trial goes on
+    EXPECT_EQ(start().output, QByteArray("one --start two words\n"));
+}
+
 TEST_F(Launcher, PassesTheEndOfASessionOn)
 {
     install("trap 'echo told; exit 0' TERM; echo up; while :; do sleep 0.05; done");

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sysexits.h>
 
 namespace corvella {
 namespace {
@@ -86,7 +87,7 @@ TEST_F(WallOnADisplay, PlaysOnThroughAHangUpThatWasIgnoredFromTheStart)
 TEST_F(OrderlyEnd, ComesAlsoWhenTheDisplayServerGoes)
 {
     m_display.stop();
-    EXPECT_EQ(m_program.process().exitStatus(), 1);
+    EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
     EXPECT_EQ(m_program.process().errorLines().last(),
               u"The X11 connection broke (error 1). Did the X11 server die?"_s);
 }
@@ -124,7 +125,7 @@ TEST_F(WallOnADisplay, EndsWithoutACrashWhenTheDisplayServerGoesDuringARefresh)
     m_program.start();
     ASSERT_TRUE(becomes([&] { return seen().has_value() && host.isAsked(); }));
     m_display.stop();
-    EXPECT_EQ(m_program.process().exitStatus(), 1);
+    EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
 }
 
 // As when the terminal or the launcher that it was started from is gone.

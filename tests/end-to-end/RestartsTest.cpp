@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <sysexits.h>
 
 namespace corvella {
 namespace {
@@ -80,7 +81,7 @@ TEST_P(RestartsIn, OfTheXServerEndTheProgramAndItSaysSo)
 {
     startAs(GetParam().mode);
     m_display.stop();
-    EXPECT_EQ(m_program.process().exitStatus(), 1);
+    EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
     EXPECT_EQ(m_program.process().errorLines().last(),
               u"The X11 connection broke (error 1). Did the X11 server die?"_s);
 }
@@ -172,6 +173,22 @@ TEST_F(Restarts, OfTheBusLeaveASaverWaitingInSilence)
     EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode saver"_s));
 }
 
+TEST_F(Restarts, OfTheBusLeaveAWallArmed)
+{
+    test::PrivateBus bus;
+    m_program.setSessionBus(bus);
+    m_program.configure({{u"idleMinutes"_s, 60}});
+    const QString armed = u"armed: waiting for 60 min idle, then wall"_s;
+    m_program.start({u"--action"_s, u"arm"_s});
+    ASSERT_TRUE(m_program.logs(armed));
+    bus.crash();
+    ASSERT_TRUE(m_program.logs(u"session bus: gone; waiting for it to come back"_s));
+    bus.startAgain();
+    EXPECT_TRUE(m_program.logs(armed, 2));
+    m_program.changeSettings({u"write"_s, u"idleMinutes"_s, u"-float"_s, u"0.001"_s});
+    EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode wall"_s));
+}
+
 // Desktops that come up in any order, and managers that are exchanged.
 class RestartsOfTheWindowManager : public Restarts, public testing::WithParamInterface<ModeRow>
 {
@@ -242,7 +259,7 @@ TEST_P(RestartsOfTheCompositor, EndTheProgramAndItSaysSo)
                     ? program.logs(kResident)
                     : program.logs(u"showing on 1 of 1 display(s), mode "_s + GetParam().mode));
     sway.compositor().signal(SIGKILL);
-    EXPECT_EQ(program.process().exitStatus(), 1);
+    EXPECT_EQ(program.process().exitStatus(), EX_UNAVAILABLE);
     EXPECT_EQ(program.process().errorLines().last(),
               u"The Wayland connection broke. Did the Wayland compositor die?"_s);
 }

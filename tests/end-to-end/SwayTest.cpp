@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <sysexits.h>
 
 namespace corvella {
 namespace {
@@ -111,7 +112,7 @@ TEST_F(Sway, ProgramEndsWhenTheCompositorGoes)
     m_program.start();
     ASSERT_TRUE(m_program.logs(u"showing on 2 of 2 display(s), mode wall"_s));
     m_sway.stop();
-    EXPECT_EQ(m_program.process().exitStatus(), 1);
+    EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
     EXPECT_TRUE(m_program.process().errorLines().contains(
         u"The Wayland connection broke. Did the Wayland compositor die?"_s));
 }

@@ -3,6 +3,7 @@
 #include "end-to-end/BuiltUpdates.h"
 #include "support/AlteredMachine.h"
 #include "support/NginxServer.h"
+#include "support/PrivateBus.h"
 #include "support/ProgramUnderTest.h"
 #include "support/QtPrinting.h"
 #include "support/Repetitions.h"
@@ -219,6 +220,45 @@ TEST_F(Updates, InterruptAKioskOnlyAtNight)
     ASSERT_TRUE(starts(2));
     EXPECT_EQ(m_server->takeRequests().filter(u"tar.gz"_s).size(), 1); // it lay ready
     end();
+}
+
+TEST_F(Updates, BringAKioskBackThatWasStartedInSilence)
+{
+    announce();
+    m_program.configure({{u"mode"_s, u"kiosk"_s}});
+    m_program.setVariable(u"TZ"_s, zoneWhereItIs(3));
+    m_program.start({u"--quiet"_s, u"--seconds"_s, u"3600"_s});
+    EXPECT_TRUE(m_program.logs(kInstalling));
+    EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode kiosk"_s));
+    EXPECT_EQ(running(2), (QStringList{u"--seconds"_s, u"3600"_s}));
+    end();
+}
+
+TEST_F(Updates, WaitForTheNightOfAKioskWhoseBusIsRestarted)
+{
+    announce();
+    test::PrivateBus bus;
+    m_program.setSessionBus(bus);
+    m_program.configure({{u"mode"_s, u"kiosk"_s}});
+    m_program.setVariable(u"TZ"_s, zoneWhereItIs(12));
+    m_program.start();
+    const auto waits = [this](int times) {
+        return becomes([&] {
+            return m_program.messages()
+                       .filter(u"update: 1.2.0 downloaded; this kiosk installs it at "_s)
+                       .size()
+                == times;
+        });
+    };
+    ASSERT_TRUE(waits(1));
+    bus.crash();
+    ASSERT_TRUE(m_program.logs(u"session bus: gone; waiting for it to come back"_s));
+    bus.startAgain();
+    EXPECT_TRUE(waits(2)) << "the program that has come back takes no updates";
+    EXPECT_TRUE(running(1));
+    EXPECT_EQ(current(), 1);
+    end();
+    EXPECT_EQ(current(), 2);
 }
 
 TEST_F(Updates, AreLeftAloneOffline)

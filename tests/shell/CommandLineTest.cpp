@@ -60,11 +60,24 @@ TEST(CommandLine, OptionsMatchWholeArgumentsWhereverTheyStand)
 TEST(CommandLine, ProgramThatStartsItselfAnewGoesOnAsItWas)
 {
     const CommandLine line = CommandLine::parse(words("--action settings --seconds 2.5"));
-    EXPECT_EQ(line.toGoOn(true), words("--start --seconds 2.5"));
-    EXPECT_EQ(line.toGoOn(false), words("--quiet --seconds 2.5"));
-    EXPECT_TRUE(CommandLine::parse(line.toGoOn(true)).forceStart);
-    EXPECT_TRUE(CommandLine::parse(line.toGoOn(false)).quiet);
-    EXPECT_EQ(CommandLine::parse(words("--start")).toGoOn(false), words("--quiet"));
+    EXPECT_EQ(line.toGoOn(true, false), words("--start --seconds 2.5"));
+    EXPECT_EQ(line.toGoOn(false, true), words("--action arm --seconds 2.5"));
+    EXPECT_EQ(line.toGoOn(false, false), words("--quiet --seconds 2.5"));
+    EXPECT_TRUE(CommandLine::parse(line.toGoOn(true, false)).forceStart);
+    EXPECT_EQ(CommandLine::parse(line.toGoOn(false, true)).action, QStringLiteral("arm"));
+    EXPECT_TRUE(CommandLine::parse(line.toGoOn(false, false)).quiet);
+    EXPECT_EQ(CommandLine::parse(words("--start")).toGoOn(false, false), words("--quiet"));
+}
+
+TEST(CommandLine, ProgramThatWasUpdatedStartsAsAtAnyLaunch)
+{
+    const CommandLine line = CommandLine::parse(words("--quiet --seconds 5 --action settings x"));
+    for (const Mode mode : {Mode::kiosk, Mode::wall})
+        EXPECT_EQ(line.afterUpdate(mode), words("--seconds 5 x"));
+    for (const Mode mode : {Mode::saver, Mode::desktop})
+        EXPECT_EQ(line.afterUpdate(mode), words("--quiet --seconds 5 x"));
+    EXPECT_EQ(CommandLine::parse(words("--start")).afterUpdate(Mode::kiosk), words("--start"));
+    EXPECT_EQ(CommandLine::parse(words("--action")).afterUpdate(Mode::kiosk), QStringList());
 }
 
 TEST(CommandLine, NearMissesAreNoOptions)

@@ -4,8 +4,9 @@
 
 namespace corvella {
 
-// While it lives, a process that is ended so ends at once: what it holds, grabs and inhibitions, is
-// released with its connections, and files are whole at any time.
+// While it lives, a process that is ended so ends at once, with EX_UNAVAILABLE, since it has not
+// failed itself: what it holds, grabs and inhibitions, is released with its connections, and files
+// are whole at any time.
 class LostDisplay
 {
 public:
