@@ -311,6 +311,18 @@ TEST_F(Updates, LeaveAFolderAloneThatCannotBeWrittenTo)
     expectOneWholeBuild("read-only");
 }
 
+TEST_F(Updates, LeaveAFolderAloneThatCannotBeLocked)
+{
+    announce();
+    m_program.setVariable(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS));
+    m_program.setVariable(u"DISK_FAULTS_FOLDER"_s, prefix());
+    m_program.setVariable(u"DISK_FAULTS_NO_LOCKS"_s, u"1"_s);
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"update: No locks available"_s));
+    end();
+    EXPECT_EQ(current(), 1);
+}
+
 TEST_F(Updates, LeaveTheOldBuildWhereTheDiskIsFull)
 {
     announce();

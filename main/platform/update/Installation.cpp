@@ -148,7 +148,14 @@ void Installation::endTrial() const
 
 std::optional<FileLock> Installation::lock() const
 {
-    return FileLock::acquire(workFolder() + QStringLiteral("/lock"), std::chrono::milliseconds(0));
+    std::optional<FileLock> lock =
+        FileLock::acquire(workFolder() + QStringLiteral("/lock"), std::chrono::milliseconds(0));
+    // A program that is not updated is better than one that two processes put together.
+    if (const int error = lock ? lock->error() : 0; error != 0) {
+        lock.reset();
+        errno = error;
+    }
+    return lock;
 }
 
 void Installation::clearUp() const
