@@ -179,7 +179,13 @@ TEST_F(Restarts, OfTheBusLeaveAWallArmed)
     m_program.setSessionBus(bus);
     m_program.configure({{u"idleMinutes"_s, 60}});
     const QString armed = u"armed: waiting for 60 min idle, then wall"_s;
-    m_program.start({u"--action"_s, u"arm"_s});
+    m_program.start({u"--quiet"_s});
+    ASSERT_TRUE(m_program.logs(u"resident, no windows"_s));
+    test::ChildProcess second({test::ProgramUnderTest::executable(),
+                               {u"--action"_s, u"arm"_s},
+                               m_program.environment(),
+                               {}});
+    ASSERT_EQ(second.exitStatus(), 0);
     ASSERT_TRUE(m_program.logs(armed));
     bus.crash();
     ASSERT_TRUE(m_program.logs(u"session bus: gone; waiting for it to come back"_s));
