@@ -30,6 +30,7 @@
 #include "updater/Updater.h"
 
 #include <QApplication>
+#include <QSessionManager>
 #include <QTimer>
 
 #include <algorithm>
@@ -112,6 +113,11 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
     QGuiApplication::setDesktopFileName(QStringLiteral("space.tarrow.corvella"));
     QApplication::setQuitOnLastWindowClosed(false);
 
+    // Whether it starts with the session is the login item's affair: a desktop that brings back
+    // what ran at the last one's end would start it twice.
+    QObject::connect(&app, &QGuiApplication::saveStateRequest, [](QSessionManager &session) {
+        session.setRestartHint(QSessionManager::RestartNever);
+    });
     (void)BuildIdentity::running(); // while the files are this build's
     VideoPlayer::holdReader();
     SingleInstance instance;

@@ -166,11 +166,16 @@ TEST_F(Launch, UnknownOptionsArePassedOver)
     m_program.start({u"stray"_s, u"--Start"_s, u"--start=yes"_s, u"-selftest"_s, u"--REFRESH"_s,
                      u"--seconds"_s, u"0"_s});
     EXPECT_EQ(m_program.process().exitStatus(), 0);
-    const QStringList with = m_program.messages();
+    // One comes from another thread, if there is time for it.
+    const auto messages = [this] {
+        QStringList all = m_program.messages();
+        all.removeOne(u"desktop: no stills cached yet"_s);
+        return all;
+    };
+    const QStringList with = messages();
     m_program.start({u"--seconds"_s, u"0"_s});
     EXPECT_EQ(m_program.process().exitStatus(), 0);
-    // Some come from another thread.
-    EXPECT_THAT(m_program.messages(), testing::UnorderedElementsAreArray(with));
+    EXPECT_EQ(messages(), with);
     EXPECT_TRUE(with.contains(kResident));
 }
 
