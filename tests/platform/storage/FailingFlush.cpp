@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <string>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -11,9 +12,9 @@ QByteArray corvella::test::failingFlush;
 // The C library's own, replaced by linking this file.
 extern "C" int fsync(int descriptor)
 {
-    const QByteArray link = "/proc/self/fd/" + QByteArray::number(descriptor);
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     std::array<char, PATH_MAX> path{};
-    const ssize_t length = ::readlink(link.constData(), path.data(), path.size());
+    const ssize_t length = ::readlink(link.c_str(), path.data(), path.size());
     const QByteArray &failing = corvella::test::failingFlush;
     if (!failing.isEmpty() && QByteArray(path.data(), int(length)) == failing) {
         errno = EIO;
