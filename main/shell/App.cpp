@@ -8,6 +8,7 @@
 #include "log.h"
 #include "platform/layers/Transaction.h"
 #include "platform/session/Pointer.h"
+#include "platform/time/TimerSlack.h"
 #include "settings/Settings.h"
 #include "shell/Appearance.h"
 #include "updater/Updater.h"
@@ -15,6 +16,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPointer>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -25,6 +27,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{250};
+// What timers may be late while nothing is to be seen: the machine then wakes less often.
+constexpr milliseconds kSlackAtRest{50};
 // Walls that a window manager has somewhere else from the start are left there.
 constexpr int kTicksUntilSettled = 4;
 constexpr std::chrono::hours kRefreshInterval{1};
@@ -65,6 +69,13 @@ bool isQ(const QKeyEvent &event)
     return event.key() == Qt::Key_Q || (isOtherLetter && event.nativeScanCode() == kPlaceOfQ);
 }
 
+bool isAnythingToBeSeen()
+{
+    const QWindowList windows = QGuiApplication::allWindows();
+    return std::any_of(windows.begin(), windows.end(),
+                       [](const QWindow *window) { return window->isVisible(); });
+}
+
 // Set by the first wall: how to close it is not said again.
 const QString kWallHintShown = QStringLiteral("wallHintShown");
 
@@ -87,6 +98,7 @@ App::App(const Surroundings &surroundings)
 App::~App()
 {
     App::hide();
+    setExactTimers(true);
     // The windows show what is on this App's clock: none of them outlives it.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
@@ -105,6 +117,7 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
     connect(&m_screens, &Screens::mayHaveChanged, this,
             [this] { m_ticksInPlace = kTicksUntilSettled; });
     qGuiApp->installEventFilter(this);
+    setExactTimers(isAnythingToBeSeen());
     m_tick.start(kTick);
     if (!Settings::desktopActive())
         Desktop::restore(); // the program may have ended before they were back
@@ -297,6 +310,7 @@ QList<App::Extent> App::extentsOf(const QList<Screen> &screens)
 void App::build()
 {
     takeDownWindows();
+    setExactTimers(true); // what the players start takes its timers after ours
     const QList<Screen> screens = m_screens.list();
     for (int i = 0; i < screens.size(); ++i)
         buildWall(screens[i], i);
@@ -555,6 +569,8 @@ int App::screensOn() const
 
 bool App::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched->isWindowType() && (event->type() == QEvent::Show || event->type() == QEvent::Hide))
+        setExactTimers(isAnythingToBeSeen());
     // A press passes through the window and then its widgets; once is enough.
     if (event->type() == QEvent::KeyPress && watched->isWindowType())
         return handleKey(*static_cast<QKeyEvent *>(event));
@@ -623,6 +639,12 @@ void App::setCursor(bool hidden)
 {
     if (std::exchange(m_cursorHidden, hidden) != hidden)
         setPointerHidden(hidden);
+}
+
+void App::setExactTimers(bool exact)
+{
+    if (std::exchange(m_exactTimers, exact) != exact)
+        setTimerSlack(exact ? milliseconds(0) : kSlackAtRest);
 }
 
 void App::screensChanged()

@@ -152,6 +152,8 @@ private:
     [[nodiscard]] bool isPointerOverWall() const;
     void tickSaver();
     void setCursor(bool hidden);
+    // Inexact, this thread's timers may be a little late: as long as there is nothing to be seen.
+    void setExactTimers(bool exact);
     void screensChanged();
     void rebuildIfChanged();
     // Refreshes the imagery in the background, now and then every hour, and the desktop pictures
@@ -187,6 +189,7 @@ private:
     bool m_foundNothingToShow = false; // by the last show(), unless there was input since
     bool m_buttonsVisible = false;     // close buttons and badges are faded in
     bool m_cursorHidden = false;
+    bool m_exactTimers = true; // of the main thread
     bool m_coversAll = true;
     QList<Extent> m_builtFor; // one per screen, also for those that are Off
     // Ticks since then with each wall on its screen; enough of them once displays may have changed.

@@ -1,6 +1,7 @@
 // The program between its walls: how it is launched, reached again, and asked about updates.
 #include "shell/AppFixture.h"
 
+#include "Preferences/Preferences.h"
 #include "Preferences/SaverInstall.h"
 #include "cache/Cache.h"
 #include "desktop/Desktop.h"
@@ -9,6 +10,8 @@
 
 #include <QDir>
 #include <QRegularExpression>
+
+#include <sys/prctl.h>
 
 namespace corvella {
 namespace {
@@ -128,6 +131,28 @@ TEST_F(AgentTest, SaysWhenACheckIsAllowedAgain)
                                       u"\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+0000$"_s);
     EXPECT_TRUE(expected.match(logged(u"update: "_s).first()).hasMatch())
         << qPrintable(logged(u"update: "_s).first());
+}
+
+// As the kernel may let this thread's timers be, and those of the threads that are started by it.
+std::chrono::nanoseconds slack()
+{
+    return std::chrono::nanoseconds(::prctl(PR_GET_TIMERSLACK));
+}
+
+TEST_F(AgentTest, ItsTimersMayBeLateOnlyAsLongAsNothingIsToBeSeen)
+{
+    constexpr auto exact = std::chrono::microseconds(50); // the kernel's own
+    configure(Mode::saver);
+    launch({u"--quiet"_s});
+    EXPECT_EQ(slack(), std::chrono::milliseconds(50));
+    m_app->show();
+    EXPECT_EQ(slack(), exact);
+    m_app->hide();
+    EXPECT_EQ(slack(), std::chrono::milliseconds(50));
+    Preferences::shared().show();
+    EXPECT_EQ(slack(), exact);
+    Preferences::shared().hide();
+    EXPECT_EQ(slack(), std::chrono::milliseconds(50));
 }
 
 // As from the menu of its icon, where it does not run yet.

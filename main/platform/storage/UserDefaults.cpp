@@ -104,12 +104,23 @@ void UserDefaults::briefPause()
 
 QString UserDefaults::filePath() const
 {
-    return StandardFolders::config() + u'/' + fileName();
+    return paths().user;
 }
 
-QString UserDefaults::fileName() const
+UserDefaults::Paths UserDefaults::paths() const
 {
-    return m_domain + QStringLiteral(".json");
+    const std::array environment{qgetenv("HOME"), qgetenv("XDG_CONFIG_HOME"),
+                                 qgetenv("XDG_CONFIG_DIRS")};
+    const std::lock_guard guard(m_mutex);
+    if (m_paths && m_paths->environment == environment)
+        return *m_paths;
+    const QString name = u'/' + m_domain + QStringLiteral(".json");
+    Paths paths{
+        .environment = environment, .user = StandardFolders::config() + name, .machine = {}};
+    for (const QString &folder : StandardFolders::machineConfig())
+        paths.machine << folder + name;
+    m_paths = paths;
+    return paths;
 }
 
 bool UserDefaults::isReadable() const
@@ -123,8 +134,8 @@ QJsonValue UserDefaults::value(const QString &key) const
     QJsonValue users = userSettings().value(key);
     if (!users.isUndefined() && !users.isNull())
         return users;
-    for (const QString &folder : StandardFolders::machineConfig()) {
-        QJsonValue machines = machineSettings(folder).value(key);
+    for (const QString &path : paths().machine) {
+        QJsonValue machines = machineSettings(path).value(key);
         if (!machines.isUndefined() && !machines.isNull())
             return machines;
     }
@@ -134,8 +145,8 @@ QJsonValue UserDefaults::value(const QString &key) const
 QJsonObject UserDefaults::values() const
 {
     QJsonObject all = withoutNulls(userSettings());
-    for (const QString &folder : StandardFolders::machineConfig()) {
-        const QJsonObject below = withoutNulls(machineSettings(folder));
+    for (const QString &path : paths().machine) {
+        const QJsonObject below = withoutNulls(machineSettings(path));
         for (auto entry = below.begin(); entry != below.end(); ++entry) {
             if (!all.contains(entry.key()))
                 all.insert(entry.key(), entry.value());
@@ -303,16 +314,15 @@ QJsonObject UserDefaults::userSettings() const
 QJsonObject UserDefaults::unknownSettings() const
 {
     QJsonObject settings = m_whenUnknown;
-    for (const QString &folder : StandardFolders::machineConfig()) {
-        for (const QString &key : machineSettings(folder).keys())
+    for (const QString &path : paths().machine) {
+        for (const QString &key : machineSettings(path).keys())
             settings.remove(key);
     }
     return settings;
 }
 
-QJsonObject UserDefaults::machineSettings(const QString &folder) const
+QJsonObject UserDefaults::machineSettings(const QString &path) const
 {
-    const QString path = folder + u'/' + fileName();
     const DefaultsContent content = m_reader.read(path);
     complainOnce(path, content);
     return content.settings;

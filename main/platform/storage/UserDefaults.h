@@ -20,6 +20,8 @@
 #include <QJsonValue>
 #include <QStringList>
 
+#include <array>
+
 namespace corvella {
 
 class UserDefaults
@@ -78,6 +80,14 @@ public:
 private:
     using Changes = QHash<QString, QJsonValue>; // undefined: the key goes
 
+    // Where the files are, and the environment that says so.
+    struct Paths
+    {
+        std::array<QByteArray, 3> environment;
+        QString user;
+        QStringList machine; // the most important first
+    };
+
     // A file that is of no use as it stands.
     struct Complaint
     {
@@ -92,10 +102,10 @@ private:
     [[nodiscard]] Changes *gathered() const;
     bool change(const QString &key, const QJsonValue &value);
     bool save(const Changes &changes);
-    [[nodiscard]] QString fileName() const;
+    [[nodiscard]] Paths paths() const;
     [[nodiscard]] QJsonObject userSettings() const;
     [[nodiscard]] QJsonObject unknownSettings() const;
-    [[nodiscard]] QJsonObject machineSettings(const QString &folder) const;
+    [[nodiscard]] QJsonObject machineSettings(const QString &path) const;
     [[nodiscard]] DefaultsContent readSettled(const QString &path) const;
     [[nodiscard]] DefaultsContent readOrSetAside(const QString &path) const;
     [[nodiscard]] bool isKnown(const QString &path, const DefaultsContent &content) const;
@@ -108,6 +118,9 @@ private:
     mutable std::mutex m_mutex;
     // Guarded by m_mutex: what was logged and has not changed since.
     mutable QHash<QString, Complaint> m_complaints;
+    // Guarded by m_mutex: where the files were at the last look. Settings are looked at many times
+    // a second, and the environment changes once in a program's life, if ever.
+    mutable std::optional<Paths> m_paths;
 };
 
 } // namespace corvella
