@@ -1,6 +1,5 @@
 // The program started while it runs already.
 #include "support/PrivateBus.h"
-#include "support/Processes.h"
 #include "support/ProgramUnderTest.h"
 #include "support/VirtualDisplay.h"
 
@@ -107,31 +106,6 @@ TEST_P(SecondStart, StartsTheFirstOnesWallsWhenItIsToldTo)
     EXPECT_TRUE(m_program.logs(u"showing on 1 of 1 display(s), mode wall"_s));
     EXPECT_EQ(startAgain(), 0);
     EXPECT_FALSE(becomes([this] { return m_display.client().windows().size() > 1; }, 500ms));
-}
-
-// At rest the program's timers may be late; what waits for a clip's pictures may not.
-TEST_P(SecondStart, StartsWallsWhoseTimersAreExact)
-{
-    m_program.configure({{u"products"_s, QJsonArray{u"all"_s}}});
-    startFirst();
-    const qint64 first = m_program.process().id();
-    const QByteArray exact = "50000\n"; // nanoseconds, the kernel's own
-    const auto slack = [](qint64 thread) { return test::procFile(thread, u"timerslack_ns"_s); };
-    if (slack(first).isEmpty())
-        GTEST_SKIP() << "only the superuser is told of another process's timers";
-    EXPECT_TRUE(becomes([&] { return slack(first) == "50000000\n"; }));
-    const QList<qint64> background = test::threadsOf(first);
-    m_program.changeSettings({u"write"_s, u"mode"_s, u"wall"_s});
-    EXPECT_EQ(startAgain({u"--start"_s}), 0);
-    EXPECT_TRUE(becomes([&] { return !test::clipReadersOf(first).readers.isEmpty(); }));
-    const auto has = test::clipReadersOf(first);
-    for (const qint64 process : QList<qint64>{first} + has.starters + has.readers) {
-        for (const qint64 thread : test::threadsOf(process)) {
-            if (thread == first || !background.contains(thread)) {
-                EXPECT_EQ(slack(thread), exact) << thread << " of " << process;
-            }
-        }
-    }
 }
 
 TEST_P(SecondStart, EndsTheFirstWhenItIsToldTo)

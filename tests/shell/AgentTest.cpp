@@ -9,6 +9,7 @@
 #include "updater/Updater.h"
 
 #include <QDir>
+#include <QGuiApplication>
 #include <QRegularExpression>
 
 #include <sys/prctl.h>
@@ -153,6 +154,33 @@ TEST_F(AgentTest, ItsTimersMayBeLateOnlyAsLongAsNothingIsToBeSeen)
     EXPECT_EQ(slack(), exact);
     Preferences::shared().hide();
     EXPECT_EQ(slack(), std::chrono::milliseconds(50));
+}
+
+// What the slack was whenever a window was about to be made.
+class SlackOfNewWindows : public QObject
+{
+public:
+    SlackOfNewWindows() { qGuiApp->installEventFilter(this); }
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched->isWindowType() && event->type() == QEvent::PlatformSurface)
+            seen << slack();
+        return false;
+    }
+    QList<std::chrono::nanoseconds> seen;
+};
+
+// The players run before the first wall is seen, and their threads take their timers after the main
+// thread's: what waits for a clip's pictures must not be late.
+TEST_F(AgentTest, ItsTimersAreExactBeforeAWallIsToBeSeen)
+{
+    configure(Mode::saver);
+    launch({u"--quiet"_s});
+    ASSERT_EQ(slack(), std::chrono::milliseconds(50));
+    const SlackOfNewWindows slacks;
+    m_app->show();
+    ASSERT_FALSE(slacks.seen.isEmpty());
+    EXPECT_EQ(slacks.seen.first(), std::chrono::microseconds(50));
 }
 
 // As from the menu of its icon, where it does not run yet.

@@ -11,19 +11,11 @@ QByteArray procFile(qint64 process, const QString &name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QList<qint64> threadsOf(qint64 process)
-{
-    QList<qint64> threads;
-    const QDir tasks(QStringLiteral("/proc/%1/task").arg(process));
-    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
-        threads << task.toLongLong();
-    return threads;
-}
-
 QList<qint64> childrenOf(qint64 process)
 {
     QList<qint64> children;
-    for (const qint64 task : threadsOf(process)) {
+    const QDir tasks(QStringLiteral("/proc/%1/task").arg(process));
+    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         const QByteArray listed = procFile(process, QStringLiteral("task/%1/children").arg(task));
         for (const QByteArray &child : listed.simplified().split(' ')) {
             if (!child.isEmpty())

@@ -10,8 +10,6 @@ namespace corvella::test {
 // A file of /proc/PROCESS; empty where there is none, or no such process.
 [[nodiscard]] QByteArray procFile(qint64 process, const QString &name);
 
-[[nodiscard]] QList<qint64> threadsOf(qint64 process);
-
 // Those that it has started and that have not been waited for.
 [[nodiscard]] QList<qint64> childrenOf(qint64 process);
 
