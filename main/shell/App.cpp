@@ -16,6 +16,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPointer>
+#include <QTimerEvent>
 #include <QWindow>
 
 #include <algorithm>
@@ -90,9 +91,9 @@ App::App(const Surroundings &surroundings)
     , m_keepAwake(surroundings.keepAwake)
     , m_sleepDisplays(surroundings.sleepDisplays)
     , m_now(surroundings.now)
+    , m_settingsWatch(Settings::d().watch())
     , m_workQueue(surroundings.clock)
 {
-    connect(&m_tick, &QTimer::timeout, this, &App::tick);
 }
 
 App::~App()
@@ -118,7 +119,7 @@ void App::applicationDidFinishLaunching(const CommandLine &commandLine)
             [this] { m_ticksInPlace = kTicksUntilSettled; });
     qGuiApp->installEventFilter(this);
     setExactTimers(isAnythingToBeSeen());
-    m_tick.start(kTick);
+    m_tick.start(int(kTick.count()), Qt::CoarseTimer, this);
     if (!Settings::desktopActive())
         Desktop::restore(); // the program may have ended before they were back
     if (Settings::offline())
@@ -484,6 +485,14 @@ void App::dismiss()
         m_sleepDisplays();
 }
 
+void App::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() == m_tick.timerId())
+        tick();
+    else
+        QObject::timerEvent(event);
+}
+
 void App::tick()
 {
     followMode();
@@ -549,8 +558,12 @@ void App::tickSaver()
 
 void App::showWhenIdle()
 {
-    const bool waits = m_armedWaiting || Settings::mode() == Mode::saver;
-    if (!waits || !m_idleClock.isIdleFor(Settings::idleMinutes() * 60)) {
+    // Four times a second for months: a program at rest makes its values anew only when it has to.
+    if (m_settingsWatch.mayHaveChanged())
+        m_wait = {.isForSaver = Settings::mode() == Mode::saver,
+                  .seconds = Settings::idleMinutes() * 60};
+    const bool waits = m_armedWaiting || m_wait.isForSaver;
+    if (!waits || !m_idleClock.isIdleFor(m_wait.seconds)) {
         m_foundNothingToShow = false;
         return;
     }

@@ -9,6 +9,7 @@
 #include "platform/session/PowerAssertion.h"
 #include "platform/session/Presentation.h"
 #include "platform/session/Screens.h"
+#include "platform/storage/DefaultsFile.h"
 #include "platform/threads/BackgroundWork.h"
 #include "platform/time/WorkQueue.h"
 #include "settings/Mode.h"
@@ -19,9 +20,9 @@
 #include "shell/WallWindow.h"
 #include "updater/Updater.h"
 
+#include <QBasicTimer>
 #include <QDateTime>
 #include <QObject>
-#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -113,6 +114,7 @@ public:
 protected:
     // The monitor of key presses that reach any window of ours.
     bool eventFilter(QObject *watched, QEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
 
 private:
     // Of a screen, what a wall is built for.
@@ -122,6 +124,12 @@ private:
         double scale = 1;
 
         bool operator==(const Extent &) const = default;
+    };
+    // For how long nobody must be there before the walls come up by themselves.
+    struct Wait
+    {
+        bool isForSaver = false; // also when nobody armed it
+        double seconds = 0;
     };
     [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
 
@@ -169,9 +177,11 @@ private:
     const std::function<std::unique_ptr<PowerAssertion>(const QString &)> m_keepAwake;
     const std::function<void()> m_sleepDisplays;
     const std::function<QDateTime()> m_now;
+    DefaultsWatch m_settingsWatch;
+    Wait m_wait; // by the settings at the watch's last word
     DarkPreference m_darkPreference;
     WorkQueue m_workQueue;
-    QTimer m_tick;
+    QBasicTimer m_tick;
     BackgroundWork m_background{2}; // for what waits for the network
 
     std::vector<DeletedLater<WallView>> m_walls;

@@ -9,10 +9,9 @@
 #include "support/Waiting.h"
 
 #include <QAbstractButton>
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QKeyEvent>
-#include <QPointer>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -387,6 +386,25 @@ TEST_F(AppTest, ASaverEndsOnInputOnlyOnceInputHasSettled)
     EXPECT_FALSE(settingsOpen()) << "a saver never opens the settings";
 }
 
+TEST_F(AppTest, ASaverThatWaitsGoesByTheSettingsOfTheMoment)
+{
+    configure(Mode::saver);
+    Settings::setIdleMinutes(5);
+    launch();
+    tickAfterIdle(120);
+    tickAfterIdle(120);
+    Settings::setIdleMinutes(3);
+    tickAfterIdle(120);
+    EXPECT_FALSE(m_app->isShowing());
+    Settings::setMode(Mode::desktop);
+    tickAfterIdle(200);
+    EXPECT_FALSE(m_app->isShowing());
+    Settings::setMode(Mode::saver);
+    Settings::setIdleMinutes(2);
+    tickAfterIdle(120);
+    EXPECT_TRUE(m_app->isShowing());
+}
+
 // Says how long ago there was input, and notes how often a timer of the program asks.
 class AskedIdleClock final : public QObject, public IdleClock
 {
@@ -396,8 +414,7 @@ public:
     double secondsIdle() override
     {
         ++timesAsked;
-        if (m_timer)
-            interval = m_timer->intervalAsDuration();
+        interval = m_intervalOfTimer;
         return seconds;
     }
 
@@ -408,13 +425,18 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (event->type() == QEvent::Timer)
-            m_timer = qobject_cast<QTimer *>(watched);
+        if (event->type() != QEvent::Timer)
+            return false;
+        const int id = static_cast<QTimerEvent *>(event)->timerId();
+        for (const auto &timer : QAbstractEventDispatcher::instance()->registeredTimers(watched)) {
+            if (timer.timerId == id)
+                m_intervalOfTimer = std::chrono::milliseconds(timer.interval);
+        }
         return false;
     }
 
 private:
-    QPointer<QTimer> m_timer; // that ran out last
+    std::chrono::milliseconds m_intervalOfTimer{0}; // that ran out last
 };
 
 class SaverOnItsOwn : public test::AppFixture

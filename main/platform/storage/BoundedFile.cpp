@@ -102,8 +102,13 @@ bool isMissing(const QString &path)
 
 FileStamp stampOf(const QString &path)
 {
+    return stampOf(QFile::encodeName(path).constData());
+}
+
+FileStamp stampOf(const char *nativePath)
+{
     struct stat status = {};
-    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+    if (::stat(nativePath, &status) != 0)
         return {};
     return stampFrom(status);
 }

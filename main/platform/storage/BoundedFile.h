@@ -50,5 +50,6 @@ struct BoundedRead
 
 // The stamp of the file at path now; one that equals no real file's when there is none.
 [[nodiscard]] FileStamp stampOf(const QString &path);
+[[nodiscard]] FileStamp stampOf(const char *nativePath);
 
 } // namespace corvella

@@ -1,5 +1,6 @@
 #include "platform/storage/DefaultsFile.h"
 
+#include <QFile>
 #include <QJsonDocument>
 
 #include <chrono>
@@ -84,6 +85,36 @@ DefaultsContent DefaultsReader::read(const QString &path)
     else
         m_settled.remove(path);
     return content;
+}
+
+bool DefaultsReader::isSettled(const QString &path, const FileStamp &stamp)
+{
+    const std::lock_guard guard(m_mutex);
+    const auto known = m_settled.constFind(path);
+    return known != m_settled.constEnd() && known->stamp == stamp;
+}
+
+DefaultsWatch::DefaultsWatch(DefaultsReader &reader, const QStringList &paths)
+    : m_reader(reader)
+{
+    for (const QString &path : paths)
+        m_files.push_back({.path = path, .nativePath = QFile::encodeName(path), .stamp = {}});
+}
+
+bool DefaultsWatch::mayHaveChanged()
+{
+    bool mayHave = false;
+    for (Watched &file : m_files) {
+        const FileStamp stamp = stampOf(file.nativePath.constData());
+        if (file.isSettled && stamp == file.stamp)
+            continue;
+        // What is read from now on is what is read here, or comes with another stamp.
+        (void)m_reader.read(file.path);
+        file.isSettled = m_reader.isSettled(file.path, stamp);
+        file.stamp = stamp;
+        mayHave = true;
+    }
+    return mayHave;
 }
 
 } // namespace corvella

@@ -10,6 +10,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 namespace corvella {
 
@@ -50,6 +51,9 @@ public:
     // The content at this moment: a change by anybody, finished before the call, is seen.
     [[nodiscard]] DefaultsContent read(const QString &path);
 
+    // Whether read() gives what it gave last for as long as the file has this stamp.
+    [[nodiscard]] bool isSettled(const QString &path, const FileStamp &stamp);
+
 private:
     static qint64 systemClock();
 
@@ -57,6 +61,31 @@ private:
     std::mutex m_mutex;
     // Guarded by m_mutex: only what its stamp proves unchanged.
     QHash<QString, DefaultsContent> m_settled;
+};
+
+// Tells whether files may have changed to who would read them several times a second, for the price
+// of a look at each on the disk. One thread.
+class DefaultsWatch
+{
+public:
+    // `reader`, with which the files are read, outlives the watch.
+    DefaultsWatch(DefaultsReader &reader, const QStringList &paths);
+
+    // Whether what is read from now on may differ from what was read after the last call. True at
+    // the first call, and for as long as nothing proves that it does not.
+    [[nodiscard]] bool mayHaveChanged();
+
+private:
+    struct Watched
+    {
+        QString path;
+        QByteArray nativePath;
+        FileStamp stamp;        // at the last look
+        bool isSettled = false; // what was read then holds for as long as the stamp stays
+    };
+
+    DefaultsReader &m_reader;
+    std::vector<Watched> m_files;
 };
 
 } // namespace corvella

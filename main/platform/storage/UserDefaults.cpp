@@ -160,6 +160,12 @@ bool UserDefaults::contains(const QString &key) const
     return !value(key).isUndefined();
 }
 
+DefaultsWatch UserDefaults::watch() const
+{
+    const Paths paths = this->paths();
+    return {m_reader, QStringList{paths.user} + paths.machine};
+}
+
 std::optional<QString> UserDefaults::string(const QString &key) const
 {
     const QJsonValue stored = value(key);

@@ -46,6 +46,8 @@ public:
     // All values in force.
     [[nodiscard]] QJsonObject values() const;
     [[nodiscard]] bool contains(const QString &key) const;
+    // Over every file that values may come from, by the environment of this moment.
+    [[nodiscard]] DefaultsWatch watch() const;
 
     // Typed looks at value(): none when it is absent or of another type. A wrongly typed value of
     // the user's still hides the machine's.

@@ -103,6 +103,56 @@ TEST_P(DefaultsReaderTest, TellsDamagedFromUnreadable)
     EXPECT_EQ(m_reader.read(m_home.config({})).state, DefaultsState::unreadable);
 }
 
+TEST_P(DefaultsReaderTest, HasItsWatchSeeEveryChangeOfAnyFile)
+{
+    const QString below = m_home.config(QStringLiteral("machine.json"));
+    DefaultsWatch watch(m_reader, {m_path, below});
+    EXPECT_TRUE(watch.mayHaveChanged()) << "nothing is known yet";
+    m_home.write(m_path, R"({"a": 1})");
+    EXPECT_TRUE(watch.mayHaveChanged());
+    m_home.write(m_path, R"({"a": 23})");
+    EXPECT_TRUE(watch.mayHaveChanged());
+    m_home.write(below, R"({"a": 1})");
+    EXPECT_TRUE(watch.mayHaveChanged());
+    ASSERT_TRUE(QFile::remove(m_path));
+    EXPECT_TRUE(watch.mayHaveChanged());
+}
+
+TEST(DefaultsWatchTest, IsCalmWhileNothingChanges)
+{
+    const test::TemporaryHome home;
+    const QString path = home.config(QStringLiteral("domain.json"));
+    DefaultsReader reader([] { return std::numeric_limits<qint64>::max(); });
+    DefaultsWatch watch(reader, {path, home.config(QStringLiteral("missing.json"))});
+    home.write(path, R"({"a": 1})");
+    EXPECT_TRUE(watch.mayHaveChanged());
+    EXPECT_FALSE(watch.mayHaveChanged());
+    EXPECT_FALSE(watch.mayHaveChanged());
+}
+
+// Another change within the same tick of the file system's clock could leave the stamp as it is.
+TEST(DefaultsWatchTest, TrustsNoFileThatHasJustBeenWritten)
+{
+    const test::TemporaryHome home;
+    const QString path = home.config(QStringLiteral("domain.json"));
+    DefaultsReader reader([] { return 0; });
+    DefaultsWatch watch(reader, {path});
+    home.write(path, R"({"a": 1})");
+    EXPECT_TRUE(watch.mayHaveChanged());
+    EXPECT_TRUE(watch.mayHaveChanged());
+}
+
+// It may be readable the next time, with the stamp that it has.
+TEST(DefaultsWatchTest, TrustsNoFileThatCannotBeRead)
+{
+    const test::TemporaryHome home;
+    home.write(home.config(QStringLiteral("domain.json/folder")), {});
+    DefaultsReader reader([] { return std::numeric_limits<qint64>::max(); });
+    DefaultsWatch watch(reader, {home.config(QStringLiteral("domain.json"))});
+    EXPECT_TRUE(watch.mayHaveChanged());
+    EXPECT_TRUE(watch.mayHaveChanged());
+}
+
 // The stamp of such a file often stays as it was: same inode, same size, within one tick of the
 // file system's clock.
 TEST(DefaultsReaderWithTheRealClockTest, SeesEveryEditInPlaceHoweverQuick)
