@@ -163,15 +163,18 @@ void App::buildMenus()
     m_menus->buildStatusItem(weakly(&App::applicationShouldHandleReopen));
 }
 
-StatusFacts App::statusFacts() const
+StatusFacts App::statusFacts()
 {
-    return {Settings::mode(),
-            m_showing,
-            m_armedWaiting,
-            Settings::offline(),
-            Settings::desktopActive(),
-            Settings::idleMinutes(),
-            Settings::refreshMinutes()};
+    // Asked for four times a second for months: values are made anew only when that may be needed.
+    if (m_settingsWatch.mayHaveChanged())
+        m_facts = {.mode = Settings::mode(),
+                   .isOffline = Settings::offline(),
+                   .isDesktopActive = Settings::desktopActive(),
+                   .idleMinutes = Settings::idleMinutes(),
+                   .refreshMinutes = Settings::refreshMinutes()};
+    m_facts.isShowing = m_showing;
+    m_facts.isArmedWaiting = m_armedWaiting;
+    return m_facts;
 }
 
 void App::startFromMenu()
@@ -558,12 +561,9 @@ void App::tickSaver()
 
 void App::showWhenIdle()
 {
-    // Four times a second for months: a program at rest makes its values anew only when it has to.
-    if (m_settingsWatch.mayHaveChanged())
-        m_wait = {.isForSaver = Settings::mode() == Mode::saver,
-                  .seconds = Settings::idleMinutes() * 60};
-    const bool waits = m_armedWaiting || m_wait.isForSaver;
-    if (!waits || !m_idleClock.isIdleFor(m_wait.seconds)) {
+    const StatusFacts facts = statusFacts();
+    const bool waits = facts.isArmedWaiting || facts.mode == Mode::saver;
+    if (!waits || !m_idleClock.isIdleFor(facts.idleMinutes * 60)) {
         m_foundNothingToShow = false;
         return;
     }

@@ -125,17 +125,11 @@ private:
 
         bool operator==(const Extent &) const = default;
     };
-    // For how long nobody must be there before the walls come up by themselves.
-    struct Wait
-    {
-        bool isForSaver = false; // also when nobody armed it
-        double seconds = 0;
-    };
     [[nodiscard]] static QList<Extent> extentsOf(const QList<Screen> &screens);
 
     void chooseAppearance();
     void buildMenus();
-    [[nodiscard]] StatusFacts statusFacts() const;
+    [[nodiscard]] StatusFacts statusFacts();
     void startFromMenu();
     void updateDesktopFromMenu();
     void decideWhatToShow(const CommandLine &commandLine);
@@ -178,7 +172,7 @@ private:
     const std::function<void()> m_sleepDisplays;
     const std::function<QDateTime()> m_now;
     DefaultsWatch m_settingsWatch;
-    Wait m_wait; // by the settings at the watch's last word
+    StatusFacts m_facts; // by the settings as of the watch's last word
     DarkPreference m_darkPreference;
     WorkQueue m_workQueue;
     QBasicTimer m_tick;
