@@ -405,6 +405,20 @@ TEST_F(AppTest, ASaverThatWaitsGoesByTheSettingsOfTheMoment)
     EXPECT_TRUE(m_app->isShowing());
 }
 
+// Until then it knows by heart that there are none.
+TEST_F(AppTest, AProgramAtRestGoesByTheSettingsThatItIsGiven)
+{
+    launch();
+    ASSERT_TRUE(QFile::remove(Settings::d().filePath()));
+    for (int i = 0; i < 3; ++i)
+        tickAfterIdle(200);
+    EXPECT_FALSE(m_app->isShowing());
+    configure(Mode::saver);
+    Settings::setIdleMinutes(3);
+    tickAfterIdle(200);
+    EXPECT_TRUE(m_app->isShowing());
+}
+
 // Says how long ago there was input, and notes how often a timer of the program asks.
 class AskedIdleClock final : public QObject, public IdleClock
 {

@@ -230,6 +230,20 @@ TEST_F(UserDefaultsTest, SeesTheWriteOfAnotherStoreAtOnceAndDoesNotUndoIt)
     EXPECT_EQ(other.integer(QStringLiteral("mine")), 3);
 }
 
+TEST_F(UserDefaultsTest, WatchesTheUsersFileAndTheMachines)
+{
+    DefaultsWatch watch = m_defaults.watch();
+    EXPECT_TRUE(watch.mayHaveChanged()) << "at first nobody knows";
+    EXPECT_FALSE(watch.mayHaveChanged());
+    m_home.write(m_machinePath, R"({"key": 1})");
+    EXPECT_TRUE(watch.mayHaveChanged());
+    ASSERT_TRUE(QFile::remove(m_machinePath));
+    EXPECT_TRUE(watch.mayHaveChanged());
+    EXPECT_FALSE(watch.mayHaveChanged());
+    store(R"({"key": 2})");
+    EXPECT_TRUE(watch.mayHaveChanged());
+}
+
 TEST_F(UserDefaultsTest, FallsBackToTheMachinesValue)
 {
     m_home.write(m_machinePath, R"({"key": 1, "machine": 2})");
