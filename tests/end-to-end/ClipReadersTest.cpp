@@ -64,6 +64,32 @@ protected:
             .size();
     }
 
+    // A clip whose decoder behaves like that never comes up, is given up after a while, and the
+    // other one plays on.
+    void isGivenUp(const QString &behaviour)
+    {
+        const test::SpedUpTime time(20); // a second is what twenty are
+        const QString hostile = m_program.clipPath(u"193"_s);
+        test::TestClip clip;
+        clip.width = clip.height = 176;
+        clip.write(hostile);
+        QFile file(hostile);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        m_program.addFile(u"193"_s, file.readAll());
+        time.take(m_program);
+        m_program.setVariable(u"LD_PRELOAD"_s,
+                              m_program.environment().value(u"LD_PRELOAD"_s) + u":"_s
+                                  + QStringLiteral(CORVELLA_HOSTILE_DECODER));
+        m_program.setVariable(u"HOSTILE_DECODER"_s, behaviour);
+        m_program.setVariable(u"HOSTILE_DECODER_WIDTH"_s, u"176"_s);
+        m_program.start();
+        ASSERT_TRUE(becomes([this] { return shows(1); }));
+        EXPECT_TRUE(becomes(
+            [this] { return complaints(u"193.mp4: what reads it does not answer"_s) == 1; }));
+        EXPECT_TRUE(becomes([this] { return readers().size() <= 2; })) << "the hostile one is gone";
+        EXPECT_TRUE(becomes([this] { return shows(1); }));
+    }
+
     test::VirtualDisplay m_display{kOnlyScreen.size()};
     test::ProgramUnderTest m_program;
 };
@@ -187,26 +213,12 @@ TEST_F(ClipReaders, AreThisBuildsThoughTheirFileIsGone)
 
 TEST_F(ClipReaders, ThatSpinAreGivenUp)
 {
-    const test::SpedUpTime time(20); // a second is what twenty are
-    const QString spinning = m_program.clipPath(u"193"_s);
-    test::TestClip clip;
-    clip.width = clip.height = 176;
-    clip.write(spinning);
-    QFile file(spinning);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    m_program.addFile(u"193"_s, file.readAll());
-    time.take(m_program);
-    m_program.setVariable(u"LD_PRELOAD"_s,
-                          m_program.environment().value(u"LD_PRELOAD"_s) + u":"_s
-                              + QStringLiteral(CORVELLA_HOSTILE_DECODER));
-    m_program.setVariable(u"HOSTILE_DECODER"_s, u"spin"_s);
-    m_program.setVariable(u"HOSTILE_DECODER_WIDTH"_s, u"176"_s);
-    m_program.start();
-    ASSERT_TRUE(becomes([this] { return shows(1); }));
-    EXPECT_TRUE(
-        becomes([this] { return complaints(u"193.mp4: what reads it does not answer"_s) == 1; }));
-    EXPECT_TRUE(becomes([this] { return readers().size() <= 2; })) << "the one that spins is gone";
-    EXPECT_TRUE(becomes([this] { return shows(1); }));
+    isGivenUp(u"spin"_s);
+}
+
+TEST_F(ClipReaders, ThatChatterInsteadAreGivenUp)
+{
+    isGivenUp(u"chatter"_s);
 }
 
 // As any other reason for which a clip does not play.

@@ -1,10 +1,13 @@
 // Preloaded into what reads clips: stands between it and FFmpeg's decoder. Where a picture is as
 // wide as HOSTILE_DECODER_WIDTH, the decoder does what HOSTILE_DECODER says, as one would that has
 // met a clip made to exploit it.
+#include "platform/video/ClipProtocol.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -57,19 +60,38 @@ int escape()
     return AVERROR(EPERM);
 }
 
+void sendToProgram(void *bytes, size_t count)
+{
+    iovec part{bytes, count};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    (void)!::sendmsg(corvella::kClipSocket, &message, MSG_NOSIGNAL);
+}
+
 // Writes to the program what is no message of its protocol.
 [[noreturn]] void babble()
 {
     char nonsense[1000];
     std::memset(nonsense, 'x', sizeof nonsense);
-    iovec part{nonsense, sizeof nonsense};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    (void)!::sendmsg(STDIN_FILENO, &message, MSG_NOSIGNAL);
+    sendToProgram(nonsense, sizeof nonsense);
     // To end by itself now would leave it to chance whether the program is in time to end it.
     for (;;)
         ::pause();
+}
+
+// Has a word for the log every five seconds instead of a picture.
+[[noreturn]] void chatter()
+{
+    using Clock = std::chrono::steady_clock;
+    corvella::ClipReply word;
+    word.kind = corvella::ClipReply::Kind::said;
+    std::strcpy(word.text.data(), "word");
+    for (;;) {
+        sendToProgram(&word, sizeof word);
+        const auto start = Clock::now();
+        while (Clock::now() - start < std::chrono::seconds(5)) {} // it is not let sleep
+    }
 }
 
 int misbehave(const char *how)
@@ -82,6 +104,8 @@ int misbehave(const char *how)
         return eatMemory();
     if (std::strcmp(how, "escape") == 0)
         return escape();
+    if (std::strcmp(how, "chatter") == 0)
+        chatter();
     babble();
 }
 

@@ -66,20 +66,28 @@ constexpr mode_t kPermissionBits = 07777;
 constexpr size_t kGather = size_t{1} << 20; // bytes to write at once
 const QString kTemporarySuffix = QStringLiteral(".tmp");
 
-// Opens the temporary file for this writer alone, emptied of what a crash may have left in it;
-// closed on failure, with errno set. It must not be truncated before it is locked: until then it is
-// another writer's.
+// Makes the temporary file for this writer alone; closed on failure, with errno set. One that is
+// there is another writer's until it is locked. Then a crash has left it, or somebody else has put
+// it there, and it is none to write to: it may have another owner, or another name.
 FileDescriptor openAlone(const QByteArray &name, mode_t mode)
 {
+    constexpr int kFlags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     for (;;) {
-        FileDescriptor file(::open(name.constData(),
-                                   O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode));
-        if (!file.isOpen())
-            return file;
-        if (!lockAlone(file.get()) && !areLocksUnknown(errno))
+        FileDescriptor file(::open(name.constData(), kFlags | O_CREAT | O_EXCL, mode));
+        const bool isNew = file.isOpen();
+        if (!isNew && errno == EEXIST) {
+            file = FileDescriptor(::open(name.constData(), kFlags));
+            if (!file.isOpen() && errno == ENOENT)
+                continue; // its writer has just put it in place
+        }
+        if (!file.isOpen() || (!lockAlone(file.get()) && !areLocksUnknown(errno)))
             return FileDescriptor();
-        if (isStillNamed(file.get(), name))
-            return ::ftruncate(file.get(), 0) == 0 ? std::move(file) : FileDescriptor();
+        if (!isStillNamed(file.get(), name))
+            continue;
+        if (isNew)
+            return file;
+        if (::unlink(name.constData()) != 0)
+            return FileDescriptor();
     }
 }
 

@@ -27,7 +27,7 @@ msghdr message(iovec &part)
 
 template <typename Message>
 requires std::is_trivially_copyable_v<Message>
-bool sendWhole(int socket, const Message &content, int file)
+bool sendWhole(int socket, const Message &content, int file, int flags = 0)
 {
     iovec part{const_cast<Message *>(&content), sizeof content};
     msghdr whole = message(part);
@@ -43,7 +43,7 @@ bool sendWhole(int socket, const Message &content, int file)
     }
     ssize_t sent = -1;
     do
-        sent = ::sendmsg(socket, &whole, MSG_NOSIGNAL);
+        sent = ::sendmsg(socket, &whole, MSG_NOSIGNAL | flags);
     while (sent < 0 && errno == EINTR);
     return sent == static_cast<ssize_t>(sizeof content);
 }
@@ -97,7 +97,7 @@ bool sendMessage(int socket, const ReaderAnswer &answer)
 
 bool sendMessage(int socket, const ClipRequest &request, int file)
 {
-    return sendWhole(socket, request, file);
+    return sendWhole(socket, request, file, MSG_DONTWAIT);
 }
 
 bool sendMessage(int socket, const ClipReply &reply)
@@ -105,15 +105,21 @@ bool sendMessage(int socket, const ClipReply &reply)
     return sendWhole(socket, reply, -1);
 }
 
-bool waitForMessage(int socket, int seconds, const std::stop_token &stop)
+bool Patience::waitForMessage(int socket, const std::stop_token &stop)
 {
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::milliseconds;
     pollfd events{socket, POLLIN, 0};
-    for (int second = 0; second < seconds; ++second) {
-        if (::poll(&events, 1, 1000) > 0)
+    do {
+        const auto longest = std::min<std::chrono::nanoseconds>(m_left, std::chrono::seconds(1));
+        const auto start = Clock::now();
+        const bool isThere =
+            ::poll(&events, 1, static_cast<int>(std::chrono::ceil<milliseconds>(longest).count()))
+            > 0;
+        m_left -= std::min<std::chrono::nanoseconds>(Clock::now() - start, longest);
+        if (isThere)
             return true;
-        if (stop.stop_requested())
-            return false;
-    }
+    } while (m_left > std::chrono::nanoseconds(0) && !stop.stop_requested());
     return false;
 }
 

@@ -7,6 +7,7 @@
 #include "platform/video/Picture.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <stop_token>
@@ -85,17 +86,31 @@ struct ClipReply
 // Sends one message, with a file where one is given. False where nobody listens any more.
 [[nodiscard]] bool sendMessage(int socket, const ReaderOrder &order, int file);
 [[nodiscard]] bool sendMessage(int socket, const ReaderAnswer &answer);
+// Does not wait for a reader that takes none any more, which may be on purpose: false then, too.
 [[nodiscard]] bool sendMessage(int socket, const ClipRequest &request, int file = -1);
 [[nodiscard]] bool sendMessage(int socket, const ClipReply &reply);
 
-// A picture takes milliseconds. Seconds are counted one by one, so that a machine that sleeps or a
-// program that is stopped for a while counts as one of them.
+// A picture takes milliseconds.
 inline constexpr int kPatienceSeconds = 20;
 
-// Waits for a message or the end. False when the other side has been at work for longer than that,
-// or for a second where it is not waited for any more.
-[[nodiscard]] bool waitForMessage(int socket, int seconds = kPatienceSeconds,
-                                  const std::stop_token &stop = {});
+// How long the other side is waited for, however many messages it sends meanwhile. A wait counts
+// second by second, so that a machine that sleeps or a program that is stopped for a while counts
+// as one of them.
+class Patience
+{
+public:
+    explicit Patience(int seconds = kPatienceSeconds)
+        : m_left(std::chrono::seconds(seconds))
+    {
+    }
+
+    // Waits for a message or the end. False when the other side has been at work for longer than
+    // that, or for a second where it is not waited for any more.
+    [[nodiscard]] bool waitForMessage(int socket, const std::stop_token &stop = {});
+
+private:
+    std::chrono::nanoseconds m_left;
+};
 
 // The next message; waits for it. nullopt at the end, and for what is no such message. What goes to
 // the program comes without files: one that is sent all the same is dropped by the kernel.

@@ -80,7 +80,8 @@ ClipSource::Opened ClipSource::open(const QString &path, std::stop_token stop)
     request.kind = ClipRequest::Kind::open;
     // A reader that is gone already is found out about by its reply.
     (void)sendMessage(clip->m_reader.socket(), request, std::get<FileDescriptor>(file).get());
-    const auto opened = clip->reply();
+    Patience patience;
+    const auto opened = clip->reply(patience);
     if (const auto *error = std::get_if<ClipError>(&opened))
         return *error;
     const auto &reply = std::get<ClipReply>(opened);
@@ -105,12 +106,13 @@ std::variant<VideoFrame, ClipError> ClipSource::next(QSize bounds)
     if (wanted.rewinds != 0)
         m_lastStart = MediaTime(0);
     (void)sendMessage(m_reader.socket(), wanted);
-    auto answer = reply();
+    Patience patience;
+    auto answer = reply(patience);
     if (const auto *reply = std::get_if<ClipReply>(&answer);
         reply && reply->kind == ClipReply::Kind::wantsBuffer) {
         if (!lendBuffer(*index, reply->bytes))
             return noMemory();
-        answer = this->reply();
+        answer = this->reply(patience);
     }
     if (auto *error = std::get_if<ClipError>(&answer))
         return std::move(*error);
@@ -126,11 +128,11 @@ std::variant<VideoFrame, ClipError> ClipSource::next(QSize bounds)
     return frame;
 }
 
-std::variant<ClipReply, ClipError> ClipSource::reply()
+std::variant<ClipReply, ClipError> ClipSource::reply(Patience &patience)
 {
     // What is said before a picture is little; a reader that does nothing else is not waited for.
     for (qsizetype lines = 0; lines <= kMostLines; ++lines) {
-        if (!waitForMessage(m_reader.socket()))
+        if (!patience.waitForMessage(m_reader.socket()))
             return ClipError{QStringLiteral("what reads it does not answer")};
         const std::optional<ClipReply> reply = receiveReply(m_reader.socket());
         if (!reply)

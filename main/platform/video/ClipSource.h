@@ -42,7 +42,7 @@ private:
     ClipSource(ReaderProcess reader, std::stop_token stop);
 
     // What the reader has to say next, other than for the log.
-    [[nodiscard]] std::variant<ClipReply, ClipError> reply();
+    [[nodiscard]] std::variant<ClipReply, ClipError> reply(Patience &patience);
     // Gives the reader memory for a picture.
     [[nodiscard]] bool lendBuffer(uint32_t index, uint64_t bytes);
     // A buffer whose last picture is gone; none where all are in use.

@@ -152,7 +152,7 @@ std::optional<ReaderAnswer> ReaderStarter::ask(const ReaderOrder &order, int fil
     const std::lock_guard lock(m_conversation, std::adopt_lock);
     std::optional<ReaderAnswer> answer;
     if (!m_isLost && sendMessage(m_socket.get(), order, file)
-        && waitForMessage(m_socket.get(), patienceSeconds, stop))
+        && Patience(patienceSeconds).waitForMessage(m_socket.get(), stop))
         answer = receiveAnswer(m_socket.get());
     m_isLost = !answer;
     return answer;

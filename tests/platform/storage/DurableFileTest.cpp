@@ -110,6 +110,29 @@ TEST_F(DurableFileTest, WritesThroughNoLinkThatStandsAtTheTemporaryName)
     EXPECT_EQ(m_home.read(foreign), QByteArray("theirs"));
 }
 
+TEST_F(DurableFileTest, WritesToNoFileThatStandsAtTheTemporaryName)
+{
+    const QByteArray theirs = QFile::encodeName(m_home.path(QStringLiteral("theirs")));
+    const QByteArray temporary = QFile::encodeName(m_path + QStringLiteral(".tmp"));
+    const OtherOwner other;
+    m_home.write(QFile::decodeName(theirs), "theirs");
+    ASSERT_EQ(::chown(theirs.constData(), other.user, other.group), 0);
+    ASSERT_EQ(::chmod(theirs.constData(), 0666), 0);
+    ASSERT_EQ(::link(theirs.constData(), temporary.constData()), 0);
+    EXPECT_TRUE(DurableFile::write(m_path, "ours").isOk());
+    EXPECT_EQ(m_home.read(QFile::decodeName(theirs)), QByteArray("theirs"));
+    EXPECT_EQ(m_home.read(m_path), QByteArray("ours"));
+
+    ASSERT_TRUE(QFile::remove(m_path));
+    ASSERT_EQ(::rename(theirs.constData(), temporary.constData()), 0);
+    EXPECT_TRUE(DurableFile::write(m_path, "ours").isOk());
+    struct stat status = {};
+    ASSERT_EQ(::stat(QFile::encodeName(m_path).constData(), &status), 0);
+    EXPECT_EQ(status.st_uid, ::geteuid());
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+}
+
 TEST_F(DurableFileTest, ReplacesWhatASymbolicLinkPointsTo)
 {
     const QString real = m_home.path(QStringLiteral("real"));
