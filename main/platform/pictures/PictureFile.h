@@ -12,7 +12,7 @@ namespace corvella {
 [[nodiscard]] QImage readPicture(const QString &file, Failure &failure);
 
 // A still, likewise. It comes from the imagery host, which may have sent anything: no more is read
-// than a PNG or a JPEG of a still's size, without what is in it besides its pixels.
+// than a PNG or a JPEG of a still's size, and of a PNG nothing besides its pixels.
 [[nodiscard]] QImage readStill(const QString &file, Failure &failure);
 // The same with what is in the file.
 [[nodiscard]] QImage stillIn(const QByteArray &bytes, Failure &failure);
