@@ -59,8 +59,8 @@ sub check {
     # Wherever else a text begins as messages do.
     expect($source, $_, 1) for grep { /^(?:$subjects): ./ } $code =~ /$literal/g;
     # Reasons. Two are never told.
-    return unless $source =~ m{/(?:HttpSession|RemoteImagery|ClipSource|FrameQueue|ReaderProcess|ClipDecoder|FFmpegClip|UpdatePreparation|Installation)\.cpp$};
-    for my $reason ($code =~ /(?:ClipError\{|EndOfLap\{|complaint = |\.reason = |fault\(\s*UpdateFault::\w+,\s*(?:[\w.]+ \+ )?|complain\(\w+, |silence = |return )$literal/g) {
+    return unless $source =~ m{/(?:HttpSession|RemoteImagery|ClipSource|FrameQueue|ReaderProcess|ClipDecoder|FFmpegClip|UpdatePreparation|Installation|PictureFile)\.cpp$};
+    for my $reason ($code =~ /(?:ClipError\{|EndOfLap\{|complaint = |failure = |\.reason = |fault\(\s*UpdateFault::\w+,\s*(?:[\w.]+ \+ )?|complain\(\w+, |silence = |return )$literal/g) {
         $reasons++;
         expect($source, $reason) unless $reason =~ /^(?:cancelled|checked less than a day ago)$/;
     }

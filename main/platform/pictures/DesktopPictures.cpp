@@ -3,8 +3,8 @@
 #include "log.h"
 #include "platform/pictures/DesktopChoice.h"
 #include "platform/pictures/DesktopPicturesPortal.h"
-#include "platform/pictures/FittedPicture.h"
 #include "platform/pictures/PictureBackEnds.h"
+#include "platform/pictures/PictureFile.h"
 #include "platform/pictures/RememberedState.h"
 #include "platform/pictures/RootPixmap.h"
 #include "platform/pictures/ServiceCall.h"
@@ -133,7 +133,7 @@ public:
             if (files[i] && !QFileInfo(*files[i]).isReadable())
                 failures[i] = QStringLiteral("there is no file ") + *files[i];
             else if (files[i])
-                (void)readPicture(*files[i], failures[i]);
+                (void)readStill(*files[i], failures[i]);
             if (failures[i])
                 there[i].reset();
         }

@@ -1,6 +1,7 @@
 #include "platform/pictures/DesktopChoice.h"
 #include "platform/pictures/FittedPicture.h"
 #include "platform/pictures/PictureBackEnds.h"
+#include "platform/pictures/PictureFile.h"
 #include "platform/pictures/RememberedState.h"
 #include "platform/pictures/RootPixmap.h"
 #include "platform/storage/DurableFile.h"
@@ -51,21 +52,7 @@ public:
     QList<Failure> show(const QList<PictureScreen> &screens,
                         const QList<std::optional<QString>> &files) override
     {
-        x11::RootPixmap root;
-        if (!root.isUsable())
-            return QList<Failure>(screens.size(), noServer());
-        QImage canvas = presentCanvas(root);
-        QList<Failure> failures(screens.size());
-        {
-            QPainter painter(&canvas);
-            for (qsizetype i = 0; i < screens.size(); ++i) {
-                if (files[i])
-                    failures[i] = drawFitted(painter, *files[i], screens[i].place);
-            }
-        }
-        if (const Failure failure = root.setPicture(canvas))
-            return QList<Failure>(screens.size(), failure);
-        return failures;
+        return draw(screens, files, readStill);
     }
 
     void putBack(const QList<PictureScreen> &screens, const QStringList &texts) override
@@ -76,7 +63,7 @@ public:
         for (qsizetype i = 0; i < std::min(screens.size(), texts.size()); ++i)
             files[i] = fileOfUrl(texts[i]);
         if (files.count(std::nullopt) < files.size())
-            (void)show(screens, files);
+            (void)draw(screens, files, readPicture);
     }
 
 private:
@@ -96,6 +83,28 @@ private:
         (void)StandardFolders::make(m_folder);
         const FileResult result = DurableFile::write(keptFile(), png.data());
         return result.isOk() ? Failure() : Failure(result.reason);
+    }
+
+    static QList<Failure> draw(const QList<PictureScreen> &screens,
+                               const QList<std::optional<QString>> &files,
+                               QImage (*readFile)(const QString &, Failure &))
+    {
+        x11::RootPixmap root;
+        if (!root.isUsable())
+            return QList<Failure>(screens.size(), noServer());
+        QImage canvas = presentCanvas(root);
+        QList<Failure> failures(screens.size());
+        {
+            QPainter painter(&canvas);
+            for (qsizetype i = 0; i < screens.size(); ++i) {
+                const QImage picture = files[i] ? readFile(*files[i], failures[i]) : QImage();
+                if (!picture.isNull())
+                    drawFitted(painter, picture, screens[i].place);
+            }
+        }
+        if (const Failure failure = root.setPicture(canvas))
+            return QList<Failure>(screens.size(), failure);
+        return failures;
     }
 
     // What is there, so that a screen that gets no picture keeps its own.

@@ -1,6 +1,5 @@
 #include "platform/pictures/FittedPicture.h"
 
-#include <QImageReader>
 #include <QPainter>
 
 namespace corvella {
@@ -13,32 +12,14 @@ QRect fittedRect(QSize picture, const QRect &place)
     return fitted;
 }
 
-QImage readPicture(const QString &file, Failure &failure)
+void drawFitted(QPainter &painter, const QImage &picture, const QRect &place)
 {
-    // Several large screens in one picture are more than Qt allows by itself.
-    constexpr int kMegabytes = 1024;
-    QImageReader::setAllocationLimit(kMegabytes);
-    QImageReader reader(file);
-    reader.setDecideFormatFromContent(true);
-    QImage picture = reader.read();
-    if (picture.isNull())
-        failure = reader.errorString();
-    return picture;
-}
-
-Failure drawFitted(QPainter &painter, const QString &file, const QRect &place)
-{
-    Failure failure;
-    const QImage picture = readPicture(file, failure);
-    if (failure)
-        return failure;
     painter.fillRect(place, Qt::black);
     const QRect fitted = fittedRect(picture.size(), place);
     // Qt's painter alone takes too few of a large picture's pixels into account.
     painter.drawImage(
         fitted.topLeft(),
         picture.scaled(fitted.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    return {};
 }
 
 } // namespace corvella

@@ -1,6 +1,7 @@
 #include "platform/pictures/SpannedPicture.h"
 
 #include "platform/pictures/FittedPicture.h"
+#include "platform/pictures/PictureFile.h"
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/StandardFolders.h"
 
@@ -128,9 +129,10 @@ QList<Failure> SpannedPicture::compose(const QList<PictureScreen> &screens,
     {
         QPainter painter(&image);
         for (qsizetype i = 0; i < screens.size(); ++i) {
-            if (files[i])
-                failures[i] = drawFitted(painter, *files[i], canvas.places[i]);
-            if (!files[i] || failures[i])
+            const QImage still = files[i] ? readStill(*files[i], failures[i]) : QImage();
+            if (!still.isNull())
+                drawFitted(painter, still, canvas.places[i]);
+            else
                 drawBackdrop(painter, screens[i].name, canvas.places[i], canvas, backdrop);
         }
     }

@@ -79,6 +79,15 @@ TEST_F(SessionPictures, AFileThatIsOnlyPartOfAPictureIsNotShown)
     EXPECT_EQ(present(*m_pictures).first(), QString());
 }
 
+TEST_F(SessionPictures, AFileThatIsNoStillIsNotShown)
+{
+    const QString other = picture(u"a"_s, kRed);
+    ASSERT_TRUE(QImage(other).save(other, "BMP"));
+    EXPECT_EQ(show(*m_pictures, {other, picture(u"b"_s, kBlue)}),
+              (QList<Failure>{u"neither a PNG nor an ordinary JPEG"_s, Failure()}));
+    EXPECT_EQ(present(*m_pictures).first(), QString());
+}
+
 TEST_F(SessionPictures, FollowsADesktopThatStartsLater)
 {
     EXPECT_EQ(show(*m_pictures, {picture(u"a"_s, kRed), std::nullopt}), m_noFailures);
