@@ -122,6 +122,18 @@ TEST_F(SystemCalls, AtWhichThePowerFailsLeaveAMachineOfflineWhoseSettingsAreDama
     EXPECT_GT(call, 3); // a second name, a file written and flushed, and renamed
 }
 
+TEST_F(SystemCalls, ThatAreInterruptedTakeNoLineWithThem)
+{
+    m_program.addClip(u"171"_s, 1, 1);
+    m_program.configure({{u"offline"_s, true}});
+    test::failEachCall(
+        m_program, {100, "write EINTR"}, [&] { EXPECT_EQ(run({u"--refresh"_s}), 0); },
+        [&](const std::string & /*when*/) {
+            EXPECT_EQ(words(), "corvella: offline or read-only, not refreshing the cache\n");
+            return "told";
+        });
+}
+
 TEST_F(SystemCalls, ThatFailAtTheStartOfAWallLoseNothing)
 {
     m_program.configureWall();
