@@ -3,6 +3,7 @@
 #include <QByteArray>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <string_view>
 
@@ -29,7 +30,9 @@ void log(const QString &message)
     // From outside, as in the id of a product; a message is one line.
     text.replace('\n', ' ').replace('\0', ' ');
     const QByteArray line = "corvella: " + text + '\n';
-    std::fputs(line.constData(), stderr);
+    // A signal that comes meanwhile must not take the line with it.
+    while (std::fputs(line.constData(), stderr) == EOF && errno == EINTR)
+        std::clearerr(stderr);
 
     // Sent as a binary field, not through a format, so that a per cent sign is only itself.
     const QByteArray field = "MESSAGE=" + text;

@@ -1,10 +1,12 @@
-// The two builds that tests update from and to, as their makers bundle, install and announce them.
+// The builds that tests update from and to, as their makers bundle, install and announce them.
 // Main thread only.
 #pragma once
 
 #include "support/ProgramUnderTest.h"
 
+#include <QCryptographicHash>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 
 #include <gtest/gtest.h>
@@ -20,11 +22,24 @@ inline void shell(const test::ProgramUnderTest &program, const QStringList &word
     test::run({words.first(), words.mid(1), program.environment(), program.home()});
 }
 
-// Lays the second build into a folder that is served at this address, and announces it there.
-inline void announceSecondBuild(const test::ProgramUnderTest &program, const QString &folder,
-                                const QString &url)
+// Makes one more build, beside those that are there already.
+inline void makeBuild(const test::ProgramUnderTest &program, const QString &folder, int build)
 {
-    const QDir made(kUpdates + QStringLiteral("/served-2"));
+    test::ChildProcess maker(
+        {QStringLiteral(CORVELLA_MAKE_BUILDS),
+         {QStringLiteral(CORVELLA_BUILD_TREE), QStringLiteral(CORVELLA_UPDATABLE), kKey, folder,
+          QString::number(build)},
+         program.environment(),
+         program.home()});
+    // It packs as tightly as can be.
+    EXPECT_EQ(maker.exitStatus(10 * test::kGenerous), 0) << maker.errors().toStdString();
+}
+
+// Lays a build, of which this is what its maker serves, into a folder that is served at this
+// address, and announces it there.
+inline void announceBuild(const test::ProgramUnderTest &program, const QDir &made,
+                          const QString &folder, const QString &url)
+{
     const QDir served(folder);
     EXPECT_TRUE(served.mkpath(QStringLiteral(".")));
     for (const QString &name : made.entryList({QStringLiteral("*.tar.gz")}))
@@ -38,6 +53,12 @@ inline void announceSecondBuild(const test::ProgramUnderTest &program, const QSt
     shell(program,
           {kPackaging + QStringLiteral("/sign-feed"), QStringLiteral("--key"), kKey,
            QStringLiteral("--out"), folder});
+}
+
+inline void announceSecondBuild(const test::ProgramUnderTest &program, const QString &folder,
+                                const QString &url)
+{
+    announceBuild(program, QDir(kUpdates + QStringLiteral("/served-2")), folder, url);
 }
 
 // Installs the first build there, from its bundle, and lets the program be started from there.
@@ -57,6 +78,49 @@ inline void installFirstBuild(test::ProgramUnderTest &program, const QString &pr
 inline int currentBuild(const QString &prefix)
 {
     return QFileInfo(QFile::symLinkTarget(prefix + QStringLiteral("/current"))).fileName().toInt();
+}
+
+// All files below a folder with what they hold.
+inline QMap<QString, QByteArray> contentOf(const QString &folder)
+{
+    QMap<QString, QByteArray> content;
+    QDirIterator files(folder, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        QCryptographicHash hash(QCryptographicHash::Sha1);
+        hash.addData(&file);
+        content.insert(QDir(folder).relativeFilePath(file.fileName()), hash.result());
+    }
+    return content;
+}
+
+// Whether an installed build holds what was made.
+inline void expectWhole(const QString &installed, const QString &made)
+{
+    QMap<QString, QByteArray> content = contentOf(installed);
+    content.remove(QStringLiteral(".signature"));
+    EXPECT_EQ(content, contentOf(made));
+    EXPECT_GT(content.size(), 5);
+}
+
+// The arguments of the process that runs this build of a copy; none when there is none.
+inline std::optional<QStringList> running(const QString &prefix, int build)
+{
+    const QString executable = prefix + QStringLiteral("/%1/bin/corvella").arg(build);
+    for (const QString &id :
+         QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
+        const QString folder = QStringLiteral("/proc/") + id;
+        if (QFile::symLinkTarget(folder + QStringLiteral("/exe")) != executable)
+            continue;
+        QFile file(folder + QStringLiteral("/cmdline"));
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        QStringList words = QString::fromLocal8Bit(file.readAll()).split(QChar(u'\0'));
+        words.removeLast();
+        return words.mid(1);
+    }
+    return std::nullopt;
 }
 
 } // namespace corvella

@@ -122,6 +122,18 @@ TEST_F(SystemCalls, AtWhichThePowerFailsLeaveAMachineOfflineWhoseSettingsAreDama
     EXPECT_GT(call, 3); // a second name, a file written and flushed, and renamed
 }
 
+TEST_F(SystemCalls, ThatAreInterruptedTakeNoLineWithThem)
+{
+    m_program.addClip(u"171"_s, 1, 1);
+    m_program.configure({{u"offline"_s, true}});
+    test::failEachCall(
+        m_program, {100, "write EINTR"}, [&] { EXPECT_EQ(run({u"--refresh"_s}), 0); },
+        [&](const std::string & /*when*/) {
+            EXPECT_EQ(words(), "corvella: offline or read-only, not refreshing the cache\n");
+            return "told";
+        });
+}
+
 TEST_F(SystemCalls, ThatFailAtTheStartOfAWallLoseNothing)
 {
     m_program.configureWall();
@@ -146,7 +158,8 @@ TEST_F(SystemCalls, ThatFailAtTheStartOfAWallLoseNothing)
             const QStringList lines = m_program.process().errorLines();
             if (usual.isEmpty())
                 usual = lines;
-            EXPECT_FALSE(lines.isEmpty()) << "not a word";
+            EXPECT_TRUE(lines.contains(kPlaying) || test::saysMoreThan(usual, lines))
+                << "not a word of why: " << words().toStdString();
             // From what lies there as it lay there, the next start is one that was seen already.
             if (content() != before) {
                 EXPECT_EQ(run(command), 0);

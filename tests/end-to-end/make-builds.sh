@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# make-builds.sh BUILD PROGRAM OUT: two builds of the program with different numbers, as two releases are, from one build
-# tree: OUT/1 and OUT/2. Every program and library of theirs differs, so that a mixture could be told. Beside them lies
-# what their maker would serve, OUT/served-1 and OUT/served-2, signed with OUT/key.pem.
+# make-builds.sh TREE PROGRAM KEY.pem OUT NUMBER...: builds of the program with these numbers, as releases are, from one
+# build tree: OUT/NUMBER. Every program and library of theirs differs, so that a mixture could be told. Beside each lies
+# what its maker would serve, OUT/served-NUMBER, signed with the key.
 set -euo pipefail
 packaging=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../packaging" && pwd)
-tree=$1 program=$2 out=$3
-rm -rf "$out"/{1,2,served-1,served-2}
+tree=$1 program=$2 key=$3 out=$4
+shift 4
 echo 'Sharper loops & <more>' >"$out/notes"
-for build in 1 2; do
+for build; do
     folder=$out/$build
+    rm -rf "$folder" "$out/served-$build"
     mkdir -p "$folder/bin" "$folder/lib/corvella" "$folder/share"
     cp -R "$tree/share/corvella" "$folder/share/"
     sed -i -E "s/(\"version\": )\"[^\"]*\"/\\1\"1.$build.0\"/; s/(\"build\": )[0-9]+/\\1$build/" \
@@ -22,6 +23,6 @@ for build in 1 2; do
         objcopy --add-section .build="$folder/which" "$file"
     done
     rm "$folder/which"
-    "$packaging/make-update" --tree "$folder" --key "$out/key.pem" --url https://updates.example --notes "$out/notes" \
+    "$packaging/make-update" --tree "$folder" --key "$key" --url https://updates.example --notes "$out/notes" \
         --out "$out/served-$build"
 done

@@ -4,10 +4,16 @@
 //   DISK_FAULTS_KILL_AT  the call that changes the disk (from 1) at which the power goes: a write
 //                        gets half of its bytes out first, files that were not flushed lose their
 //                        content, and the program is killed
+//   DISK_FAULTS_POWER    the same at a moment that a test chooses meanwhile: a file of its that
+//   holds
+//                        the number of calls (DiskFaultsPower) that are left, of whichever process;
+//                        with the process its group is killed
 //   DISK_FAULTS_ROOM     bytes that may be written before the disk is full
 //   DISK_FAULTS_NO_LOCKS the file system knows none
 //   DISK_FAULTS_REPORT   a file to leave the number of calls and of bytes in at the end
 // One call at a time, whichever thread it comes from.
+#include "support/DiskFaultsPower.h"
+
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -20,10 +26,13 @@
 #include <set>
 #include <string>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 namespace {
+
+using corvella::test::DiskFaultsPower;
 
 const char *folder()
 {
@@ -67,18 +76,35 @@ std::set<std::string> &unflushed()
     return paths;
 }
 
+// What a test shares; none where it does not.
+DiskFaultsPower *power()
+{
+    static DiskFaultsPower *const power = []() -> DiskFaultsPower * {
+        const char *path = std::getenv("DISK_FAULTS_POWER");
+        const int file = path ? open(path, O_RDWR | O_CLOEXEC) : -1;
+        if (file < 0)
+            return nullptr;
+        void *mapped =
+            mmap(nullptr, sizeof(DiskFaultsPower), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        close(file);
+        return mapped == MAP_FAILED ? nullptr : static_cast<DiskFaultsPower *>(mapped);
+    }();
+    return power;
+}
+
 // Whether this is the call at which the power goes.
 bool powerFails()
 {
     static const long at = number("DISK_FAULTS_KILL_AT", LONG_MAX);
-    return ++calls == at;
+    return ++calls == at || (power() && --power()->callsLeft == 0);
 }
 
 void losePower()
 {
     for (const std::string &path : unflushed())
         (void)!truncate(path.c_str(), 0);
-    raise(SIGKILL);
+    kill(power() ? 0 : getpid(), SIGKILL);
+    pause(); // until it has come
 }
 
 template <typename Function> Function original(const char *name)

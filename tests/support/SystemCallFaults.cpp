@@ -318,4 +318,10 @@ void failEachCall(ProgramUnderTest &program, const FaultChoice &choice,
     std::cout << std::endl;
 }
 
+bool saysMoreThan(const QStringList &usual, const QStringList &lines)
+{
+    return std::any_of(lines.begin(), lines.end(),
+                       [&usual](const QString &line) { return !usual.contains(line); });
+}
+
 } // namespace corvella::test

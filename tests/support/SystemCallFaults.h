@@ -5,7 +5,7 @@
 #include "platform/storage/FileDescriptor.h"
 
 #include <QList>
-#include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 #include <functional>
@@ -95,5 +95,8 @@ struct FaultChoice
 void failEachCall(ProgramUnderTest &program, const FaultChoice &choice,
                   const std::function<void()> &attempt,
                   const std::function<std::string(const std::string &when)> &judge);
+
+// Whether a line is among these that a run without faults does not write.
+[[nodiscard]] bool saysMoreThan(const QStringList &usual, const QStringList &lines);
 
 } // namespace corvella::test

@@ -106,6 +106,14 @@ FileResult Installation::makeWorkFolder() const
     return {};
 }
 
+bool Installation::hasSuccessor() const
+{
+    const QStringList names = QDir(m_prefix).entryList(QDir::Dirs | QDir::NoSymLinks);
+    const qint64 last = std::max(m_identity->build, failedBuild());
+    return std::any_of(names.begin(), names.end(),
+                       [last](const QString &name) { return buildIn(name) > last; });
+}
+
 FileResult Installation::publish(qint64 build) const
 {
     QDir(folderOf(build)).removeRecursively();

@@ -50,6 +50,8 @@ public:
     // Has the work folder there. Fails where nobody but us must be able to write and others can, or
     // where we cannot.
     FileResult makeWorkFolder() const;
+    // Whether a build was published to follow this one, and was not put back.
+    [[nodiscard]] bool hasSuccessor() const;
     // Gives a staged build its final name, durably; an older one of that name goes.
     FileResult publish(qint64 build) const;
     // Makes another build the one that is started, on trial; ours becomes the one before it.

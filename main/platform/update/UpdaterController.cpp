@@ -126,9 +126,12 @@ void UpdaterController::check(Asked asked)
     m_isAskedMeanwhile = false;
     m_preparation = newPreparation();
     const CheckKind kind = asked == Asked::byHand ? CheckKind::byHand : CheckKind::automatic;
+    // A program that was killed no longer knows of what lay ready, which does not wait for
+    // tomorrow.
     m_background.run(
-        [preparation = m_preparation, kind, atOnce = asked != Asked::daily] {
-            return preparation->find(kind, atOnce);
+        [preparation = m_preparation, installation = m_installation, kind,
+         atOnce = asked != Asked::daily, knowsFeed = m_knowsFeed] {
+            return preparation->find(kind, atOnce || (!knowsFeed && installation.hasSuccessor()));
         },
         [this, asked](const UpdatePreparation::Finding &finding) { found(asked, finding); });
 }
@@ -145,6 +148,7 @@ void UpdaterController::found(Asked asked, const UpdatePreparation::Finding &fin
         fail(finding.result);
         return;
     }
+    m_knowsFeed = true;
     m_lastComplaint.clear();
     const bool isKnownToFail = finding.item && finding.item->build == m_unusableBuild;
     if (!finding.item || (isKnownToFail && asked != Asked::byHand)) {

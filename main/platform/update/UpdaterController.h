@@ -107,6 +107,7 @@ private:
     QTimer m_hourly;
     BackgroundWork m_background{1};
     std::shared_ptr<UpdatePreparation> m_preparation; // what is under way
+    bool m_knowsFeed = false;                         // since the program was started
     bool m_isAskedMeanwhile = false; // somebody asks while an automatic check is under way
     std::optional<AppcastItem> m_offer;
     std::optional<Ready> m_ready;

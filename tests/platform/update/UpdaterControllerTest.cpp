@@ -218,6 +218,18 @@ TEST_F(UpdaterControllerTest, ChecksOnceADayByItself)
     EXPECT_TRUE(parts().isEmpty());
 }
 
+TEST_F(UpdaterControllerTest, FindsWhatLayReadyWhenTheProgramWasKilledWithoutWaitingForTomorrow)
+{
+    serve();
+    announce({addBuild()});
+    ASSERT_TRUE(becomesReady());
+    m_controller.reset(); // and nothing was installed
+    m_server->takeRequests();
+    controller().checkIfDue();
+    EXPECT_TRUE(becomes([this] { return m_ready.size() == 2; }));
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+}
+
 TEST_F(UpdaterControllerTest, OffersItToWhoAsksWhileItChecksByItself)
 {
     serve();
