@@ -498,6 +498,9 @@ void App::timerEvent(QTimerEvent *event)
 
 void App::tick()
 {
+    // One that was started offline begins to look for imagery when it may.
+    if (!statusFacts().isOffline && !m_nextRefresh.isPending())
+        refreshHourly();
     followMode();
     if (m_menus)
         m_menus->update();
@@ -561,9 +564,8 @@ void App::tickSaver()
 
 void App::showWhenIdle()
 {
-    const StatusFacts facts = statusFacts();
-    const bool waits = facts.isArmedWaiting || facts.mode == Mode::saver;
-    if (!waits || !m_idleClock.isIdleFor(facts.idleMinutes * 60)) {
+    const bool waits = m_armedWaiting || m_facts.mode == Mode::saver;
+    if (!waits || !m_idleClock.isIdleFor(m_facts.idleMinutes * 60)) {
         m_foundNothingToShow = false;
         return;
     }

@@ -174,6 +174,21 @@ TEST_F(AppThatSlept, RefreshesNoMoreOftenThanEveryHour)
     EXPECT_EQ(refreshes(), 3);
 }
 
+TEST_F(AppThatSlept, LooksForImageryAsSoonAsItIsNoLongerOffline)
+{
+    launch();
+    tickAfterIdle(0);
+    EXPECT_EQ(refreshes(), 0);
+    Settings::setOffline(false);
+    tickAfterIdle(0);
+    EXPECT_TRUE(hasRefreshed(1));
+    tickAfterIdle(0);
+    stayAwake(3600s);
+    EXPECT_TRUE(hasRefreshed(2));
+    m_app.reset(); // awaits what is under way
+    EXPECT_EQ(refreshes(), 2);
+}
+
 TEST_F(AppThatSlept, StaysOffTheNetworkWhereItIsOffline)
 {
     launch();
