@@ -2,10 +2,14 @@
 // installed there.
 #include "support/HeadlessSway.h"
 #include "support/InputStorm.h"
+#include "support/OrdinaryUserCommand.h"
 #include "support/Processes.h"
 #include "support/ProgramUnderTest.h"
+#include "support/StandInService.h"
+#include "support/TestBuses.h"
 #include "support/TestPattern.h"
 
+#include <QDBusObjectPath>
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -159,6 +163,32 @@ TEST_F(KioskSession, StandsAStormOfKeysAndClicks)
     EXPECT_EQ(programs() - kPrograms, QSet<QString>{u"swaymsg"_s}) << "it started something";
     pressChord();
     EXPECT_TRUE(becomes([this] { return ownerOfTheWindow().has_value(); }));
+}
+
+// The system's service for disks tells of one, and nobody asks it for more.
+TEST_F(KioskSession, HeedsNoDiskThatIsPluggedIn)
+{
+    const QString disks = u"/org/freedesktop/UDisks2"_s;
+    const test::PrivateBus system;
+    test::StandInService service(system, u"org.freedesktop.UDisks2"_s);
+    test::StandInService logind(system, test::kLogind);
+    const test::PrivateBus bus;
+    bus.offerToStart(u"org.gtk.vfs.UDisks2VolumeMonitor"_s);
+    for (const test::PrivateBus *each : {&system, &bus})
+        test::handOverToOrdinaryUser(each->folder());
+    m_program.setSessionBus(bus);
+    m_program.setVariable(u"DBUS_SYSTEM_BUS_ADDRESS"_s, system.address());
+    start();
+    ASSERT_TRUE(logind.gets(u"Inhibit"_s)) << "it is not on that bus";
+    service.tell(
+        disks, u"org.freedesktop.DBus.ObjectManager"_s, u"InterfacesAdded"_s,
+        {QVariant::fromValue(QDBusObjectPath(disks + u"/block_devices/sdb1"_s)), QVariantMap{}});
+    // What that has led to is done when this is.
+    pressChord();
+    ASSERT_TRUE(becomes([this] { return ownerOfTheWindow().has_value(); }));
+    EXPECT_EQ(service.calls(), QList<test::StandInService::Call>());
+    EXPECT_FALSE(bus.wasAskedToStartAny());
+    EXPECT_EQ(programs() - kPrograms, QSet<QString>());
 }
 
 } // namespace
