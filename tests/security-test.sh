@@ -17,10 +17,10 @@ done
 for name in $(sed -nE 's/^\|.*\|([^|]*)\|$/\1/p' "$page" | grep -oE '`[a-z-]+`' | tr -d '`'); do
     grep -q "add_test(NAME $name " tests/CMakeLists.txt || fail "$page: there is no test $name"
 done
-# Each row has its test, but for what needs a USB disk.
+# Each row has its test.
 while read -r row; do
     fail "$page: no test for: $row"
-done < <(sed -nE 's/^\| ([^|]*) \|.*\| *\|$/\1/p' "$page" | grep -vx 'a USB disk' || true)
+done < <(sed -nE 's/^\| ([^|]*) \|.*\| *\|$/\1/p' "$page")
 # Each class that it names is one of the sources'.
 for name in $(sed -nE 's/^\|[^|]*\|([^|]*)\|.*/\1/p' "$page" | grep -oE '`[A-Z][A-Za-z0-9]+`' | tr -d '`'); do
     [ -n "$(find main -name "$name.*")" ] || fail "$page: there is no $name"
@@ -34,4 +34,13 @@ done
 # The kiosk's unit stays confined. Version 252 says 1.8.
 exposure=$(LC_ALL=C systemd-analyze security --offline=yes --threshold=20 packaging/kiosk/corvella-kiosk.service 2>&1) ||
     fail "the kiosk's unit: $(tail -n 1 <<<"$exposure")"
+# It mounts nothing, and has no program do so that runs as another user.
+for closed in SystemCallFilter=~@mount CapabilityBoundingSet=~CAP_SYS_ADMIN NoNewPrivileges=; do
+    grep -qF "+ $closed " <<<"$exposure" || fail "the kiosk's unit leaves open: $closed"
+done
+# Nor does anything come with the packages of its guide, as far as apt knows, that mounts a disk by itself or for whoever asks.
+packages=$(sed -nE 's/^ +sudo apt install ([a-z].*)/\1/p' docs/kiosk.md | head -n 1)
+brought=$(apt-cache depends --recurse --no-{suggests,conflicts,breaks,replaces,enhances} $packages 2>/dev/null || true)
+grep -qx swaybg <<<"$brought" || fail "the kiosk's packages: $packages"
+! grep -xE 'udisks2|udiskie|udevil|gvfs|autofs|pmount|usbmount' <<<"$brought" || fail "a package of the kiosk's mounts disks"
 exit $failed

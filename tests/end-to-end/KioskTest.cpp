@@ -189,7 +189,7 @@ TEST_F(Kiosk, StandsAStormOfKeysAndClicks)
     constexpr int kAtATime = 500;
     startLocked();
     const int shownBefore = m_display.client().windowsShown();
-    test::InputStorm storm(m_display.display(), 20'110'905);
+    test::X11Storm storm(m_display.display(), kKioskScreen, 20'110'905);
     for (int i = 0; i < kStrokes; i += kAtATime) {
         storm.rage(kAtATime);
         ASSERT_TRUE(showsNothingButTheWall()) << "after " << i + kAtATime;

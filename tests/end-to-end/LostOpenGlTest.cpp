@@ -12,9 +12,11 @@ namespace corvella {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using test::becomes;
 
 constexpr QSize kDisplay(640, 480);
+constexpr auto kSoonEnough = 2s; // from the loss to the right picture
 
 class LostOpenGl : public testing::Test
 {
@@ -65,12 +67,20 @@ TEST_F(LostOpenGl, IsMadeAnewUnderAWallThatPlays)
 {
     m_program.start();
     ASSERT_TRUE(playsOn());
-    lose();
-    EXPECT_TRUE(
-        m_program.logs(u"renderer: no OpenGL for this window (no context); trying again"_s));
-    giveBack();
-    EXPECT_TRUE(playsOn());
-    EXPECT_EQ(m_program.messages().filter(u"no OpenGL"_s).size(), 1);
+    // The quickest of a few counts, since what else the machine does only ever adds to it.
+    std::chrono::nanoseconds quickest = std::chrono::nanoseconds::max();
+    int losses = 0;
+    while (losses < 3 && quickest > kSoonEnough) {
+        const test::Stopwatch sinceLoss;
+        lose();
+        ASSERT_TRUE(m_program.logs(
+            u"renderer: no OpenGL for this window (no context); trying again"_s, ++losses));
+        giveBack();
+        ASSERT_TRUE(playsOn());
+        quickest = std::min(quickest, sinceLoss.elapsed());
+    }
+    EXPECT_LE(quickest, kSoonEnough);
+    EXPECT_EQ(m_program.messages().filter(u"no OpenGL"_s).size(), losses);
     EXPECT_TRUE(m_program.process().isRunning());
 }
 

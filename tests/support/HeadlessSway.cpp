@@ -143,13 +143,24 @@ QImage HeadlessSway::picture(int output) const
                                      QStringLiteral("ppm"), QStringLiteral("-")}));
 }
 
-QByteArray HeadlessSway::tell(const QStringList &words) const
+Command HeadlessSway::commandToTell(const QStringList &words) const
 {
     const QStringList control = commandSockets();
     EXPECT_EQ(control.size(), 1);
-    return runHere(QStringLiteral("swaymsg"),
-                   QStringList{QStringLiteral("--socket"), m_folder.filePath(control.value(0))}
-                       + words);
+    return commandHere(QStringLiteral("swaymsg"),
+                       QStringList{QStringLiteral("--socket"), m_folder.filePath(control.value(0))}
+                           + words);
+}
+
+QByteArray HeadlessSway::tell(const QStringList &words) const
+{
+    return run(commandToTell(words));
+}
+
+Command HeadlessSway::commandForEvents(const QStringList &kinds) const
+{
+    return commandToTell({QStringLiteral("-m"), QStringLiteral("-t"), QStringLiteral("subscribe"),
+                          u"[\"" + kinds.join(QStringLiteral("\",\"")) + u"\"]"});
 }
 
 void HeadlessSway::change(int output, QSize resolution, int scale) const

@@ -47,6 +47,8 @@ public:
     void hammer(const QString &key, const QString &modifier, int times) const;
     // Has the compositor do something, in the words of its configuration; what it answers.
     QByteArray tell(const QStringList &words) const;
+    // A command that writes a line for each event of these kinds that it tells of.
+    [[nodiscard]] Command commandForEvents(const QStringList &kinds) const;
     // A folder that the compositor may write to.
     [[nodiscard]] QString folder() const { return m_folder.path(); }
     // Gives an output another resolution in pixels and another scale, in one change.
@@ -60,6 +62,7 @@ private:
                QProcessEnvironment environment);
     [[nodiscard]] bool findSocket();
     [[nodiscard]] QStringList commandSockets() const; // their names
+    [[nodiscard]] Command commandToTell(const QStringList &words) const;
     // Runs a program of this compositor; what it wrote.
     QByteArray runHere(const QString &program, const QStringList &arguments) const;
     [[nodiscard]] QString configurationFile() const;

@@ -40,18 +40,22 @@ double ownMemory(qint64 process)
 
 } // namespace
 
-Holdings holdingsOf(qint64 process, const XServer &server, const PrivateBus &bus)
+Holdings holdingsOf(qint64 process)
 {
-    Holdings holdings{
+    return {
         {QStringLiteral("memory, KiB"), ownMemory(process)},
-        {QStringLiteral("X server's memory, KiB"), ownMemory(server.id())},
         {QStringLiteral("file descriptors"), entries(folderOf(process) + QStringLiteral("/fd"))},
         {QStringLiteral("threads"), entries(folderOf(process) + QStringLiteral("/task"))},
-        {QStringLiteral("mappings"), 0},
-        {QStringLiteral("D-Bus matches"), bus.matchRules()},
+        {QStringLiteral("mappings"),
+         static_cast<double>(procFile(process, QStringLiteral("maps")).count('\n'))},
     };
-    holdings[QStringLiteral("mappings")] =
-        static_cast<double>(procFile(process, QStringLiteral("maps")).count('\n'));
+}
+
+Holdings holdingsOf(qint64 process, const XServer &server, const PrivateBus &bus)
+{
+    Holdings holdings = holdingsOf(process);
+    holdings.insert(QStringLiteral("X server's memory, KiB"), ownMemory(server.id()));
+    holdings.insert(QStringLiteral("D-Bus matches"), bus.matchRules());
     const ClipReaderProcesses clips = clipReadersOf(process);
     EXPECT_EQ(clips.starters.size(), 1);
     holdings[QStringLiteral("clip readers")] = static_cast<double>(clips.readers.size());

@@ -13,7 +13,10 @@ class XServer;
 // counted with it.
 using Holdings = QMap<QString, double>;
 
-// Fails the test when one of them cannot be asked. Main thread only.
+// Of the machine alone. Main thread only, as the other.
+[[nodiscard]] Holdings holdingsOf(qint64 process);
+
+// Fails the test when one of them cannot be asked.
 [[nodiscard]] Holdings holdingsOf(qint64 process, const XServer &server, const PrivateBus &bus);
 
 } // namespace corvella::test

@@ -35,6 +35,7 @@ PrivateBus::PrivateBus()
         <allow send_destination="*"/>
         <allow receive_sender="*"/>
         <allow own="*"/>
+        <allow user="*"/>
     </policy>
 </busconfig>
 )")

@@ -19,6 +19,9 @@ public:
 
     [[nodiscard]] const QString &address() const { return m_address; }
 
+    // Where its socket lies: who gets there can connect.
+    [[nodiscard]] QString folder() const { return m_folder.path(); }
+
     // From now on the bus would start a service of this name for the first who calls it.
     void offerToStart(const QString &service) const;
     // Whether it did.

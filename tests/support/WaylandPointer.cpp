@@ -92,16 +92,17 @@ void WaylandPointer::sendPlace(QPoint place)
     endFrame();
 }
 
-void WaylandPointer::sendButton(quint32 state)
+void WaylandPointer::sendButton(int button, quint32 state)
 {
-    zwlr_virtual_pointer_v1_button(m_pointer.get(), now(), BTN_LEFT, state);
+    zwlr_virtual_pointer_v1_button(m_pointer.get(), now(), static_cast<quint32>(BTN_LEFT + button),
+                                   state);
     endFrame();
 }
 
-void WaylandPointer::click()
+void WaylandPointer::click(int button)
 {
-    sendButton(WL_POINTER_BUTTON_STATE_PRESSED);
-    sendButton(WL_POINTER_BUTTON_STATE_RELEASED);
+    sendButton(button, WL_POINTER_BUTTON_STATE_PRESSED);
+    sendButton(button, WL_POINTER_BUTTON_STATE_RELEASED);
 }
 
 } // namespace corvella::test

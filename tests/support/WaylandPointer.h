@@ -26,14 +26,14 @@ public:
     // As a hand does it, by more than one movement: of the first, a window that the pointer enters
     // hears only that it is there.
     void moveTo(QPoint place);
-    void click(); // the main button
+    void click(int button = 0); // counted from the main one
 
 private:
     void plugIn();
     // What was sent since the last of these is one movement or one press.
     void endFrame();
     void sendPlace(QPoint place);
-    void sendButton(quint32 state);
+    void sendButton(int button, quint32 state);
 
     struct Disconnect
     {

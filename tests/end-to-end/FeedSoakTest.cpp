@@ -1,0 +1,105 @@
+// Years of looking for updates, in seconds: the real program, installed from a bundle, asks a real
+// web server again and again while its wall plays, and is offered a newer build each time. What it
+// holds must not grow, and nothing is installed under the wall. CORVELLA_FEED_LOOKS sets how often.
+#include "end-to-end/BuiltUpdates.h"
+#include "settings/Hosts.h"
+#include "support/Holdings.h"
+#include "support/NginxServer.h"
+#include "support/Repetitions.h"
+#include "support/SpedUpTime.h"
+#include "support/Trend.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+constexpr auto kBetweenFeedLooks = 1h; // at whether a check is due
+constexpr auto kAnotherDay = 25h;
+
+// How much of something may be more at the end, beyond chance.
+constexpr double kMostGrowth = 3;
+const QMap<QString, double> kMostGrowthOf{{u"memory, KiB"_s, 3000}, {u"mappings"_s, 30}};
+
+class FeedSoak : public testing::Test
+{
+protected:
+    FeedSoak()
+    {
+        EXPECT_TRUE(QDir().mkpath(m_www));
+        m_server = std::make_unique<test::NginxServer>(m_authority.issue({u"localhost"_s}), m_www);
+        m_program.setVariable(u"SSL_CERT_FILE"_s, m_authority.certificate());
+        m_program.showOnPlatform(u"offscreen"_s);
+        m_program.configureWall();
+        m_program.configure({{u"offline"_s, false},
+                             {u"imageryHost"_s, u"localhost:1"_s},
+                             {u"updateFeed"_s, u"https://%1/appcast.xml"_s.arg(m_server->host())}});
+        m_program.addClip(u"171"_s, 1, 8);
+        installFirstBuild(m_program, m_prefix);
+        announceSecondBuild(m_program, m_www, u"https://"_s + m_server->host());
+        m_time.take(m_program);
+        // Nobody is asked for imagery but the test's own server, which has none.
+        m_program.setVariable(u"CORVELLA_TEST_HOSTS"_s,
+                              u"%1=%2"_s.arg(Hosts::origin()).arg(m_server->port()));
+        m_program.setVariable(u"LD_PRELOAD"_s,
+                              QStringLiteral(CORVELLA_SPED_UP_CLOCK ":" CORVELLA_REDIRECTED_NAMES));
+    }
+
+    // Another hour has gone by, and the clock, which is set forth and back by a day, leaves the
+    // last check a day behind or ahead: either way one is due, and the feed does not get too old.
+    [[nodiscard]] bool looksAgain()
+    {
+        ++m_looks;
+        m_skipped += kBetweenFeedLooks;
+        m_time.setClockOff((m_looks % 2 == 0 ? 0h : kAnotherDay) - m_skipped);
+        m_time.skip(kBetweenFeedLooks);
+        return m_program.logs(u"update: 1.2.0 downloaded; installs on quit"_s, m_looks);
+    }
+
+    void takeReading()
+    {
+        const test::Holdings holdings = test::holdingsOf(m_program.process().id());
+        for (auto holding = holdings.cbegin(); holding != holdings.cend(); ++holding)
+            m_readings[holding.key()].push_back({double(m_looks), holding.value()});
+    }
+
+    test::TestAuthority m_authority;
+    test::SpedUpTime m_time{60};
+    test::ProgramUnderTest m_program;
+    const QString m_www = m_program.home() + u"/www"_s;
+    const QString m_prefix = m_program.home() + u"/opt/corvella"_s;
+    std::unique_ptr<test::NginxServer> m_server;
+
+    int m_looks = 0;
+    std::chrono::hours m_skipped{0};
+    QMap<QString, std::vector<test::Point>> m_readings;
+};
+
+TEST_F(FeedSoak, HoldsNoMoreAfterYearsOfLooksThanAfterDays)
+{
+    const int looks = test::repetitions("CORVELLA_FEED_LOOKS", 40);
+    m_program.start();
+    for (int settling = 0; settling < 5; ++settling)
+        ASSERT_TRUE(looksAgain()) << m_looks;
+    for (int i = 0; i < looks; ++i) {
+        ASSERT_TRUE(looksAgain()) << m_looks;
+        takeReading();
+    }
+    for (auto reading = m_readings.cbegin(); reading != m_readings.cend(); ++reading) {
+        const test::Trend trend = test::trendOf(reading.value());
+        std::printf("%-20s %12.1f %12.1f %12.3g a look\n", qPrintable(reading.key()), trend.level,
+                    reading.value().back().y, trend.slope);
+        EXPECT_LE(trend.leastSlope() * looks, kMostGrowthOf.value(reading.key(), kMostGrowth))
+            << reading.key().toStdString();
+    }
+    EXPECT_EQ(m_server->takeRequests().count(u"GET /appcast.xml 200"_s), m_looks);
+    EXPECT_EQ(currentBuild(m_prefix), 1);
+}
+
+} // namespace
+} // namespace corvella
