@@ -375,6 +375,7 @@ DefaultsContent UserDefaults::readOrSetAside(const QString &path) const
             QFile::remove(name);
         else
             file.rename(path);
+        content.stamp = stampOf(path); // a second name, too, changes that
         return content;
     }
     log(QStringLiteral("settings: set %1 aside as %2 (%3)")

@@ -400,6 +400,33 @@ TEST_F(SettingsThatAreUnknown, HoldWhileTheirFileCannotBeRead)
     EXPECT_FALSE(m_careful.contains(QStringLiteral("careful"))) << "none were ever stored";
 }
 
+TEST_F(SettingsThatAreUnknown, AreComplainedOfOnceWhileTheDiskIsFull)
+{
+    const QJsonObject much{{key(), QString(20'000, u'x')}};
+    const UserDefaults defaults(
+        QStringLiteral("domain"), much, [] {}, laterNs);
+    store("torn");
+    const FileStamp before = stampOf(m_path);
+    const QString other = m_home.config(QStringLiteral("other"));
+    do
+        m_home.write(other, {});
+    while (stampOf(other).changedNs == before.changedNs); // what touches it from now on shows
+    {
+        const test::FileSizeLimit fullDisk(10'000);
+        for (int i = 0; i < 10; ++i)
+            EXPECT_EQ(defaults.values(), much);
+    }
+    EXPECT_THAT(
+        m_log.messages(),
+        ElementsAre(QStringLiteral("settings: could not save %1 (File too large)").arg(m_path),
+                    QStringLiteral("settings: ignoring %1 (not a JSON object)").arg(m_path)));
+    EXPECT_TRUE(setAside().isEmpty());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("torn"));
+    store("torn again");
+    EXPECT_EQ(defaults.values(), much);
+    EXPECT_EQ(setAside().size(), 1) << "room again";
+}
+
 TEST_F(UserDefaultsTest, KeepsEveryFileThatItSetAside)
 {
     test::CapturedLog log;
