@@ -274,7 +274,12 @@ TEST_F(RefresherTest, DropsNothingWhereTheChoiceOfProductsIsNoList)
 TEST_F(RefresherTest, DropsNothingAfterSettingsWereSetAside)
 {
     layProduct(QStringLiteral("94"));
-    m_home.write(Settings::d().filePath(), R"({"offline": true,, "products": ["all"]})");
+    const QString path = Settings::d().filePath();
+    m_home.write(path, R"({"offline": true,, "products": ["all"]})");
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-60),
+                                 QFile::FileModificationTime)); // nobody writes it any more
     m_refresher.pass(false, false, true);
     m_refresher.pass(false, false, true); // by then nothing is wrong with the settings
     EXPECT_TRUE(has(QStringLiteral("94.mp4")));

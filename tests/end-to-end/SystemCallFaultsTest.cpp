@@ -111,6 +111,9 @@ TEST_F(SystemCalls, AtWhichThePowerFailsLeaveAMachineOfflineWhoseSettingsAreDama
         QFile file(m_program.settingsFile());
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(damaged);
+        ASSERT_TRUE(file.flush());
+        ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-60),
+                                     QFile::FileModificationTime)); // nobody writes it any more
         file.close();
         m_program.setVariable(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS));
         m_program.setVariable(u"DISK_FAULTS_KILL_AT"_s, QString::number(call + 1));

@@ -28,6 +28,7 @@ enum class DefaultsState {
     missing,    // no file: no settings, and nothing in the way of writing them
     whole,      // a JSON object
     damaged,    // readable, but not a JSON object or far too large
+    unfinished, // as damaged, but written so lately that it may be in the making
     unreadable, // there, but it cannot be read, so it must not be overwritten either
 };
 
@@ -48,15 +49,16 @@ public:
 
     explicit DefaultsReader(Clock nowNs = systemClock);
 
-    // The content at this moment: a change by anybody, finished before the call, is seen.
+    static qint64 systemClock();
+
+    // The content at this moment: a change by anybody, finished before the call, is seen. Whether
+    // what is damaged is unfinished is for the caller to say.
     [[nodiscard]] DefaultsContent read(const QString &path);
 
     // Whether read() gives what it gave last for as long as the file has this stamp.
     [[nodiscard]] bool isSettled(const QString &path, const FileStamp &stamp);
 
 private:
-    static qint64 systemClock();
-
     Clock m_nowNs;
     std::mutex m_mutex;
     // Guarded by m_mutex: only what its stamp proves unchanged.

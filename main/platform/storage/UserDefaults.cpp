@@ -23,10 +23,12 @@ namespace corvella {
 
 namespace {
 
-// Some editors empty a file before they write it again. So one that looks damaged is looked at
-// again after a pause, and judged only when nobody touched it meanwhile; the bound is for a file
-// that is never left alone.
-constexpr std::chrono::milliseconds kPauseBeforeJudging{50};
+// Editors, shells and copies over a network empty a file before they write it again. So one that
+// looks damaged is judged only when nobody has written it for a while.
+constexpr qint64 kLeftAloneNs = 5'000'000'000;
+
+// Meanwhile a change waits to be saved, but not for long: it may be the main thread's.
+constexpr std::chrono::milliseconds kPauseBeforeSaving{50};
 constexpr int kMostPauses = 20;
 
 QString lockPath(const QString &path)
@@ -90,16 +92,18 @@ QJsonObject withoutNulls(QJsonObject settings)
 
 } // namespace
 
-UserDefaults::UserDefaults(QString domain, QJsonObject whenUnknown, Pause pause)
+UserDefaults::UserDefaults(QString domain, QJsonObject whenUnknown, Pause pause,
+                           DefaultsReader::Clock nowNs)
     : m_domain(std::move(domain))
     , m_whenUnknown(std::move(whenUnknown))
     , m_pause(std::move(pause))
+    , m_nowNs(std::move(nowNs))
 {
 }
 
 void UserDefaults::briefPause()
 {
-    std::this_thread::sleep_for(kPauseBeforeJudging);
+    std::this_thread::sleep_for(kPauseBeforeSaving);
 }
 
 QString UserDefaults::filePath() const
@@ -294,8 +298,12 @@ bool UserDefaults::save(const Changes &changes)
     if (!lock)
         return notSaved(path, qt_error_string(errno));
 
-    const DefaultsContent before = readOrSetAside(path);
-    if (before.state == DefaultsState::unreadable || before.state == DefaultsState::damaged)
+    DefaultsContent before = readOrSetAside(path);
+    for (int i = 0; before.state == DefaultsState::unfinished && i < kMostPauses; ++i) {
+        m_pause();
+        before = readOrSetAside(path);
+    }
+    if (before.state != DefaultsState::missing && before.state != DefaultsState::whole)
         return notSaved(path, before.reason);
     const QJsonObject after = changed(before.settings, changes);
     return after == before.settings || write(path, after);
@@ -304,15 +312,13 @@ bool UserDefaults::save(const Changes &changes)
 QJsonObject UserDefaults::userSettings() const
 {
     const QString path = filePath();
-    DefaultsContent content = m_reader.read(path);
+    DefaultsContent content = read(path);
     if (content.state == DefaultsState::damaged && !isKnown(path, content)) {
         const std::optional<FileLock> lock = FileLock::acquire(lockPath(path));
         content = lock ? readOrSetAside(path) : content;
     }
-    complainOnce(path, content);
-    const bool isKnown =
-        content.state == DefaultsState::missing || content.state == DefaultsState::whole;
-    const QJsonObject settings = isKnown ? content.settings : unknownSettings();
+    const std::optional<QJsonObject> known = settingsBy(path, content);
+    const QJsonObject settings = known ? *known : unknownSettings();
     const Changes *const together = gathered();
     return together ? changed(settings, *together) : settings;
 }
@@ -329,21 +335,17 @@ QJsonObject UserDefaults::unknownSettings() const
 
 QJsonObject UserDefaults::machineSettings(const QString &path) const
 {
-    const DefaultsContent content = m_reader.read(path);
-    complainOnce(path, content);
-    return content.settings;
+    return settingsBy(path, read(path)).value_or(QJsonObject());
 }
 
-// What the file holds once nobody is in the middle of writing it.
-DefaultsContent UserDefaults::readSettled(const QString &path) const
+// A file from the future is nobody's work of this moment, but a server's clock may be ahead a bit.
+DefaultsContent UserDefaults::read(const QString &path) const
 {
     DefaultsContent content = m_reader.read(path);
-    bool isSettled = false;
-    for (int i = 0; content.state == DefaultsState::damaged && !isSettled && i < kMostPauses; ++i) {
-        m_pause();
-        const DefaultsContent again = m_reader.read(path);
-        isSettled = again.stamp == content.stamp;
-        content = again;
+    if (content.state == DefaultsState::damaged
+        && std::abs(m_nowNs() - content.stamp.modifiedNs) < kLeftAloneNs) {
+        content.state = DefaultsState::unfinished;
+        content.reason = QStringLiteral("another program is writing it");
     }
     return content;
 }
@@ -352,7 +354,7 @@ DefaultsContent UserDefaults::readSettled(const QString &path) const
 // place. Call with the lock held.
 DefaultsContent UserDefaults::readOrSetAside(const QString &path) const
 {
-    DefaultsContent content = readSettled(path);
+    DefaultsContent content = read(path);
     if (content.state != DefaultsState::damaged)
         return content;
     const QJsonObject settings = unknownSettings();
@@ -373,6 +375,7 @@ DefaultsContent UserDefaults::readOrSetAside(const QString &path) const
             QFile::remove(name);
         else
             file.rename(path);
+        content.stamp = stampOf(path); // a second name, too, changes that
         return content;
     }
     log(QStringLiteral("settings: set %1 aside as %2 (%3)")
@@ -386,18 +389,30 @@ bool UserDefaults::isKnown(const QString &path, const DefaultsContent &content) 
     return m_complaints.value(path) == Complaint{content.state, content.stamp};
 }
 
-// Settings are read many times a second; what is wrong with a file is worth one line until it
-// changes.
-void UserDefaults::complainOnce(const QString &path, const DefaultsContent &content) const
+// What holds by a file with this content; none where nobody knows. Settings are read many times a
+// second; what is wrong with a file is worth one line until it changes.
+std::optional<QJsonObject> UserDefaults::settingsBy(const QString &path,
+                                                    const DefaultsContent &content) const
 {
     const Complaint complaint{content.state, content.stamp};
     const std::lock_guard guard(m_mutex);
-    if (content.state == DefaultsState::missing || content.state == DefaultsState::whole) {
+    switch (content.state) {
+    case DefaultsState::missing:
+    case DefaultsState::whole:
         m_complaints.remove(path);
-    } else if (m_complaints.value(path) != complaint) {
+        m_known.insert(path, content.settings);
+        return content.settings;
+    case DefaultsState::unfinished:
+        return m_known.contains(path) ? std::optional(m_known.value(path)) : std::nullopt;
+    case DefaultsState::damaged:
+    case DefaultsState::unreadable:
+        break;
+    }
+    if (m_complaints.value(path) != complaint) {
         m_complaints.insert(path, complaint);
         log(QStringLiteral("settings: ignoring %1 (%2)").arg(path, content.reason));
     }
+    return std::nullopt;
 }
 
 } // namespace corvella

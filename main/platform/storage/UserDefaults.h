@@ -7,10 +7,10 @@
 // replaces the file whole and waits until it is on disk. Any thread. A JSON null counts as no
 // value.
 //
-// Nothing here fails loudly. A user's file that is not a JSON object is set aside as
-// "DOMAIN.json.unreadable-TIME" and logged; a file that cannot be read gives no values of the
-// user's and is never overwritten; a change that cannot be saved is logged and leaves the old file
-// whole.
+// Nothing here fails loudly. A user's file that is not a JSON object, and that nobody has written
+// for five seconds, is set aside as "DOMAIN.json.unreadable-TIME" and logged; until then what was
+// read before holds. A file that cannot be read gives no values of the user's and is never
+// overwritten; a change that cannot be saved is logged and leaves the old file whole.
 #pragma once
 
 #include "platform/storage/DefaultsFile.h"
@@ -27,13 +27,14 @@ namespace corvella {
 class UserDefaults
 {
 public:
-    // Lets some time pass before a file is judged damaged: an editor may be in the middle of
-    // writing it. Called once, or up to twenty times while the file keeps changing; 50 ms each.
+    // Lets some time pass before a change is saved to a file that somebody may be in the middle of
+    // writing. Called up to twenty times, until the file is whole or left alone; 50 ms each.
     using Pause = std::function<void()>;
 
     // `whenUnknown` holds instead of the user's values while these cannot be read, and is left in
     // the place of a file that was set aside; but for what the machine's files say.
-    explicit UserDefaults(QString domain, QJsonObject whenUnknown = {}, Pause pause = briefPause);
+    explicit UserDefaults(QString domain, QJsonObject whenUnknown = {}, Pause pause = briefPause,
+                          DefaultsReader::Clock nowNs = DefaultsReader::systemClock);
 
     // The user's file, by the environment of this moment.
     [[nodiscard]] QString filePath() const;
@@ -108,18 +109,22 @@ private:
     [[nodiscard]] QJsonObject userSettings() const;
     [[nodiscard]] QJsonObject unknownSettings() const;
     [[nodiscard]] QJsonObject machineSettings(const QString &path) const;
-    [[nodiscard]] DefaultsContent readSettled(const QString &path) const;
+    [[nodiscard]] DefaultsContent read(const QString &path) const;
     [[nodiscard]] DefaultsContent readOrSetAside(const QString &path) const;
     [[nodiscard]] bool isKnown(const QString &path, const DefaultsContent &content) const;
-    void complainOnce(const QString &path, const DefaultsContent &content) const;
+    [[nodiscard]] std::optional<QJsonObject> settingsBy(const QString &path,
+                                                        const DefaultsContent &content) const;
 
     QString m_domain;
     QJsonObject m_whenUnknown;
     Pause m_pause;
+    DefaultsReader::Clock m_nowNs;
     mutable DefaultsReader m_reader;
     mutable std::mutex m_mutex;
     // Guarded by m_mutex: what was logged and has not changed since.
     mutable QHash<QString, Complaint> m_complaints;
+    // Guarded by m_mutex: what was last known to be in each file, or not to be there.
+    mutable QHash<QString, QJsonObject> m_known;
     // Guarded by m_mutex: where the files were at the last look. Settings are looked at many times
     // a second, and the environment changes once in a program's life, if ever.
     mutable std::optional<Paths> m_paths;

@@ -18,6 +18,7 @@ namespace corvella {
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 QString key()
 {
@@ -37,10 +38,13 @@ protected:
             .entryList({QStringLiteral("domain.json.unreadable-*")}, QDir::Files, QDir::Name);
     }
 
+    // An hour on, when nobody has written for long what a test has just stored.
+    static qint64 laterNs() { return DefaultsReader::systemClock() + 3'600'000'000'000; }
+
     test::TemporaryHome m_home;
     QString m_path = m_home.config(QStringLiteral("domain.json"));
     QString m_machinePath = m_home.path(QStringLiteral("etc/xdg/domain.json"));
-    UserDefaults m_defaults{QStringLiteral("domain"), {}, [] {}};
+    UserDefaults m_defaults{QStringLiteral("domain"), {}, [] {}, laterNs};
 };
 
 TEST_F(UserDefaultsTest, LiesInTheConfigFolderOfTheEnvironment)
@@ -345,7 +349,7 @@ class SettingsThatAreUnknown : public UserDefaultsTest
 {
 protected:
     const QJsonObject m_whenUnknown = parseDefaults(R"({"careful": true, "key": 1})").value();
-    UserDefaults m_careful{QStringLiteral("domain"), m_whenUnknown, [] {}};
+    UserDefaults m_careful{QStringLiteral("domain"), m_whenUnknown, [] {}, laterNs};
     test::CapturedLog m_log;
 };
 
@@ -396,6 +400,33 @@ TEST_F(SettingsThatAreUnknown, HoldWhileTheirFileCannotBeRead)
     EXPECT_FALSE(m_careful.contains(QStringLiteral("careful"))) << "none were ever stored";
 }
 
+TEST_F(SettingsThatAreUnknown, AreComplainedOfOnceWhileTheDiskIsFull)
+{
+    const QJsonObject much{{key(), QString(20'000, u'x')}};
+    const UserDefaults defaults(
+        QStringLiteral("domain"), much, [] {}, laterNs);
+    store("torn");
+    const FileStamp before = stampOf(m_path);
+    const QString other = m_home.config(QStringLiteral("other"));
+    do
+        m_home.write(other, {});
+    while (stampOf(other).changedNs == before.changedNs); // what touches it from now on shows
+    {
+        const test::FileSizeLimit fullDisk(10'000);
+        for (int i = 0; i < 10; ++i)
+            EXPECT_EQ(defaults.values(), much);
+    }
+    EXPECT_THAT(
+        m_log.messages(),
+        ElementsAre(QStringLiteral("settings: could not save %1 (File too large)").arg(m_path),
+                    QStringLiteral("settings: ignoring %1 (not a JSON object)").arg(m_path)));
+    EXPECT_TRUE(setAside().isEmpty());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("torn"));
+    store("torn again");
+    EXPECT_EQ(defaults.values(), much);
+    EXPECT_EQ(setAside().size(), 1) << "room again";
+}
+
 TEST_F(UserDefaultsTest, KeepsEveryFileThatItSetAside)
 {
     test::CapturedLog log;
@@ -432,27 +463,97 @@ TEST_F(UserDefaultsTest, WritesNoFileThatItWouldNotReadAgain)
     EXPECT_EQ(m_defaults.values(), parseDefaults(R"({"key": 5})"));
 }
 
-// An editor may empty the file before it writes it again, and a wall may look just then.
-TEST_F(UserDefaultsTest, WaitsForAnEditorThatIsInTheMiddleOfWriting)
+// Editors, shells and copies over a network empty the file before they write it again.
+class SettingsInTheMaking : public SettingsThatAreUnknown
 {
-    const UserDefaults defaults(QStringLiteral("domain"), {}, [this] { store(R"({"key": 2})"); });
-    store("");
-    test::CapturedLog log;
-    EXPECT_EQ(defaults.integer(key()), 2);
+protected:
+    qint64 m_ageNs = 0; // of the user's file
+    std::function<void()> m_meanwhile = [] {};
+    UserDefaults m_store{QStringLiteral("domain"), m_whenUnknown, [this] { m_meanwhile(); },
+                         [this] { return stampOf(m_path).modifiedNs + m_ageNs; }};
+};
+
+TEST_F(SettingsInTheMaking, HoldAsTheyWereUntilTheyAreWhole)
+{
+    storeValue("2");
+    EXPECT_EQ(m_store.integer(key()), 2);
+    for (const char *torn : {"", R"({"key": 3, "ot)"}) {
+        store(torn);
+        EXPECT_EQ(m_store.values(), parseDefaults(R"({"key": 2})"));
+        EXPECT_FALSE(m_store.isReadable());
+    }
+    storeValue("3");
+    EXPECT_EQ(m_store.integer(key()), 3);
     EXPECT_TRUE(setAside().isEmpty());
-    EXPECT_TRUE(log.messages().isEmpty());
+    EXPECT_THAT(m_log.messages(), IsEmpty());
 }
 
-TEST_F(UserDefaultsTest, DoesNotWaitForEverForAFileThatIsNeverLeftAlone)
+TEST_F(SettingsInTheMaking, AreUnknownToWhoNeverSawThemWhole)
+{
+    store("");
+    EXPECT_EQ(m_store.values(), m_whenUnknown);
+    EXPECT_TRUE(setAside().isEmpty());
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+    EXPECT_EQ(m_home.read(m_path), QByteArray());
+}
+
+TEST_F(SettingsInTheMaking, AreDamagedOnceTheyAreLeftAlone)
+{
+    storeValue("2");
+    EXPECT_EQ(m_store.integer(key()), 2);
+    store("torn");
+    m_ageNs = 4'999'999'999;
+    EXPECT_EQ(m_store.integer(key()), 2);
+    EXPECT_TRUE(setAside().isEmpty());
+    m_ageNs = 5'000'000'000;
+    EXPECT_EQ(m_store.values(), m_whenUnknown);
+    EXPECT_EQ(setAside().size(), 1);
+}
+
+TEST_F(SettingsInTheMaking, AreAFewSecondsOldByAClockThatMayBeABitBehind)
+{
+    store("torn");
+    m_ageNs = -4'999'999'999;
+    EXPECT_EQ(m_store.values(), m_whenUnknown);
+    EXPECT_TRUE(setAside().isEmpty());
+    m_ageNs = -5'000'000'000;
+    EXPECT_EQ(m_store.values(), m_whenUnknown);
+    EXPECT_EQ(setAside().size(), 1);
+}
+
+TEST_F(SettingsInTheMaking, HaveAChangeWaitForThem)
+{
+    m_meanwhile = [this] { store(R"({"other": 2})"); };
+    store("");
+    EXPECT_TRUE(m_store.setInteger(key(), 1));
+    EXPECT_EQ(parseDefaults(m_home.read(m_path)), parseDefaults(R"({"key": 1, "other": 2})"));
+    EXPECT_TRUE(setAside().isEmpty());
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+}
+
+TEST_F(SettingsInTheMaking, HaveNoChangeWaitForEver)
 {
     int looks = 0;
-    const UserDefaults defaults(QStringLiteral("domain"), {},
-                                [this, &looks] { store(QByteArray(++looks, '[')); });
+    m_meanwhile = [this, &looks] { store(QByteArray(++looks, '[')); };
     store("");
-    test::CapturedLog log;
-    EXPECT_FALSE(defaults.contains(key()));
+    EXPECT_FALSE(m_store.setInteger(key(), 1));
     EXPECT_EQ(looks, 20);
-    EXPECT_EQ(setAside().size(), 1);
+    EXPECT_EQ(m_home.read(m_path), QByteArray(20, '['));
+    EXPECT_TRUE(setAside().isEmpty());
+    EXPECT_THAT(
+        m_log.messages(),
+        ElementsAre(QStringLiteral("settings: could not save %1 (another program is writing it)")
+                        .arg(m_path)));
+}
+
+TEST_F(SettingsInTheMaking, OfTheMachineHoldAsTheyWere)
+{
+    store("{}");
+    m_home.write(m_machinePath, R"({"key": 2})");
+    EXPECT_EQ(m_store.integer(key()), 2);
+    m_home.write(m_machinePath, "");
+    EXPECT_EQ(m_store.integer(key()), 2);
+    EXPECT_THAT(m_log.messages(), IsEmpty());
 }
 
 TEST_F(UserDefaultsTest, WritesThroughASymbolicLink)
