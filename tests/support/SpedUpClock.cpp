@@ -192,3 +192,11 @@ extern "C" int nanosleep(const timespec *time, timespec *left)
     const timespec real = shortened(*time);
     return next(&real, left);
 }
+
+extern "C" unsigned alarm(unsigned seconds) noexcept
+{
+    const timespec real = shortened({static_cast<time_t>(seconds), 0});
+    const itimerval timer{{}, {real.tv_sec, real.tv_nsec / 1000}};
+    setitimer(ITIMER_REAL, &timer, nullptr);
+    return 0;
+}

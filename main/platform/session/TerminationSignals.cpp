@@ -5,7 +5,10 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
+#include <string_view>
+#include <sysexits.h>
 #include <unistd.h>
 
 namespace corvella {
@@ -15,11 +18,24 @@ namespace {
 int pipeEnds[2] = {-1, -1};
 constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP};
 volatile std::sig_atomic_t isAnyReceived = 0;
+constexpr unsigned kPatienceSeconds = 20;
+constexpr std::string_view kOutOfPatience =
+    "corvella: told to end 20 s ago, and still waiting for something; ending at once\n";
 
-// Signal context: write() is all that may be done.
+// Signal context in both: write() is all that may be done, and what ends at once.
+void endAtOnce(int /*signal*/)
+{
+    if (::write(STDERR_FILENO, kOutOfPatience.data(), kOutOfPatience.size()) < 0) {
+        // Then it ends without a word.
+    }
+    std::_Exit(EX_UNAVAILABLE);
+}
+
 void forward(int signal)
 {
     const int error = errno; // of what is interrupted
+    if (isAnyReceived == 0)
+        ::alarm(kPatienceSeconds);
     isAnyReceived = 1;
     const char number = static_cast<char>(signal);
     while (::write(pipeEnds[1], &number, 1) < 0 && errno == EINTR) {}
@@ -47,6 +63,7 @@ TerminationSignals::TerminationSignals(QObject *parent)
         while (::read(pipeEnds[0], &number, 1) == 1) {}
         Q_EMIT received();
     });
+    std::signal(SIGALRM, endAtOnce);
     for (const int signal : kSignals) {
         if (signal != SIGTERM && isIgnored(signal))
             continue; // as by nohup

@@ -1,5 +1,7 @@
 // Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that the program ends in
-// order. A SIGINT or SIGHUP that was ignored when the program started stays ignored.
+// order. A SIGINT or SIGHUP that was ignored when the program started stays ignored. Where the end
+// takes more than 20 s, as with a display server that answers no more, the process ends at once,
+// with EX_UNAVAILABLE.
 #pragma once
 
 #include <QObject>
