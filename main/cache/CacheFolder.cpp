@@ -62,8 +62,11 @@ bool CacheFolder::isPrimed() const
 
 void CacheFolder::write(const QList<QJsonObject> &entries) const
 {
-    // A cache that cannot be written still plays what it has; the next refresh tries again.
-    (void)DurableFile::write(manifestFile(), serializeManifest(entries));
+    // A cache that cannot be written still plays what it has.
+    const FileResult result = DurableFile::write(manifestFile(), serializeManifest(entries));
+    if (!result.isOk())
+        log(QStringLiteral("manifest not written (%1); the next refresh tries again")
+                .arg(result.reason));
 }
 
 void CacheFolder::seedIfEmpty(const std::optional<QString> &clip,

@@ -28,7 +28,7 @@ public:
     // Whether there is a manifest at all, whatever is in it.
     [[nodiscard]] bool isPrimed() const;
 
-    // Replaces the manifest, or leaves it as it was when that fails.
+    // Replaces the manifest, or leaves it as it was when that fails, and logs so.
     void write(const QList<QJsonObject> &entries) const;
 
     // Gives a folder without a manifest the clip that ships with the program, described by one

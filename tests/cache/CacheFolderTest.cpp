@@ -183,8 +183,12 @@ TEST_F(CacheFolderTest, KeepsTheOldManifestWhenTheNewOneCannotBeWritten)
 {
     storeManifest("[]");
     ASSERT_TRUE(QDir().mkpath(m_folder.manifestFile() + QStringLiteral(".tmp")));
+    test::CapturedLog log;
     m_folder.write({object(R"({"id": "171"})")});
     EXPECT_EQ(stored(QStringLiteral("manifest.json")), QByteArray("[]"));
+    EXPECT_THAT(log.messages(),
+                ElementsAre(QStringLiteral(
+                    "manifest not written (Is a directory); the next refresh tries again")));
 }
 
 TEST_F(CacheFolderTest, WritesNothingWithoutAFolder)
