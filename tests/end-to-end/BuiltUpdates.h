@@ -2,6 +2,7 @@
 // Main thread only.
 #pragma once
 
+#include "support/NginxServer.h"
 #include "support/ProgramUnderTest.h"
 
 #include <QCryptographicHash>
@@ -122,5 +123,37 @@ inline std::optional<QStringList> running(const QString &prefix, int build)
     }
     return std::nullopt;
 }
+
+// The first build, installed and looking for updates at a web server of its own, without a screen
+// and without imagery from anywhere.
+class InstalledCopy : public testing::Test
+{
+protected:
+    InstalledCopy()
+    {
+        EXPECT_TRUE(QDir().mkpath(m_www));
+        m_server = std::make_unique<test::NginxServer>(
+            m_authority.issue({QStringLiteral("localhost")}), m_www);
+        m_program.setVariable(QStringLiteral("SSL_CERT_FILE"), m_authority.certificate());
+        m_program.showOnPlatform(QStringLiteral("offscreen"));
+        m_program.configure(
+            {{QStringLiteral("imageryHost"), QStringLiteral("localhost:1")},
+             {QStringLiteral("updateFeed"), QString(address() + QStringLiteral("/appcast.xml"))}});
+        installFirstBuild(m_program, prefix());
+    }
+
+    [[nodiscard]] QString prefix() const
+    {
+        return m_program.home() + QStringLiteral("/opt/corvella");
+    }
+    [[nodiscard]] QString address() const { return QStringLiteral("https://") + m_server->host(); }
+    [[nodiscard]] int current() const { return currentBuild(prefix()); }
+    void announce() const { announceSecondBuild(m_program, m_www, address()); }
+
+    test::TestAuthority m_authority;
+    test::ProgramUnderTest m_program;
+    const QString m_www = m_program.home() + QStringLiteral("/www");
+    std::unique_ptr<test::NginxServer> m_server;
+};
 
 } // namespace corvella

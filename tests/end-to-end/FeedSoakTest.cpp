@@ -4,13 +4,13 @@
 #include "end-to-end/BuiltUpdates.h"
 #include "settings/Hosts.h"
 #include "support/Holdings.h"
-#include "support/NginxServer.h"
 #include "support/Repetitions.h"
 #include "support/SpedUpTime.h"
 #include "support/Trend.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdio>
 
 namespace corvella {
@@ -26,22 +26,15 @@ constexpr auto kAnotherDay = 25h;
 constexpr double kMostGrowth = 3;
 const QMap<QString, double> kMostGrowthOf{{u"memory, KiB"_s, 3000}, {u"mappings"_s, 30}};
 
-class FeedSoak : public testing::Test
+class FeedSoak : public InstalledCopy
 {
 protected:
     FeedSoak()
     {
-        EXPECT_TRUE(QDir().mkpath(m_www));
-        m_server = std::make_unique<test::NginxServer>(m_authority.issue({u"localhost"_s}), m_www);
-        m_program.setVariable(u"SSL_CERT_FILE"_s, m_authority.certificate());
-        m_program.showOnPlatform(u"offscreen"_s);
         m_program.configureWall();
-        m_program.configure({{u"offline"_s, false},
-                             {u"imageryHost"_s, u"localhost:1"_s},
-                             {u"updateFeed"_s, u"https://%1/appcast.xml"_s.arg(m_server->host())}});
+        m_program.configure({{u"offline"_s, false}});
         m_program.addClip(u"171"_s, 1, 8);
-        installFirstBuild(m_program, m_prefix);
-        announceSecondBuild(m_program, m_www, u"https://"_s + m_server->host());
+        announce();
         m_time.take(m_program);
         // Nobody is asked for imagery but the test's own server, which has none.
         m_program.setVariable(u"CORVELLA_TEST_HOSTS"_s,
@@ -68,13 +61,7 @@ protected:
             m_readings[holding.key()].push_back({double(m_looks), holding.value()});
     }
 
-    test::TestAuthority m_authority;
     test::SpedUpTime m_time{60};
-    test::ProgramUnderTest m_program;
-    const QString m_www = m_program.home() + u"/www"_s;
-    const QString m_prefix = m_program.home() + u"/opt/corvella"_s;
-    std::unique_ptr<test::NginxServer> m_server;
-
     int m_looks = 0;
     std::chrono::hours m_skipped{0};
     QMap<QString, std::vector<test::Point>> m_readings;
@@ -98,7 +85,10 @@ TEST_F(FeedSoak, HoldsNoMoreAfterYearsOfLooksThanAfterDays)
             << reading.key().toStdString();
     }
     EXPECT_EQ(m_server->takeRequests().count(u"GET /appcast.xml 200"_s), m_looks);
-    EXPECT_EQ(currentBuild(m_prefix), 1);
+    EXPECT_EQ(current(), 1) << "it was installed under the wall";
+    m_program.process().signal(SIGTERM);
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_EQ(current(), 2);
 }
 
 } // namespace

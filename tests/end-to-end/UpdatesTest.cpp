@@ -2,7 +2,6 @@
 // server; and what is left of it when that is interrupted.
 #include "end-to-end/BuiltUpdates.h"
 #include "support/AlteredMachine.h"
-#include "support/NginxServer.h"
 #include "support/PrivateBus.h"
 #include "support/ProgramUnderTest.h"
 #include "support/QtPrinting.h"
@@ -35,31 +34,18 @@ QString zoneWhereItIs(int hour)
     return u"TEST%1%2"_s.arg(behind < 0 ? u"-"_s : u"+"_s).arg(std::abs(behind));
 }
 
-class Updates : public testing::Test
+class Updates : public InstalledCopy
 {
 protected:
     Updates()
     {
-        EXPECT_TRUE(QDir().mkpath(m_www));
-        m_server = std::make_unique<test::NginxServer>(m_authority.issue({u"localhost"_s}), m_www);
-        m_program.setVariable(u"SSL_CERT_FILE"_s, m_authority.certificate());
-        m_program.showOnPlatform(u"offscreen"_s);
         m_program.addClip(u"171"_s, 1, 1);
-        m_program.configure({{u"mode"_s, u"desktop"_s},
-                             {u"configured"_s, true},
-                             {u"imageryHost"_s, u"localhost:1"_s},
-                             {u"checkUpdatesNow"_s, true},
-                             {u"updateFeed"_s, u"https://%1/appcast.xml"_s.arg(m_server->host())}});
-        installFirstBuild(m_program, prefix());
+        m_program.configure(
+            {{u"mode"_s, u"desktop"_s}, {u"configured"_s, true}, {u"checkUpdatesNow"_s, true}});
     }
 
     void shell(const QStringList &words) const { corvella::shell(m_program, words); }
-    [[nodiscard]] QString address() const { return u"https://"_s + m_server->host(); }
-    void announce() const { announceSecondBuild(m_program, m_www, address()); }
-
-    [[nodiscard]] QString prefix() const { return m_program.home() + u"/opt/corvella"_s; }
     [[nodiscard]] QString path(const QString &name) const { return prefix() + u'/' + name; }
-    [[nodiscard]] int current() const { return currentBuild(prefix()); }
 
     [[nodiscard]] std::optional<QStringList> running(int build) const
     {
@@ -98,11 +84,6 @@ protected:
         expectWhole(path(build), kUpdates + u'/' + build);
         test::run({path(u"bin/corvella"_s), {u"--selftest"_s}, m_program.environment(), {}});
     }
-
-    test::TestAuthority m_authority;
-    test::ProgramUnderTest m_program;
-    QString m_www = m_program.home() + u"/www"_s;
-    std::unique_ptr<test::NginxServer> m_server;
 };
 
 TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)

@@ -1,11 +1,7 @@
 #include "support/WaylandKeyboard.h"
 
-#include "support/HeadlessSway.h"
-
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstring>
 #include <linux/input-event-codes.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -40,19 +36,7 @@ quint32 bitOf(int modifier)
     }
 }
 
-quint32 keyTime()
-{
-    const auto sinceBoot = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<quint32>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(sinceBoot).count());
-}
-
 } // namespace
-
-void WaylandKeyboard::Disconnect::operator()(wl_display *display) const
-{
-    wl_display_disconnect(display);
-}
 
 void WaylandKeyboard::Destroy::operator()(wl_seat *seat) const
 {
@@ -70,42 +54,22 @@ void WaylandKeyboard::Destroy::operator()(zwp_virtual_keyboard_v1 *keyboard) con
 }
 
 WaylandKeyboard::WaylandKeyboard(const HeadlessSway &compositor)
-    : m_display(wl_display_connect(qPrintable(compositor.socket())))
+    : m_client(compositor)
+    , m_seat(m_client.bind<wl_seat>(wl_seat_interface))
+    , m_manager(
+          m_client.bind<zwp_virtual_keyboard_manager_v1>(zwp_virtual_keyboard_manager_v1_interface))
 {
-    if (m_display)
-        plugIn();
-    if (!m_keyboard)
+    if (!m_manager || !m_seat) {
         ADD_FAILURE() << "no compositor that lets a test have a keyboard";
-}
-
-WaylandKeyboard::~WaylandKeyboard() = default;
-
-void WaylandKeyboard::plugIn()
-{
-    static constexpr wl_registry_listener listener{
-        [](void *self, wl_registry *registry, uint32_t name, const char *interface, uint32_t) {
-            auto *const keyboard = static_cast<WaylandKeyboard *>(self);
-            const wl_interface &manager = zwp_virtual_keyboard_manager_v1_interface;
-            if (std::strcmp(interface, manager.name) == 0)
-                keyboard->m_manager.reset(static_cast<zwp_virtual_keyboard_manager_v1 *>(
-                    wl_registry_bind(registry, name, &manager, 1)));
-            if (std::strcmp(interface, wl_seat_interface.name) == 0)
-                keyboard->m_seat.reset(static_cast<wl_seat *>(
-                    wl_registry_bind(registry, name, &wl_seat_interface, 1)));
-        },
-        [](void *, wl_registry *, uint32_t) {},
-    };
-    wl_registry *const registry = wl_display_get_registry(m_display.get());
-    wl_registry_add_listener(registry, &listener, this);
-    wl_display_roundtrip(m_display.get());
-    wl_registry_destroy(registry);
-    if (!m_manager || !m_seat)
         return;
+    }
     m_keyboard.reset(
         zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(m_manager.get(), m_seat.get()));
     sendKeymap();
-    wl_display_roundtrip(m_display.get());
+    m_client.roundTrip();
 }
+
+WaylandKeyboard::~WaylandKeyboard() = default;
 
 void WaylandKeyboard::sendKeymap()
 {
@@ -118,7 +82,7 @@ void WaylandKeyboard::sendKeymap()
 
 void WaylandKeyboard::send(int key, quint32 state)
 {
-    zwp_virtual_keyboard_v1_key(m_keyboard.get(), keyTime(), static_cast<quint32>(key), state);
+    zwp_virtual_keyboard_v1_key(m_keyboard.get(), inputTime(), static_cast<quint32>(key), state);
 }
 
 void WaylandKeyboard::hold(quint32 modifiers)
@@ -139,7 +103,7 @@ void WaylandKeyboard::strike(const QList<int> &held, int key)
         send(modifier, WL_KEYBOARD_KEY_STATE_RELEASED);
         hold(modifiers &= ~bitOf(modifier));
     }
-    wl_display_roundtrip(m_display.get());
+    m_client.roundTrip();
 }
 
 } // namespace corvella::test

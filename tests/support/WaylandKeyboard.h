@@ -1,18 +1,17 @@
 // A keyboard of a test's own at a compositor: plugged in while the object lives. Main thread only.
 #pragma once
 
+#include "support/WaylandClient.h"
+
 #include <QList>
 
 #include <memory>
 
-struct wl_display;
 struct wl_seat;
 struct zwp_virtual_keyboard_manager_v1;
 struct zwp_virtual_keyboard_v1;
 
 namespace corvella::test {
-
-class HeadlessSway;
 
 class WaylandKeyboard
 {
@@ -26,24 +25,19 @@ public:
     void strike(const QList<int> &held, int key);
 
 private:
-    void plugIn();
     void sendKeymap();
     void send(int key, quint32 state);
     void hold(quint32 modifiers);
 
-    struct Disconnect
-    {
-        void operator()(wl_display *display) const;
-    };
     struct Destroy
     {
         void operator()(wl_seat *seat) const;
         void operator()(zwp_virtual_keyboard_manager_v1 *manager) const;
         void operator()(zwp_virtual_keyboard_v1 *keyboard) const;
     };
-    const std::unique_ptr<wl_display, Disconnect> m_display;
-    std::unique_ptr<wl_seat, Destroy> m_seat;
-    std::unique_ptr<zwp_virtual_keyboard_manager_v1, Destroy> m_manager;
+    const WaylandClient m_client;
+    const std::unique_ptr<wl_seat, Destroy> m_seat;
+    const std::unique_ptr<zwp_virtual_keyboard_manager_v1, Destroy> m_manager;
     std::unique_ptr<zwp_virtual_keyboard_v1, Destroy> m_keyboard;
 };
 

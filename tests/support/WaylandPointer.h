@@ -1,18 +1,17 @@
 // A mouse of a test's own at a compositor: plugged in while the object lives. Main thread only.
 #pragma once
 
+#include "support/WaylandClient.h"
+
 #include <QPoint>
 #include <QSize>
 
 #include <memory>
 
-struct wl_display;
 struct zwlr_virtual_pointer_manager_v1;
 struct zwlr_virtual_pointer_v1;
 
 namespace corvella::test {
-
-class HeadlessSway;
 
 class WaylandPointer
 {
@@ -29,24 +28,19 @@ public:
     void click(int button = 0); // counted from the main one
 
 private:
-    void plugIn();
     // What was sent since the last of these is one movement or one press.
     void endFrame();
     void sendPlace(QPoint place);
     void sendButton(int button, quint32 state);
 
-    struct Disconnect
-    {
-        void operator()(wl_display *display) const;
-    };
     struct Destroy
     {
         void operator()(zwlr_virtual_pointer_manager_v1 *manager) const;
         void operator()(zwlr_virtual_pointer_v1 *pointer) const;
     };
     const QSize m_layout;
-    const std::unique_ptr<wl_display, Disconnect> m_display;
-    std::unique_ptr<zwlr_virtual_pointer_manager_v1, Destroy> m_manager;
+    const WaylandClient m_client;
+    const std::unique_ptr<zwlr_virtual_pointer_manager_v1, Destroy> m_manager;
     std::unique_ptr<zwlr_virtual_pointer_v1, Destroy> m_pointer;
 };
 
