@@ -122,7 +122,9 @@ TEST_F(DesktopPictures, GiveWayToTheUsersAtTheNextLaunchWhereTurningOffWasCutOff
     m_program.configure({{u"mode"_s, u"saver"_s}});
     m_program.start();
     EXPECT_TRUE(m_program.logs(u"desktop: restored"_s));
-    EXPECT_EQ(m_display.client().picture().pixelColor(400, 200), QColor(u"#336699"_s));
+    EXPECT_TRUE(becomes([this] {
+        return m_display.client().picture().pixelColor(400, 200) == QColor(u"#336699"_s);
+    }));
     EXPECT_FALSE(settings().contains(u"previousDesktop"_s));
 }
 
