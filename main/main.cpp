@@ -149,6 +149,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
     // All that goes over a bus is asked for anew by a program that is started anew.
     QObject::connect(&lostBus, &LostBus::returned, &delegate, [&] {
         log(QStringLiteral("message bus is back; starting anew"));
+        delegate.storeLostMode();
         toGoOn = commandLine.toGoOn(delegate.isShowing(), delegate.isArmedWaiting());
         Updater::shared().stop(); // this is no end at which an update may be installed
         QApplication::exit(kAnew);

@@ -479,6 +479,12 @@ void App::keepWalls()
     m_followed = Settings::storedMode();
 }
 
+void App::storeLostMode()
+{
+    if (m_showing && !Settings::storedMode())
+        Settings::setMode(m_mode);
+}
+
 void App::dismiss()
 {
     hide();

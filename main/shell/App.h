@@ -92,6 +92,9 @@ public:
     void disarm() override;
     // Lets the walls be, though another mode is stored by now.
     void keepWalls() override;
+    // For a program that is started anew to go on in the mode that is shown, though the settings
+    // were lost meanwhile: a kiosk stays one.
+    void storeLostMode();
 
     // When an update that lies ready may be installed.
     [[nodiscard]] Updater::When whenToInstall() const;
