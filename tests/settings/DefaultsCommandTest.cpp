@@ -36,6 +36,18 @@ protected:
     UserDefaults m_defaults{QStringLiteral("space.tarrow.corvella")};
 };
 
+TEST_F(DefaultsCommandTest, FailsWhereItsAnswerCannotBeWritten)
+{
+    QFile full(QStringLiteral("/dev/full"));
+    ASSERT_TRUE(full.open(QIODevice::WriteOnly));
+    QTextStream output(&full);
+    QString complaints;
+    QTextStream errors(&complaints);
+    EXPECT_EQ(runDefaultsCommand({QStringLiteral("read")}, m_defaults, output, errors),
+              ExitStatus::failed);
+    EXPECT_EQ(complaints, QStringLiteral("corvella-defaults: the answer could not be written\n"));
+}
+
 TEST_F(DefaultsCommandTest, WritesEachTypeAndReadsItBack)
 {
     const struct

@@ -36,8 +36,8 @@ The settings are the file $XDG_CONFIG_HOME/space.tarrow.corvella.json (~/.config
 where that is not set), and below it, for keys it lacks, the files of that name
 in $XDG_CONFIG_DIRS (/etc/xdg), which read shows and write and delete leave alone.
 
-Exit status: 0 done; 1 no such key, or the change could not be saved; 2 usage, or
-a value that is none of its type.
+Exit status: 0 done; 1 no such key, or the change or the answer could not be
+written; 2 usage, or a value that is none of its type.
 )";
 
 struct Command
@@ -187,12 +187,8 @@ ExitStatus remove(const Command &command, const QStringList &arguments)
     return saved(command.defaults.remove(arguments.first()));
 }
 
-} // namespace
-
-ExitStatus runDefaultsCommand(const QStringList &arguments, UserDefaults &defaults,
-                              QTextStream &output, QTextStream &errors)
+ExitStatus carryOut(const Command &command, const QStringList &arguments)
 {
-    const Command command{defaults, output, errors};
     const QString verb = arguments.value(0);
     if (verb == u"read")
         return read(command, arguments.mid(1));
@@ -204,8 +200,22 @@ ExitStatus runDefaultsCommand(const QStringList &arguments, UserDefaults &defaul
         return usage(command,
                      verb.isEmpty() ? QStringLiteral("no command")
                                     : QStringLiteral("no command \"%1\"").arg(verb));
-    output << kHelp;
+    command.output << kHelp;
     return ExitStatus::done;
+}
+
+} // namespace
+
+ExitStatus runDefaultsCommand(const QStringList &arguments, UserDefaults &defaults,
+                              QTextStream &output, QTextStream &errors)
+{
+    const Command command{defaults, output, errors};
+    const ExitStatus status = carryOut(command, arguments);
+    output.flush();
+    if (output.status() != QTextStream::Ok)
+        return complain(command, ExitStatus::failed,
+                        QStringLiteral("the answer could not be written"));
+    return status;
 }
 
 } // namespace corvella

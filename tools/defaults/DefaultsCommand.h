@@ -10,7 +10,7 @@ namespace corvella {
 
 enum class ExitStatus {
     done = 0,
-    failed = 1, // no such key, or the change could not be saved
+    failed = 1, // no such key, the change not saved, or the answer not written
     usage = 2,  // not understood, or a value that is none of its type
 };
 
