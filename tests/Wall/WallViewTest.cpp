@@ -163,7 +163,7 @@ TEST_F(WallViewTest, AClipTakesTwiceItsLength)
     ASSERT_TRUE(becomes([&] { return ended() == 2; }));
     // 10 pictures at 30 a second are 0.33 s: at full speed this, at a quarter of it 1.33 s.
     const double lap = std::chrono::duration<double>(clock.now() - first).count();
-    EXPECT_GT(lap, 0.6);
+    EXPECT_GT(lap, 0.5);
     EXPECT_LT(lap, 1.2);
 }
 
