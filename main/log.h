@@ -7,7 +7,8 @@ namespace corvella {
 
 // Writes "corvella: MESSAGE\n" to standard error in one piece and MESSAGE to the system journal
 // (identifier "corvella", subsystem "space.tarrow.corvella", category "app").
-// Any thread; never fails: where there is no journal, standard error is all.
+// Any thread; never fails, and never waits: where there is no journal, standard error is all, and
+// what either of them does not take at once is lost.
 void log(const QString &message);
 
 } // namespace corvella

@@ -72,6 +72,18 @@ TEST_F(LogOfTheProgram, ReachesTheJournalWithoutThePrefix)
     EXPECT_FALSE(journal.next());
 }
 
+TEST_F(LogOfTheProgram, IsCompleteOnStandardErrorWhereTheJournalHangs)
+{
+    test::JournalSocket journal;
+    journal.hang();
+    test::AlteredMachine machine;
+    machine.setJournal(journal.folder());
+    m_program.setMachine(machine);
+    m_program.start({u"--refresh"_s});
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+    EXPECT_EQ(m_program.process().errors(), QByteArray("corvella: ") + kMessage + '\n');
+}
+
 TEST_F(LogOfTheProgram, IsCompleteOnStandardErrorWithoutAJournal)
 {
     QTemporaryDir empty;

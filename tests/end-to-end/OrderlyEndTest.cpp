@@ -120,7 +120,7 @@ TEST_F(WallOnADisplay, EndsWithoutACrashWhenTheDisplayServerGoesDuringARefresh)
     EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
 }
 
-// As when the terminal or the launcher that it was started from is gone.
+// As when the terminal or the launcher that it was started from is gone, or reads no more.
 class WithoutAReader : public WallOnADisplay,
                        public testing::WithParamInterface<test::StandardError>
 {
@@ -143,9 +143,12 @@ TEST_P(WithoutAReader, WallPlaysOnAndEndsInOrder)
 
 INSTANTIATE_TEST_SUITE_P(OfItsMessages, WithoutAReader,
                          testing::Values(test::StandardError::closed,
-                                         test::StandardError::withoutReader),
+                                         test::StandardError::withoutReader,
+                                         test::StandardError::full),
                          [](const auto &row) {
-                             return row.param == test::StandardError::closed ? "Closed" : "Gone";
+                             return row.param == test::StandardError::closed       ? "Closed"
+                                 : row.param == test::StandardError::withoutReader ? "Gone"
+                                                                                   : "Hung";
                          });
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -16,16 +17,26 @@ namespace {
 
 constexpr int kPatienceAfterTerminate = 5'000; // milliseconds
 
-// Runs between fork and exec.
+// Both run between fork and exec.
+void fill(int pipe)
+{
+    ::fcntl(pipe, F_SETFL, O_NONBLOCK);
+    while (::write(pipe, "\n", 1) == 1) {}
+    ::fcntl(pipe, F_SETFL, 0);
+}
+
 void replaceStandardError(StandardError by)
 {
     int ends[2];
     if (by == StandardError::closed) {
         ::close(STDERR_FILENO);
-    } else if (by == StandardError::withoutReader && ::pipe(ends) == 0) {
+    } else if (by != StandardError::captured && ::pipe(ends) == 0) {
         ::dup2(ends[1], STDERR_FILENO);
-        ::close(ends[0]);
         ::close(ends[1]);
+        if (by == StandardError::full)
+            fill(STDERR_FILENO);
+        else
+            ::close(ends[0]);
     }
 }
 

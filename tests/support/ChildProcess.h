@@ -17,6 +17,7 @@ enum class StandardError {
     captured,
     closed,
     withoutReader, // a pipe that nobody reads any more
+    full,          // a pipe that is open, and never read
 };
 
 struct Command

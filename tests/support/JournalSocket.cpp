@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace corvella::test {
@@ -30,17 +30,29 @@ JournalSocket::Fields fieldsOf(const QByteArray &message)
 JournalSocket::JournalSocket()
     : m_socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
 {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
+    m_address.sun_family = AF_UNIX;
     const QByteArray path = QFile::encodeName(m_folder.filePath(QStringLiteral("socket")));
-    EXPECT_LT(static_cast<size_t>(path.size()), sizeof address.sun_path);
-    std::copy(path.begin(), path.end(), address.sun_path);
-    EXPECT_EQ(::bind(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    EXPECT_LT(static_cast<size_t>(path.size()), sizeof m_address.sun_path);
+    std::copy(path.begin(), path.end(), m_address.sun_path);
+    EXPECT_EQ(::bind(m_socket, reinterpret_cast<const sockaddr *>(&m_address), sizeof m_address),
+              0);
 }
 
 JournalSocket::~JournalSocket()
 {
     ::close(m_socket);
+}
+
+void JournalSocket::hang()
+{
+    const int sender = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    ssize_t sent = 0;
+    do {
+        sent = ::sendto(sender, "\n", 1, 0, reinterpret_cast<const sockaddr *>(&m_address),
+                        sizeof m_address);
+    } while (sent == 1);
+    EXPECT_EQ(errno, EAGAIN);
+    ::close(sender);
 }
 
 std::optional<JournalSocket::Fields> JournalSocket::next()

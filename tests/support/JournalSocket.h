@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 
 #include <optional>
+#include <sys/un.h>
 
 namespace corvella::test {
 
@@ -24,12 +25,16 @@ public:
     // The folder that holds the socket, under the name that the journal's has.
     [[nodiscard]] QString folder() const { return m_folder.path(); }
 
+    // It takes no more messages from now on.
+    void hang();
+
     // The next message that came; none when there is none yet.
     [[nodiscard]] std::optional<Fields> next();
 
 private:
     QTemporaryDir m_folder;
     int m_socket = -1;
+    sockaddr_un m_address{};
 };
 
 } // namespace corvella::test
