@@ -8,6 +8,7 @@
 #include "platform/layers/RendererKind.h"
 #include "platform/session/DisplayServer.h"
 #include "platform/session/DisplaySleep.h"
+#include "platform/session/HungBuses.h"
 #include "platform/session/IdleClock.h"
 #include "platform/session/LostBus.h"
 #include "platform/session/LostDisplay.h"
@@ -103,6 +104,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
 {
     if (!chooseDisplayServer())
         return EX_UNAVAILABLE;
+    const HungBuses hungBuses;
     std::shared_ptr<const void> loaded =
         App::showsAtOnce(commandLine) ? VideoPlayer::loadAhead() : nullptr;
     QApplication app(argc, argv);
@@ -127,7 +129,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
     if (commandLine.action == u"quit")
         return EXIT_SUCCESS; // nobody is there who could
 
-    const LostBus lostBus;
+    const LostBus lostBus(hungBuses);
     const TerminationSignals signals;
     QObject::connect(&signals, &TerminationSignals::received, &app, &QApplication::quit);
     Screens screens;

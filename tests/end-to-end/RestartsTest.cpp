@@ -143,6 +143,37 @@ TEST_F(Restarts, OfTheSystemBusHaveAKioskHoldTheMachinesKeysAgain)
     EXPECT_TRUE(becomes([this] { return isCovered(); }));
 }
 
+// Whoever asked one that only seems to be back would wait for ever.
+TEST_F(Restarts, OfTheBusCountOnceItAnswers)
+{
+    test::PrivateBus bus;
+    m_program.setSessionBus(bus);
+    startAs(u"kiosk"_s);
+    bus.crash();
+    ASSERT_TRUE(m_program.logs(u"session bus: gone; waiting for it to come back"_s));
+    bus.listenInVain();
+    EXPECT_FALSE(becomes([this] { return m_program.messages().contains(kAnew); }, 2s));
+    EXPECT_TRUE(isCovered());
+    bus.startAgain();
+    EXPECT_TRUE(m_program.logs(kLockedAnew, 2));
+    EXPECT_TRUE(isUpAs(u"kiosk"_s, 2));
+}
+
+TEST_F(Restarts, OfABusThatHungFromTheStartHaveItAskForAllThen)
+{
+    test::PrivateBus bus;
+    bus.hang();
+    m_program.setSessionBus(bus);
+    startAs(u"kiosk"_s);
+    EXPECT_TRUE(m_program.messages().contains(
+        u"session bus: does not answer; going on without it until it does"_s));
+    bus.goOn();
+    StandInService saver(bus, u"org.freedesktop.ScreenSaver"_s);
+    saver.setAnswer(kInhibit, QVariantList{42U});
+    EXPECT_TRUE(isUpAs(u"kiosk"_s, 2));
+    EXPECT_TRUE(saver.gets(kInhibit));
+}
+
 // As where its settings were damaged.
 TEST_F(Restarts, OfTheBusLeaveAKioskLockedWhoseModeWasLost)
 {

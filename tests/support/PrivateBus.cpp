@@ -9,6 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <sys/socket.h>
+#include <sys/un.h>
+
 namespace corvella::test {
 
 namespace {
@@ -63,8 +67,28 @@ void PrivateBus::crash()
 
 void PrivateBus::startAgain()
 {
-    QFile::remove(m_folder.filePath(QStringLiteral("bus"))); // the socket of the one that crashed
+    QFile::remove(socket()); // of the one that crashed
+    m_inVain = FileDescriptor();
     startDaemon();
+}
+
+void PrivateBus::listenInVain()
+{
+    QFile::remove(socket());
+    m_inVain = FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray path = QFile::encodeName(socket());
+    ASSERT_LT(static_cast<size_t>(path.size()), sizeof address.sun_path);
+    std::copy(path.begin(), path.end(), address.sun_path);
+    EXPECT_EQ(::bind(m_inVain.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address),
+              0);
+    EXPECT_EQ(::listen(m_inVain.get(), 8), 0);
+}
+
+QString PrivateBus::socket() const
+{
+    return m_folder.filePath(QStringLiteral("bus"));
 }
 
 void PrivateBus::offerToStart(const QString &service) const

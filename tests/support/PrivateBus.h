@@ -2,6 +2,7 @@
 // puts on it, ended with the object. Main thread only.
 #pragma once
 
+#include "platform/storage/FileDescriptor.h"
 #include "support/ChildProcess.h"
 
 #include <QTemporaryDir>
@@ -37,8 +38,12 @@ public:
     // It is killed; and is there again, at the same address and without a service.
     void crash();
     void startAgain();
+    // After a crash: until it is there again, connections to its address are taken, and nothing is
+    // answered, as by a service manager that has not got it started yet.
+    void listenInVain();
 
 private:
+    [[nodiscard]] QString socket() const;
     [[nodiscard]] QString configurationFile() const;
     [[nodiscard]] QString startedFile() const;
     void startDaemon();
@@ -46,6 +51,7 @@ private:
     QTemporaryDir m_folder;
     const QString m_address;
     std::unique_ptr<ChildProcess> m_daemon;
+    FileDescriptor m_inVain;
 };
 
 } // namespace corvella::test

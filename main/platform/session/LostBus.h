@@ -4,6 +4,8 @@
 // by which a second start finds the first. Main thread only; it never waits for a bus.
 #pragma once
 
+#include "platform/session/HungBuses.h"
+
 #include <QObject>
 #include <QTimer>
 
@@ -16,13 +18,13 @@ class LostBus : public QObject
     Q_OBJECT
 
 public:
-    // Connects to both buses, the session's and the system's, where that has not been done. Those
-    // that are not there then are never missed.
-    LostBus();
+    // Connects to both buses where that has not been done. One that was hidden is missed from the
+    // beginning; others that are not there then are never missed.
+    explicit LostBus(const HungBuses &buses);
     ~LostBus() override;
 
 Q_SIGNALS:
-    // All that had gone answer again. Once.
+    // All that are missed answer again. Once.
     void returned();
 
 private:
@@ -31,13 +33,10 @@ private:
     void watch(Bus bus);
     Q_SLOT void waitForReturn();
     void look();
+    void hear(Bus &bus);
 
     std::vector<Bus> m_buses;
     QTimer m_look;
 };
-
-// The path in a bus's address, such as "unix:path=/run/user/1000/bus,guid=1b2"; empty where none of
-// its parts has one.
-[[nodiscard]] QString socketPath(const QString &busAddress);
 
 } // namespace corvella

@@ -1,4 +1,4 @@
-#include "platform/session/LostBus.h"
+#include "platform/session/MessageBus.h"
 
 #include <gtest/gtest.h>
 
