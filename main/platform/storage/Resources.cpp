@@ -15,7 +15,10 @@ namespace {
 QString readExecutablePath()
 {
     std::array<char, PATH_MAX> buffer;
-    const ssize_t length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
+    ssize_t length = -1;
+    // Asked once for the whole run: what fails for once must not be the answer.
+    for (int tries = 2; length < 0 && tries > 0; --tries)
+        length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
     QString path = QFile::decodeName(QByteArray(buffer.data(), std::max<ssize_t>(length, 0)));
     // What the kernel adds when the file has been replaced under a running program.
     const QString removed = QStringLiteral(" (deleted)");
