@@ -54,10 +54,12 @@ constexpr int kAnew = 75;
 // How long what reads clips is kept for a wall that does not play yet.
 constexpr std::chrono::seconds kKeptLoaded{10};
 
-// A reader of our messages that goes away, a terminal or a launcher, must not take the walls along.
-void outliveReaders()
+// A reader of our messages that goes away, a terminal or a launcher, must not take the walls along,
+// nor must a file that a limit lets grow no further: such writes fail, and say so.
+void outliveFailedWrites()
 {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     // What we open next would take the number of a standard stream that we were started without,
     // and our messages would go into it: into the connection to the display, for one.
     int lowestFree = -1;
@@ -164,7 +166,7 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
 int main(int argc, char **argv)
 {
     keepTheHeapSmall();
-    outliveReaders();
+    outliveFailedWrites();
     const CommandLine commandLine = readCommandLine(argc, argv);
     argc = std::min(argc, 1); // Qt has options of its own, which would count
     if (commandLine.selfTest) {

@@ -72,8 +72,13 @@ void CacheFolder::write(const QList<QJsonObject> &entries) const
 void CacheFolder::seedIfEmpty(const std::optional<QString> &clip,
                               const std::optional<QString> &description) const
 {
-    if (isPrimed())
+    if (isPrimed()) {
+        const BoundedRead read = readBounded(manifestFile(), kLargestManifestBytes);
+        if (read.status != ReadStatus::ok)
+            log(QStringLiteral("manifest cannot be read (%1); nothing of it is played")
+                    .arg(read.reason));
         return;
+    }
     const std::optional<QJsonObject> entry = description ? readEntry(*description) : std::nullopt;
     if (!clip || !entry) {
         log(QStringLiteral("no seed in the bundle"));

@@ -33,7 +33,7 @@ public:
 
     // Gives a folder without a manifest the clip that ships with the program, described by one
     // entry as a JSON object. The paths are none for what does not ship. Logs whether it seeded or
-    // had nothing to seed with.
+    // had nothing to seed with, and why a manifest that is there is of no use to this user.
     void seedIfEmpty(const std::optional<QString> &clip,
                      const std::optional<QString> &description) const;
     // Gives a folder whose manifest names that clip the clip again where it is gone: there may have

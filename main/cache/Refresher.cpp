@@ -302,6 +302,15 @@ void Refresher::rewriteManifest(const std::optional<QList<Remote>> &remote)
         m_folder.write(entries);
 }
 
+std::optional<QString> Refresher::readStamp(const QString &name) const
+{
+    std::optional<QString> stamp = readSideFile(file(name));
+    if (!stamp && has(name))
+        log(QStringLiteral("the date in %1 cannot be read; the next refresh tries again")
+                .arg(name));
+    return stamp;
+}
+
 std::optional<QJsonObject> Refresher::manifestEntry(const QString &id,
                                                     const QString &catalogueLabel,
                                                     const std::optional<QString> &label,
@@ -309,7 +318,7 @@ std::optional<QJsonObject> Refresher::manifestEntry(const QString &id,
 {
     if (!has(clipName(id)))
         return std::nullopt;
-    std::optional<QString> updated = readSideFile(file(clipStampName(id)));
+    std::optional<QString> updated = readStamp(clipStampName(id));
     const QJsonValue before = previous.value(QLatin1String("updated"));
     if (!updated && before.isString())
         updated = before.toString();
@@ -325,7 +334,7 @@ std::optional<QJsonObject> Refresher::manifestEntry(const QString &id,
     if (has(stillName(id))) {
         entry.insert(QStringLiteral("still"), stillName(id));
         entry.insert(QStringLiteral("stillUpdated"),
-                     readSideFile(file(stillStampName(id))).value_or(*updated));
+                     readStamp(stillStampName(id)).value_or(*updated));
     }
     return entry;
 }

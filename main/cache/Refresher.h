@@ -58,6 +58,7 @@ private:
                              const Progress &progress);
     [[nodiscard]] bool updateFile(const QStringList &paths, const QString &name,
                                   const QString &stampName, const QString &stamp);
+    [[nodiscard]] std::optional<QString> readStamp(const QString &name) const;
     [[nodiscard]] std::optional<QJsonObject> manifestEntry(const QString &id,
                                                            const QString &catalogueLabel,
                                                            const std::optional<QString> &label,

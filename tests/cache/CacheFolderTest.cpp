@@ -1,5 +1,6 @@
 #include "cache/CacheFolder.h"
 #include "cache/Manifest.h"
+#include "platform/storage/OrdinaryUser.h"
 #include "support/CapturedLog.h"
 #include "support/TemporaryHome.h"
 
@@ -255,7 +256,22 @@ TEST_F(SeedingTest, DoesNothingWhereTheManifestCannotBeLookedAt)
     m_folder.seedIfEmpty(m_clip, m_description);
     EXPECT_TRUE(QFileInfo(manifest).isSymLink());
     EXPECT_FALSE(QFileInfo::exists(m_folder.path() + QStringLiteral("/seed.mp4")));
-    EXPECT_TRUE(m_log.messages().isEmpty());
+    EXPECT_THAT(m_log.messages(),
+                ElementsAre(QStringLiteral("manifest cannot be read (Too many levels of symbolic "
+                                           "links); nothing of it is played")));
+}
+
+TEST_F(SeedingTest, SaysThatAManifestIsSomebodyElses)
+{
+    storeManifest("[]");
+    ASSERT_TRUE(QFile::setPermissions(m_folder.manifestFile(), {}));
+    {
+        const test::OrdinaryUser user(m_home.path());
+        m_folder.seedIfEmpty(m_clip, m_description);
+    }
+    EXPECT_THAT(m_log.messages(),
+                ElementsAre(QStringLiteral(
+                    "manifest cannot be read (Permission denied); nothing of it is played")));
 }
 
 TEST_F(SeedingTest, KeepsAClipThatIsThereAlready)

@@ -609,6 +609,20 @@ TEST_F(RefresherTest, ListsWhatIsOnDiskByWhatIsKnownOfIt)
     EXPECT_EQ(manifest().first().value(QLatin1String("label")), QStringLiteral("AIA 171 Å"));
 }
 
+TEST_F(RefresherTest, SaysThatADateCannotBeRead)
+{
+    writeFile(QStringLiteral("171.mp4"), "clip");
+    ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("171.stamp"))));
+    writeFile(QStringLiteral("manifest.json"), R"([
+        {"id": "171", "label": "Gold", "video": "171.mp4", "updated": "2026-09-01T00:00:00Z"}])");
+    m_refresher.rewriteManifest(std::nullopt);
+    EXPECT_THAT(log(),
+                ElementsAre(QStringLiteral("the date in 171.stamp cannot be read; the next "
+                                           "refresh tries again")));
+    EXPECT_EQ(manifest().first().value(QLatin1String("updated")),
+              QStringLiteral("2026-09-01T00:00:00Z"));
+}
+
 TEST_F(RefresherTest, KeepsTheManifestWhenNothingIsOnDisk)
 {
     writeFile(QStringLiteral("manifest.json"), "what is there");

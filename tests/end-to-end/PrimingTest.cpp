@@ -302,9 +302,16 @@ protected:
     static bool isTag(const QString &name) { return name.endsWith(u".etag"); }
     [[nodiscard]] bool isNew() const
     {
-        return std::all_of(kProducts.begin(), kProducts.end(), [this](const QString &id) {
+        const QJsonArray listed = manifest();
+        return std::all_of(kProducts.begin(), kProducts.end(), [&](const QString &id) {
             return content(id + u".mp4"_s) == TestImageryHost::clip(id, kAfter, kClipBytes)
-                && content(id + u".png"_s) == TestImageryHost::still(id, kAfter);
+                && content(id + u".png"_s) == TestImageryHost::still(id, kAfter)
+                && std::any_of(listed.begin(), listed.end(), [&id](const QJsonValue &value) {
+                       const QJsonObject entry = value.toObject();
+                       return entry.value(u"id"_s) == id
+                           && entry.value(u"updated"_s) == u"2026-09-24T20:42:16Z"_s
+                           && entry.value(u"stillUpdated"_s) == u"2026-09-24T20:42:16Z"_s;
+                   });
         });
     }
     // Whatever the call that failed: the program ends by itself, every file is whole, what did not

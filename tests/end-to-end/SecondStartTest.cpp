@@ -78,6 +78,22 @@ TEST_P(SecondStart, BringsTheFirstOnesSettingsToTheFrontInTheUsersName)
     }
 }
 
+// From a shell without a bus beside a session's own start; or the bus was down at the first start.
+TEST_P(SecondStart, MeetsAFirstOneThatHasABusOrHasNone)
+{
+    startFirst();
+    if (GetParam() == Meeting::bus)
+        m_program.setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s);
+    else
+        m_program.setSessionBus(m_bus);
+    for (int i = 0; i < 2; ++i) { // it keeps nothing of the first one's
+        EXPECT_EQ(startAgain(), 0);
+        EXPECT_TRUE(hasSettingsWindow());
+    }
+    EXPECT_EQ(startAgain({u"--action"_s, u"quit"_s}), 0);
+    EXPECT_EQ(m_program.process().exitStatus(), 0);
+}
+
 // A trial beside an installed copy, as ./run makes it.
 TEST_P(SecondStart, IsAFirstOneWhereItsSettingsLieElsewhere)
 {

@@ -125,6 +125,22 @@ TEST_F(SystemCalls, AtWhichThePowerFailsLeaveAMachineOfflineWhoseSettingsAreDama
     EXPECT_GT(call, 3); // a second name, a file written and flushed, and renamed
 }
 
+TEST_F(SystemCalls, ThatWriteMoreThanALimitAllowsAreToldOf)
+{
+    m_program.setExecutable(u"prlimit"_s);
+    const auto runLimited = [this](const QString &program, const QStringList &arguments) {
+        return run(QStringList{u"--fsize=0"_s, program} + arguments);
+    };
+    m_program.configure({{u"offline"_s, true}});
+    EXPECT_EQ(runLimited(QStringLiteral(CORVELLA_DEFAULTS), {u"write"_s, u"mode"_s, u"wall"_s}), 1);
+    EXPECT_TRUE(words().contains("could not save")) << words().toStdString();
+    EXPECT_TRUE(words().contains("(File too large)")) << words().toStdString();
+    EXPECT_EQ(runLimited(test::ProgramUnderTest::executable(), {u"--refresh"_s}), 0);
+    EXPECT_TRUE(words().contains("corvella: could not copy the built-in clip (File too large); the "
+                                 "next start tries again\n"))
+        << words().toStdString();
+}
+
 TEST_F(SystemCalls, ThatAreInterruptedTakeNoLineWithThem)
 {
     m_program.addClip(u"171"_s, 1, 1);

@@ -4,10 +4,12 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
 #include <cstdio>
 
 int main(int argc, char **argv)
 {
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may grow no further is told of like a full disk
     const QCoreApplication application(argc, argv);
     corvella::UserDefaults defaults = corvella::Settings::openStore();
     QTextStream output(stdout);

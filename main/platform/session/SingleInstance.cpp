@@ -12,10 +12,14 @@ SingleInstance::~SingleInstance() = default;
 
 SingleInstance::Outcome SingleInstance::claim(const QString &action)
 {
+    // All that are to be had: of two starts, one may have a bus and the other none.
     for (const auto create : {createBusChannel, createLockChannel}) {
-        m_channel = create(*this);
-        if (const std::optional<Outcome> outcome = m_channel->claim(action))
-            return *outcome;
+        m_channels.push_back(create(*this));
+        const Outcome outcome = m_channels.back()->claim(action).value_or(Outcome::first);
+        if (outcome != Outcome::first) {
+            m_channels.clear(); // what is the other one's by rights
+            return outcome;
+        }
     }
     return Outcome::first;
 }

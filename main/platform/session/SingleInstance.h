@@ -1,8 +1,8 @@
 // One program per user: the first one keeps the name space.tarrow.corvella on the session's bus and
 // answers as org.freedesktop.Application there
-// (https://specifications.freedesktop.org/desktop-entry-spec/latest/dbus.html); where there is no
-// bus, it keeps a lock and a socket in the user's runtime folder. One whose settings lie elsewhere
-// than usual, as a trial's do, is a program of its own. Main thread only.
+// (https://specifications.freedesktop.org/desktop-entry-spec/latest/dbus.html), and it keeps a lock
+// and a socket in the user's runtime folder, for those that have no bus. One whose settings lie
+// elsewhere than usual, as a trial's do, is a program of its own. Main thread only.
 #pragma once
 
 #include <QObject>
@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace corvella {
 
@@ -47,7 +48,7 @@ Q_SIGNALS:
     void activated(const QString &action);
 
 private:
-    std::unique_ptr<Channel> m_channel;
+    std::vector<std::unique_ptr<Channel>> m_channels; // none where another one runs
 };
 
 // What the names of a program whose settings lie elsewhere end with; empty for the usual place.

@@ -19,7 +19,7 @@ namespace {
 
 using Outcome = SingleInstance::Outcome;
 
-constexpr int kAnswerPatienceMs = 2000;
+constexpr std::chrono::milliseconds kAnswerPatience{2000};
 constexpr size_t kLongestWord = 64;
 constexpr char kTaken = '+'; // the answer
 
@@ -45,10 +45,19 @@ public:
         if (!folder)
             return std::nullopt;
         const QString name = *folder + QStringLiteral("/corvella") + instanceSuffix();
+        const QString lock = name + QStringLiteral(".lock");
         const QString socket = name + QStringLiteral(".socket");
-        m_lock = FileLock::acquire(name + QStringLiteral(".lock"), std::chrono::milliseconds(0));
+        m_lock = FileLock::acquire(lock, std::chrono::milliseconds(0));
+        if (!m_lock && errno == EWOULDBLOCK) {
+            if (const std::optional<Outcome> outcome = handOver(socket, word))
+                return outcome;
+            // The one that runs may just be ending: then it is our turn after all.
+            m_lock = FileLock::acquire(lock, kAnswerPatience);
+            if (!m_lock)
+                return Outcome::silent;
+        }
         if (!m_lock)
-            return errno == EWOULDBLOCK ? std::optional(handOver(socket, word)) : std::nullopt;
+            return std::nullopt;
         listen(socket);
         return Outcome::first;
     }
@@ -78,17 +87,18 @@ private:
         Q_EMIT m_instance.activated(QString::fromUtf8(word.data(), length));
     }
 
-    static Outcome handOver(const QString &path, const QString &word)
+    // None where nobody listens.
+    static std::optional<Outcome> handOver(const QString &path, const QString &word)
     {
         const FileDescriptor socket = boundSocket(unixAddressOf({}));
         UnixAddress first = unixAddressOf(path);
         const QByteArray bytes = word.toUtf8().left(kLongestWord);
+        if (::sendto(socket.get(), bytes.constData(), static_cast<size_t>(bytes.size()), 0,
+                     first.generic(), first.size)
+            < 0)
+            return std::nullopt;
         pollfd answered{socket.get(), POLLIN, 0};
-        const bool isTaken = socket.isOpen()
-            && ::sendto(socket.get(), bytes.constData(), static_cast<size_t>(bytes.size()), 0,
-                        first.generic(), first.size)
-                >= 0
-            && ::poll(&answered, 1, kAnswerPatienceMs) == 1;
+        const bool isTaken = ::poll(&answered, 1, static_cast<int>(kAnswerPatience.count())) == 1;
         return isTaken ? Outcome::handedOver : Outcome::silent;
     }
 

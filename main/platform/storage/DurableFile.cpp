@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -66,17 +67,45 @@ constexpr mode_t kPermissionBits = 07777;
 constexpr size_t kGather = size_t{1} << 20; // bytes to write at once
 const QString kTemporarySuffix = QStringLiteral(".tmp");
 
+// No writer leaves its file alone for so long.
+constexpr time_t kAbandonedSeconds = 60;
+
+// Opens the temporary file that is there, to be locked; closed on failure, with errno set (ENOENT:
+// there is none any more). What was never one, a link or a pipe, and what is not even ours to lock
+// while nobody writes it, stands in the way of one and is removed.
+FileDescriptor openForLock(const QByteArray &name)
+{
+    FileDescriptor file;
+    struct stat named = {};
+    if (::lstat(name.constData(), &named) != 0)
+        return file;
+    if (S_ISREG(named.st_mode)) {
+        // It has the permissions of the file that it was to replace. Read-only locks as well.
+        for (const int access : {O_WRONLY, O_RDONLY}) {
+            file = FileDescriptor(
+                ::open(name.constData(), access | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+            if (file.isOpen() || errno != EACCES)
+                return file;
+        }
+        if (::time(nullptr) - named.st_mtime < kAbandonedSeconds)
+            return file;
+    }
+    if (::unlink(name.constData()) == 0)
+        errno = ENOENT;
+    return file;
+}
+
 // Makes the temporary file for this writer alone; closed on failure, with errno set. One that is
 // there is another writer's until it is locked. Then a crash has left it, or somebody else has put
 // it there, and it is none to write to: it may have another owner, or another name.
 FileDescriptor openAlone(const QByteArray &name, mode_t mode)
 {
-    constexpr int kFlags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     for (;;) {
-        FileDescriptor file(::open(name.constData(), kFlags | O_CREAT | O_EXCL, mode));
+        FileDescriptor file(
+            ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         const bool isNew = file.isOpen();
         if (!isNew && errno == EEXIST) {
-            file = FileDescriptor(::open(name.constData(), kFlags));
+            file = openForLock(name);
             if (!file.isOpen() && errno == ENOENT)
                 continue; // its writer has just put it in place
         }
@@ -102,18 +131,10 @@ void keepPermissions(const QByteArray &from, const FileDescriptor &to)
         (void)::fchmod(to.get(), before.st_mode & kPermissionBits);
 }
 
-// Removes a temporary file that nobody writes any more. What is no plain file, a link or a pipe,
-// was never one and stands in the way of one.
+// Removes a temporary file that nobody writes any more.
 void removeIfAbandoned(const QByteArray &name)
 {
-    struct stat named = {};
-    if (::lstat(name.constData(), &named) == 0 && !S_ISREG(named.st_mode))
-        ::unlink(name.constData());
-    constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    FileDescriptor file(::open(name.constData(), O_WRONLY | kFlags));
-    // It has the permissions of the file that it was to replace. Read-only locks as well.
-    if (!file.isOpen() && errno == EACCES)
-        file = FileDescriptor(::open(name.constData(), O_RDONLY | kFlags));
+    const FileDescriptor file = openForLock(name);
     // Removed under the lock: once that is free, it may be another writer's.
     if (file.isOpen() && lockAlone(file.get(), std::chrono::milliseconds(0))
         && isStillNamed(file.get(), name))

@@ -26,6 +26,7 @@ void relaunch(const QString &program, const QStringList &arguments)
     // A library may have opened something without saying that it ends here.
     ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     std::signal(SIGPIPE, SIG_DFL);
+    std::signal(SIGXFSZ, SIG_DFL);
     ::execv(pointers.front(), pointers.data());
     log(QStringLiteral("update: cannot relaunch %1: %2").arg(program, qt_error_string(errno)));
 }

@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
@@ -21,9 +22,27 @@ class DurableFileTest : public testing::Test
 {
 protected:
     QStringList names() const { return QDir(m_home.path()).entryList(QDir::Files | QDir::Hidden); }
+    // All write, and none mixes with another.
+    void writeInTurns() const
+    {
+        std::vector<std::thread> writers;
+        for (const char letter : {'a', 'b', 'c', 'd'}) {
+            writers.emplace_back([this, letter] {
+                for (qsizetype i = 1; i <= 50; ++i)
+                    EXPECT_TRUE(DurableFile::write(m_path, QByteArray(i * 100, letter)).isOk());
+            });
+        }
+        for (std::thread &writer : writers)
+            writer.join();
+        const QByteArray content = m_home.read(m_path);
+        EXPECT_FALSE(content.isEmpty());
+        EXPECT_EQ(content.count(content.at(0)), content.size()) << "a mixture of two writers";
+        EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+    }
 
     test::TemporaryHome m_home;
     QString m_path = m_home.path(QStringLiteral("file"));
+    QString m_temporary = m_path + QStringLiteral(".tmp");
 };
 
 TEST_F(DurableFileTest, WritesANewFileAndLeavesNothingElse)
@@ -42,8 +61,7 @@ TEST_F(DurableFileTest, ReplacesALongerFileWhole)
 
 TEST_F(DurableFileTest, IsNotConfusedByWhatACrashLeftBeside)
 {
-    m_home.write(m_path + QStringLiteral(".tmp"),
-                 "half of an old content that never became visible");
+    m_home.write(m_temporary, "half of an old content that never became visible");
     EXPECT_TRUE(DurableFile::write(m_path, "new").isOk());
     EXPECT_EQ(m_home.read(m_path), QByteArray("new"));
     EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
@@ -105,15 +123,46 @@ TEST_F(DurableFileTest, WritesThroughNoLinkThatStandsAtTheTemporaryName)
 {
     const QString foreign = m_home.path(QStringLiteral("foreign"));
     m_home.write(foreign, "theirs");
-    ASSERT_TRUE(QFile::link(foreign, m_path + QStringLiteral(".tmp")));
-    EXPECT_FALSE(DurableFile::write(m_path, "ours").isOk());
+    ASSERT_TRUE(QFile::link(foreign, m_temporary));
+    EXPECT_TRUE(DurableFile::write(m_path, "ours").isOk());
     EXPECT_EQ(m_home.read(foreign), QByteArray("theirs"));
+    EXPECT_EQ(m_home.read(m_path), QByteArray("ours"));
+    EXPECT_FALSE(QFileInfo(m_path).isSymLink());
+}
+
+TEST_F(DurableFileTest, WritesToNoPipeThatStandsAtTheTemporaryName)
+{
+    ASSERT_EQ(::mkfifo(QFile::encodeName(m_temporary).constData(), 0600), 0);
+    EXPECT_TRUE(DurableFile::write(m_path, "ours").isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("ours"));
+}
+
+TEST_F(DurableFileTest, IsNotStoppedByWhatWasToReplaceAReadOnlyFile)
+{
+    const test::OrdinaryUser user(m_home.path());
+    m_home.write(m_temporary, "half");
+    ASSERT_TRUE(QFile::setPermissions(m_temporary, QFile::ReadOwner));
+    EXPECT_TRUE(DurableFile::write(m_path, "whole").isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("whole"));
+}
+
+// An administrator's, for one. It cannot be asked whether somebody still writes it.
+TEST_F(DurableFileTest, IsNotStoppedForLongByWhatItMayNotOpen)
+{
+    const test::OrdinaryUser user(m_home.path());
+    m_home.write(m_temporary, "half");
+    ASSERT_TRUE(QFile::setPermissions(m_temporary, {}));
+    EXPECT_EQ(DurableFile::write(m_path, "whole").reason, QStringLiteral("Permission denied"));
+    const timespec longAgo[] = {{1, 0}, {1, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(m_temporary).constData(), longAgo, 0), 0);
+    EXPECT_TRUE(DurableFile::write(m_path, "whole").isOk());
+    EXPECT_EQ(m_home.read(m_path), QByteArray("whole"));
 }
 
 TEST_F(DurableFileTest, WritesToNoFileThatStandsAtTheTemporaryName)
 {
     const QByteArray theirs = QFile::encodeName(m_home.path(QStringLiteral("theirs")));
-    const QByteArray temporary = QFile::encodeName(m_path + QStringLiteral(".tmp"));
+    const QByteArray temporary = QFile::encodeName(m_temporary);
     const OtherOwner other;
     m_home.write(QFile::decodeName(theirs), "theirs");
     ASSERT_EQ(::chown(theirs.constData(), other.user, other.group), 0);
@@ -186,26 +235,22 @@ TEST_F(DurableFileTest, FailsWhereADirectoryHasTheName)
 TEST_F(DurableFileTest, FailsWhereTheTemporaryNameIsTaken)
 {
     m_home.write(m_path, "old");
-    ASSERT_TRUE(QDir().mkpath(m_path + QStringLiteral(".tmp")));
+    ASSERT_TRUE(QDir().mkpath(m_temporary));
     EXPECT_FALSE(DurableFile::write(m_path, "new").isOk());
     EXPECT_EQ(m_home.read(m_path), QByteArray("old"));
 }
 
 TEST_F(DurableFileTest, LetsWritersOfOneFileTakeTurns)
 {
-    std::vector<std::thread> writers;
-    for (const char letter : {'a', 'b', 'c', 'd'}) {
-        writers.emplace_back([this, letter] {
-            for (qsizetype i = 1; i <= 50; ++i)
-                EXPECT_TRUE(DurableFile::write(m_path, QByteArray(i * 100, letter)).isOk());
-        });
-    }
-    for (std::thread &writer : writers)
-        writer.join();
-    const QByteArray content = m_home.read(m_path);
-    EXPECT_FALSE(content.isEmpty());
-    EXPECT_EQ(content.count(content.at(0)), content.size()) << "a mixture of two writers";
-    EXPECT_EQ(names(), QStringList{QStringLiteral("file")});
+    writeInTurns();
+}
+
+TEST_F(DurableFileTest, LetsWritersOfOneReadOnlyFileTakeTurns)
+{
+    const test::OrdinaryUser user(m_home.path());
+    m_home.write(m_path, "old");
+    ASSERT_TRUE(QFile::setPermissions(m_path, QFile::ReadOwner));
+    writeInTurns();
 }
 
 TEST_F(DurableFileTest, CopiesAFileOfManyBuffers)

@@ -2,6 +2,7 @@
 // HostileClip.
 #include "platform/video/ffmpeg/Confinement.h"
 
+#include "platform/storage/OrdinaryUser.h"
 #include "platform/video/ClipProtocol.h"
 
 #include <QFile>
@@ -16,6 +17,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -179,6 +181,22 @@ TEST_F(Confinement, WithADeviceLeavesItsOwnEnd)
         return false;
     });
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
+}
+
+TEST_F(Confinement, ToMemoryKeepsALimitThatIsStricter)
+{
+    const test::OrdinaryUser user(m_folder.path());
+    EXPECT_EQ(statusOf([] {
+                  constexpr rlim_t kStrict = rlim_t{1} << 30;
+                  const rlimit strict{kStrict, kStrict};
+                  const std::optional<QString> failure = ::setrlimit(RLIMIT_AS, &strict) == 0
+                      ? confine(ConfinedTo::memory, {})
+                      : QStringLiteral("no limit");
+                  return !failure
+                      && ::mmap(nullptr, kStrict, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
+                      == MAP_FAILED;
+              }),
+              0);
 }
 
 // As drivers start them.

@@ -4,6 +4,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -201,7 +202,9 @@ std::optional<QString> confine(ConfinedTo what, const QStringList &devices)
     std::optional<QString> failure;
     if (what == ConfinedTo::memory) {
         // A device's driver reserves addresses without end, so that this is for software only.
-        const rlimit most{kMostMemory, kMostMemory};
+        rlimit most{};
+        ::getrlimit(RLIMIT_AS, &most); // a stricter one stays
+        most = {std::min(most.rlim_cur, kMostMemory), std::min(most.rlim_max, kMostMemory)};
         if (::setrlimit(RLIMIT_AS, &most) != 0)
             failure = error("memory", errno);
     } else {
