@@ -10,7 +10,6 @@
 #include "support/VirtualDisplay.h"
 #include "support/X11Tray.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -23,8 +22,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test::becomes;
 using test::StandInService;
-using testing::AnyOf;
-using testing::StartsWith;
 
 constexpr QRect kScreen(0, 0, 640, 480);
 const QString kInhibit = u"Inhibit"_s;
@@ -86,9 +83,10 @@ TEST_P(RestartsIn, OfTheXServerEndTheProgramAndItSaysSo)
     m_display.stop();
     EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
     // Qt's words, or Xlib's where that looks first.
-    EXPECT_THAT(m_program.process().errorLines().last().toStdString(),
-                AnyOf("The X11 connection broke (error 1). Did the X11 server die?",
-                      StartsWith("XIO:  fatal IO error")));
+    const QStringList lines = m_program.process().errorLines();
+    EXPECT_TRUE(lines.contains(u"The X11 connection broke (error 1). Did the X11 server die?"_s)
+                || !lines.filter(u"XIO:  fatal IO error"_s).isEmpty())
+        << lines.join(u'\n').toStdString();
 }
 
 TEST_P(RestartsIn, OfTheSessionBusHaveItAskForAllAgain)
@@ -316,8 +314,8 @@ TEST_P(RestartsOfTheCompositor, EndTheProgramAndItSaysSo)
                     : program.logs(u"showing on 1 of 1 display(s), mode "_s + GetParam().mode));
     sway.compositor().signal(SIGKILL);
     EXPECT_EQ(program.process().exitStatus(), EX_UNAVAILABLE);
-    EXPECT_EQ(program.process().errorLines().last(),
-              u"The Wayland connection broke. Did the Wayland compositor die?"_s);
+    EXPECT_TRUE(program.process().errorLines().contains(
+        u"The Wayland connection broke. Did the Wayland compositor die?"_s));
 }
 
 // As in the session of a machine that is a kiosk and nothing else.
