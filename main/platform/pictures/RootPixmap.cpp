@@ -159,11 +159,12 @@ Failure RootPixmap::setPicture(const QImage &picture)
         return QStringLiteral("the X server takes no picture");
     upload(pixmap, pixels);
     freeLastPixmap();
+    // Before it is named: what has a name stays, whenever we end.
+    xcb_set_close_down_mode(server, XCB_CLOSE_DOWN_RETAIN_PERMANENT);
     for (const char *property : kProperties)
         xcb_change_property(server, XCB_PROP_MODE_REPLACE, m_screen->root, atom(server, property),
                             XCB_ATOM_PIXMAP, 32, 1, &pixmap);
     xcb_change_window_attributes(server, m_screen->root, XCB_CW_BACK_PIXMAP, &pixmap);
-    xcb_set_close_down_mode(server, XCB_CLOSE_DOWN_RETAIN_PERMANENT);
     show();
     return {};
 }
