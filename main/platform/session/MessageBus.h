@@ -25,8 +25,7 @@ struct BusPlace
 [[nodiscard]] QString socketPath(const QString &busAddress);
 
 // The words with which a connection begins, to which every bus that is at work has an answer
-// (https://dbus.freedesktop.org/doc/dbus-specification.html#auth-protocol). The connection goes
-// with the object.
+// (D-Bus's authentication protocol). The connection goes with the object.
 class BusGreeting
 {
 public:
