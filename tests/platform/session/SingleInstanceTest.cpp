@@ -3,15 +3,18 @@
 
 #include "platform/storage/FileLock.h"
 #include "support/TemporaryHome.h"
+#include "support/Waiting.h"
+
+#include <QFile>
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
+#include <sys/inotify.h>
 #include <thread>
 
 namespace corvella {
 namespace {
-
-using namespace std::chrono_literals;
 
 TEST(SingleInstanceTest, WaitsForTheOneThatNoLongerListens)
 {
@@ -21,8 +24,12 @@ TEST(SingleInstanceTest, WaitsForTheOneThatNoLongerListens)
         home.path(QStringLiteral("corvella") + instanceSuffix() + QStringLiteral(".lock"));
     std::optional<FileLock> ending = FileLock::acquire(lock);
     ASSERT_TRUE(ending);
-    std::thread end([&ending] {
-        std::this_thread::sleep_for(20ms); // it does not matter if it ends before
+    const FileDescriptor watch(::inotify_init1(IN_CLOEXEC));
+    ASSERT_GE(::inotify_add_watch(watch.get(), QFile::encodeName(lock).constData(), IN_CLOSE), 0);
+    // The next one has the lock's file closed again when it found it held.
+    std::thread end([&ending, &watch] {
+        pollfd closed{watch.get(), POLLIN, 0};
+        EXPECT_EQ(::poll(&closed, 1, static_cast<int>(test::kGenerous.count())), 1);
         ending.reset();
     });
     SingleInstance next;
