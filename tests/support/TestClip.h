@@ -1,4 +1,4 @@
-// Clips made on the spot for tests.
+// Made-up clips for tests. Each is encoded once in a build's life and copied from then on.
 #pragma once
 
 #include <QColor>
