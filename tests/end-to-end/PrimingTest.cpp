@@ -373,7 +373,7 @@ TEST_F(Failing, PowerAtAnyMomentTearsNothing)
     goBack();
     std::mt19937 random(1);
     std::uniform_int_distribution<int64_t> anyTime(0, whole.count());
-    for (int i = 0; i < 200 && !HasFailure(); ++i) {
+    for (int i = 0; i < test::repetitions("CORVELLA_POWER_CUTS", 80) && !HasFailure(); ++i) {
         const std::chrono::microseconds moment(anyTime(random));
         m_program.start({u"--prime"_s});
         if (!m_program.process().endsWithin(moment))
@@ -386,9 +386,9 @@ TEST_F(Failing, PowerAtAnyMomentTearsNothing)
 TEST_F(Failing, DiskThatFillsUpAtAnyOfManyPlacesTearsNothing)
 {
     const int bytes = measure().second;
-    constexpr int kPlaces = 100;
-    for (int place = 0; place < kPlaces && !HasFailure(); ++place) {
-        const int room = bytes * place / kPlaces;
+    const int places = test::repetitions("CORVELLA_FULL_DISKS", 40);
+    for (int place = 0; place < places && !HasFailure(); ++place) {
+        const int room = bytes * place / places;
         m_program.setVariable(u"DISK_FAULTS_ROOM"_s, QString::number(room));
         EXPECT_EQ(runProgram(), 0) << "full after " << room << " bytes";
         EXPECT_FALSE(m_program.messages().filter(u"No space left on device"_s).isEmpty())

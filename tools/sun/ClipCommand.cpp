@@ -7,7 +7,7 @@ namespace corvella::sun {
 
 namespace {
 
-void declareOptions(Options &options)
+void declareClipOptions(Options &options)
 {
     options.declare(QStringLiteral("product"), QStringLiteral("Which picture."),
                     QStringLiteral("171"));
@@ -57,7 +57,7 @@ ClipOptions readClip(Options &options)
 ExitStatus runClip(const QStringList &arguments)
 {
     Options options(QStringLiteral("clip"), QStringLiteral("OUT.mp4"));
-    declareOptions(options);
+    declareClipOptions(options);
     if (!options.parse(arguments))
         return options.status();
     const ClipSpan span = readSpan(options);

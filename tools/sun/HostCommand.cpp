@@ -6,7 +6,7 @@ namespace corvella::sun {
 
 namespace {
 
-void declareOptions(Options &options)
+void declareHostOptions(Options &options)
 {
     options.declare(QStringLiteral("products"), QStringLiteral("Ids, with commas between."),
                     QStringLiteral("all"));
@@ -38,7 +38,7 @@ HostOptions readHost(Options &options)
 ExitStatus runHost(const QStringList &arguments)
 {
     Options options(QStringLiteral("host"), QStringLiteral("DIR"));
-    declareOptions(options);
+    declareHostOptions(options);
     if (!options.parse(arguments))
         return options.status();
     const HostOptions host = readHost(options);
