@@ -3,19 +3,15 @@
 #include <QByteArray>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
+#include <fcntl.h>
 #include <poll.h>
 #include <string_view>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
-
-// The journal is told where a message was logged from only if asked; the call site here is of no
-// interest.
-#define SD_JOURNAL_SUPPRESS_LOCATION
-#include <systemd/sd-journal.h>
 
 namespace corvella {
 
@@ -44,24 +40,20 @@ void writeToStandardError(std::string_view line)
     }
 }
 
-// The library waits for a journal that takes no more.
-bool journalTakesMore()
+// By its native protocol (https://systemd.io/JOURNAL_NATIVE_PROTOCOL/), whose library would wait
+// for a journal that takes no more.
+void writeToJournal(const QByteArray &text)
 {
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (socket < 0)
-        return false;
+        return;
+    const QByteArray entry = "MESSAGE=" + text
+        + "\nPRIORITY=5\nSYSLOG_IDENTIFIER=corvella\n"
+          "CORVELLA_SUBSYSTEM=space.tarrow.corvella\nCORVELLA_CATEGORY=app\n";
     constexpr sockaddr_un kJournal{AF_UNIX, "/run/systemd/journal/socket"};
-    const bool takes =
-        ::connect(socket, reinterpret_cast<const sockaddr *>(&kJournal), sizeof kJournal) == 0
-        && takesMore(socket);
+    ::sendto(socket, entry.constData(), static_cast<size_t>(entry.size()), MSG_DONTWAIT,
+             reinterpret_cast<const sockaddr *>(&kJournal), sizeof kJournal);
     ::close(socket);
-    return takes;
-}
-
-// An iovec over text that outlives the call; the journal only reads it.
-iovec journalField(std::string_view text)
-{
-    return {const_cast<char *>(text.data()), text.size()};
 }
 
 } // namespace
@@ -73,19 +65,21 @@ void log(const QString &message)
     text.replace('\n', ' ').replace('\0', ' ');
     const QByteArray line = "corvella: " + text + '\n';
     writeToStandardError({line.constData(), static_cast<size_t>(line.size())});
-    if (!journalTakesMore())
-        return;
+    writeToJournal(text);
+}
 
-    // Sent as a binary field, not through a format, so that a per cent sign is only itself.
-    const QByteArray field = "MESSAGE=" + text;
-    const std::array fields = {
-        journalField({field.constData(), static_cast<size_t>(field.size())}),
-        journalField("PRIORITY=5"),
-        journalField("SYSLOG_IDENTIFIER=corvella"),
-        journalField("CORVELLA_SUBSYSTEM=space.tarrow.corvella"),
-        journalField("CORVELLA_CATEGORY=app"),
-    };
-    sd_journal_sendv(fields.data(), static_cast<int>(fields.size()));
+void neverWaitForStandardError()
+{
+    struct stat status = {};
+    if (::fstat(STDERR_FILENO, &status) != 0
+        || (!S_ISFIFO(status.st_mode) && !S_ISCHR(status.st_mode)))
+        return;
+    // Opened anew, because whoever else writes there shares the one that we were given.
+    const int own = ::open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (own < 0)
+        return;
+    ::dup2(own, STDERR_FILENO);
+    ::close(own);
 }
 
 } // namespace corvella

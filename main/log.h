@@ -11,4 +11,10 @@ namespace corvella {
 // what either of them does not take at once is lost.
 void log(const QString &message);
 
+// A terminal may say that it takes more and then keep a writer waiting in the midst of a line. From
+// now on what is written to a terminal or a pipe, also by libraries and by what the program starts,
+// is lost instead. Where that may not be opened anew, as another user's, all stays as it is. Before
+// other threads.
+void neverWaitForStandardError();
+
 } // namespace corvella

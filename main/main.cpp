@@ -68,6 +68,7 @@ void outliveFailedWrites()
     } while (lowestFree >= 0 && lowestFree <= STDERR_FILENO);
     if (lowestFree >= 0)
         ::close(lowestFree);
+    neverWaitForStandardError();
 }
 
 CommandLine readCommandLine(int argc, char **argv)

@@ -95,6 +95,7 @@ int main(int argc, char **argv)
 {
     keepTheHeapSmall();
     std::signal(SIGXFSZ, SIG_IGN); // a file that may grow no further ends no saver
+    neverWaitForStandardError();
     // Hosts are X11 programs, whatever else is running.
     qputenv("QT_QPA_PLATFORM", "xcb");
     QCoreApplication::setAttribute(Qt::AA_DisableSessionManager);

@@ -4,7 +4,7 @@
 # What the program is built from and needs at run time.
 build_packages="g++ cmake ninja-build pkg-config ccache qt6-base-dev qt6-base-private-dev qt6-wayland
     libqt6opengl6-dev libgl-dev libegl-dev libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libseccomp-dev
-    libcurl4-openssl-dev ca-certificates libsystemd-dev libxcb1-dev libxcb-dpms0-dev libxcb-screensaver0-dev
+    libcurl4-openssl-dev ca-certificates libxcb1-dev libxcb-dpms0-dev libxcb-screensaver0-dev
     libxcb-shape0-dev libxcb-xfixes0-dev libqrcodegencpp-dev libsodium-dev libarchive-dev libwayland-dev libwayland-bin
     wayland-protocols plasma-wayland-protocols libglib2.0-dev libgl1-mesa-dri fonts-dejavu-core"
 # A display where there is none, and a picture of it.

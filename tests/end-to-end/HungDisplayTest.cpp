@@ -15,7 +15,11 @@ namespace {
 using namespace Qt::StringLiterals;
 
 // The program asks it much at its end.
-TEST(HungDisplay, HoldsUpTheEndForAWhileOnly)
+class HungDisplay : public testing::TestWithParam<test::StandardError>
+{
+};
+
+TEST_P(HungDisplay, HoldsUpTheEndForAWhileOnly)
 {
     constexpr QSize kSize(640, 480);
     const test::SpedUpTime time(60);
@@ -25,6 +29,7 @@ TEST(HungDisplay, HoldsUpTheEndForAWhileOnly)
     program.configureWall();
     program.addClip(u"171"_s, 1);
     time.take(program);
+    program.setStandardError(GetParam());
     program.start();
     ASSERT_TRUE(test::becomes([&] {
         return test::seenPattern(display.client().picture(), {QPoint(), kSize}).has_value();
@@ -34,10 +39,19 @@ TEST(HungDisplay, HoldsUpTheEndForAWhileOnly)
     ASSERT_EQ(::kill(server, SIGSTOP), 0);
     program.process().signal(SIGTERM);
     EXPECT_EQ(program.process().exitStatus(), EX_UNAVAILABLE);
-    EXPECT_EQ(program.messages().last(),
-              u"told to end 20 s ago, and still waiting for something; ending at once"_s);
+    if (GetParam() == test::StandardError::captured) {
+        EXPECT_EQ(program.messages().last(),
+                  u"told to end 20 s ago, and still waiting for something; ending at once"_s);
+    }
     ASSERT_EQ(::kill(server, SIGCONT), 0);
 }
+
+// Where a terminal on that display is what it tells it to, that hangs, too.
+INSTANTIATE_TEST_SUITE_P(WhoseMessagesAre, HungDisplay,
+                         testing::Values(test::StandardError::captured, test::StandardError::full),
+                         [](const auto &row) {
+                             return row.param == test::StandardError::captured ? "Read" : "Unread";
+                         });
 
 } // namespace
 } // namespace corvella

@@ -4,6 +4,8 @@
 #include "support/TestPattern.h"
 #include "support/VirtualDisplay.h"
 
+#include <QJsonArray>
+
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
@@ -129,12 +131,15 @@ class WithoutAReader : public WallOnADisplay,
 TEST_P(WithoutAReader, WallPlaysOnAndEndsInOrder)
 {
     constexpr int kFrames = 15; // a second
-    m_program.addClip(u"171"_s, 1, kFrames);
-    m_program.addClip(u"193"_s, 2, kFrames);
+    // Each change of clips has it say a long line.
+    const QString one(200, u'1');
+    const QString two(200, u'2');
+    m_program.addClip(one, 1, kFrames);
+    m_program.addClip(two, 2, kFrames);
+    m_program.configure({{u"products"_s, QJsonArray{QString(one + u',' + two)}}});
     m_program.setStandardError(GetParam());
     m_program.start();
-    // Each change of clips has it say something.
-    for (const int clip : {1, 2, 1})
+    for (const int clip : {1, 2, 1, 2})
         ASSERT_TRUE(becomes([&] { return seen() && seen()->clip == clip; })) << clip;
     m_program.process().signal(SIGTERM);
     EXPECT_EQ(m_program.process().exitStatus(), 0);
@@ -144,11 +149,13 @@ TEST_P(WithoutAReader, WallPlaysOnAndEndsInOrder)
 INSTANTIATE_TEST_SUITE_P(OfItsMessages, WithoutAReader,
                          testing::Values(test::StandardError::closed,
                                          test::StandardError::withoutReader,
-                                         test::StandardError::full),
+                                         test::StandardError::full,
+                                         test::StandardError::stoppedTerminal),
                          [](const auto &row) {
                              return row.param == test::StandardError::closed       ? "Closed"
                                  : row.param == test::StandardError::withoutReader ? "Gone"
-                                                                                   : "Hung";
+                                 : row.param == test::StandardError::full          ? "Hung"
+                                                                                   : "Stopped";
                          });
 
 } // namespace

@@ -172,6 +172,35 @@ TEST_F(Restarts, OfABusThatHungFromTheStartHaveItAskForAllThen)
     EXPECT_TRUE(saver.gets(kInhibit));
 }
 
+TEST_F(Restarts, OfASystemBusThatHungFromTheStartHaveItAskForAllThen)
+{
+    test::PrivateBus bus;
+    bus.hang();
+    m_program.setVariable(u"DBUS_SYSTEM_BUS_ADDRESS"_s, bus.address());
+    startAs(u"kiosk"_s);
+    EXPECT_TRUE(m_program.messages().contains(
+        u"system bus: does not answer; going on without it until it does"_s));
+    bus.goOn();
+    StandInService logind(bus, test::kLogind);
+    EXPECT_TRUE(isUpAs(u"kiosk"_s, 2));
+    EXPECT_TRUE(logind.gets(kInhibit, 2)); // the displays, and the keys
+}
+
+// One that never was there is no loss that the other's return would have to wait for.
+TEST_F(Restarts, OfTheSessionBusDoNotWaitForASystemBusThatHungFromTheStart)
+{
+    test::PrivateBus session;
+    test::PrivateBus system;
+    system.hang();
+    m_program.setSessionBus(session);
+    m_program.setVariable(u"DBUS_SYSTEM_BUS_ADDRESS"_s, system.address());
+    startAs(u"kiosk"_s);
+    session.crash();
+    ASSERT_TRUE(m_program.logs(u"session bus: gone; waiting for it to come back"_s));
+    session.startAgain();
+    EXPECT_TRUE(isUpAs(u"kiosk"_s, 2));
+}
+
 // As where its settings were damaged.
 TEST_F(Restarts, OfTheBusLeaveAKioskLockedWhoseModeWasLost)
 {

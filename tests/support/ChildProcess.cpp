@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -17,7 +19,7 @@ namespace {
 
 constexpr int kPatienceAfterTerminate = 5'000; // milliseconds
 
-// Both run between fork and exec.
+// All run between fork and exec.
 void fill(int pipe)
 {
     ::fcntl(pipe, F_SETFL, O_NONBLOCK);
@@ -25,11 +27,25 @@ void fill(int pipe)
     ::fcntl(pipe, F_SETFL, 0);
 }
 
+// The end at which it would be read stays open.
+void openStoppedTerminal()
+{
+    const int reader = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ::unlockpt(reader);
+    ::dup2(::ioctl(reader, TIOCGPTPEER, O_RDWR | O_NOCTTY), STDERR_FILENO);
+    fill(STDERR_FILENO);
+    char lines[64];
+    if (::read(reader, lines, sizeof lines) < 0)
+        ::close(reader);
+}
+
 void replaceStandardError(StandardError by)
 {
     int ends[2];
     if (by == StandardError::closed) {
         ::close(STDERR_FILENO);
+    } else if (by == StandardError::stoppedTerminal) {
+        openStoppedTerminal();
     } else if (by != StandardError::captured && ::pipe(ends) == 0) {
         ::dup2(ends[1], STDERR_FILENO);
         ::close(ends[1]);

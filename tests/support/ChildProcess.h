@@ -16,8 +16,9 @@ namespace corvella::test {
 enum class StandardError {
     captured,
     closed,
-    withoutReader, // a pipe that nobody reads any more
-    full,          // a pipe that is open, and never read
+    withoutReader,   // a pipe that nobody reads any more
+    full,            // a pipe that is open, and never read
+    stoppedTerminal, // that takes a few lines more, and is never read
 };
 
 struct Command

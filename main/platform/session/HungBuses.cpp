@@ -2,20 +2,34 @@
 
 #include "log.h"
 
+#include <QDeadlineTimer>
+
+#include <chrono>
 #include <poll.h>
+#include <thread>
 
 namespace corvella {
 
 namespace {
 
-constexpr int kPatienceMs = 2000;
+constexpr std::chrono::milliseconds kBusPatience{2000};
+constexpr std::chrono::milliseconds kBetweenGreetings{20};
 
-bool hangs(const QString &socket)
+bool hangs(const UnixAddress &bus)
 {
-    const BusGreeting greeting(socket);
-    pollfd answer{greeting.descriptor(), POLLIN, 0};
-    return greeting.state() == BusGreeting::State::noRoom
-        || (greeting.state() == BusGreeting::State::sent && ::poll(&answer, 1, kPatienceMs) == 0);
+    const QDeadlineTimer patience(kBusPatience);
+    for (;;) {
+        const BusGreeting greeting(bus);
+        if (greeting.state() != BusGreeting::State::noRoom) {
+            pollfd answer{greeting.descriptor(), POLLIN, 0};
+            return greeting.state() == BusGreeting::State::sent
+                && ::poll(&answer, 1, static_cast<int>(patience.remainingTime())) == 0;
+        }
+        // Many may come at once, as at a login.
+        if (patience.hasExpired())
+            return true;
+        std::this_thread::sleep_for(kBetweenGreetings);
+    }
 }
 
 } // namespace
@@ -23,7 +37,7 @@ bool hangs(const QString &socket)
 HungBuses::HungBuses()
 {
     for (BusPlace &place : m_places) {
-        if (hangs(place.socket))
+        if (hangs(place.address))
             hide(place);
     }
 }

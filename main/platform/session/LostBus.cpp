@@ -70,7 +70,7 @@ void LostBus::look()
             continue;
         bus.isBack = false;
         bus.answer.reset();
-        bus.greeting = std::make_unique<BusGreeting>(bus.place.socket);
+        bus.greeting = std::make_unique<BusGreeting>(bus.place.address);
         if (bus.greeting->state() != BusGreeting::State::sent)
             continue;
         bus.answer =
@@ -83,8 +83,11 @@ void LostBus::hear(Bus &bus)
 {
     bus.answer->setEnabled(false);
     bus.isBack = bus.greeting->isWelcome();
-    const auto isThere = [](const Bus &other) { return !other.isMissed || other.isBack; };
-    if (!std::all_of(m_buses.begin(), m_buses.end(), isThere))
+    // One that never was there is nothing that the other's return would have to wait for.
+    const auto isThere = [](const Bus &other) {
+        return !other.isMissed || other.isBack || other.place.isHidden;
+    };
+    if (!bus.isBack || !std::all_of(m_buses.begin(), m_buses.end(), isThere))
         return;
     m_look.stop();
     Q_EMIT returned();

@@ -24,7 +24,7 @@ public:
     ~LostBus() override;
 
 Q_SIGNALS:
-    // All that are missed answer again. Once.
+    // All that were lost answer again, or one that was hidden does for the first time. Once.
     void returned();
 
 private:

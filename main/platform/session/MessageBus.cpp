@@ -1,6 +1,5 @@
 #include "platform/session/MessageBus.h"
 
-#include "platform/session/UnixAddress.h"
 #include "platform/storage/StandardFolders.h"
 
 #include <QUrl>
@@ -15,19 +14,20 @@ namespace corvella {
 namespace {
 
 // Where the library finds a bus that no variable tells of.
-QString sessionSocket()
+UnixAddress sessionSocket()
 {
     const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     if (!address.isEmpty())
-        return socketPath(address);
+        return socketOf(address);
     const std::optional<QString> runtime = StandardFolders::runtime();
-    return runtime ? *runtime + QStringLiteral("/bus") : QString();
+    return unixAddressOf(runtime ? *runtime + QStringLiteral("/bus") : QString());
 }
 
-QString systemSocket()
+UnixAddress systemSocket()
 {
     const QString address = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
-    return address.isEmpty() ? QStringLiteral("/run/dbus/system_bus_socket") : socketPath(address);
+    return address.isEmpty() ? unixAddressOf(QStringLiteral("/run/dbus/system_bus_socket"))
+                             : socketOf(address);
 }
 
 } // namespace
@@ -38,28 +38,33 @@ std::vector<BusPlace> busPlaces()
             {QStringLiteral("system bus"), "DBUS_SYSTEM_BUS_ADDRESS", systemSocket()}};
 }
 
-QString socketPath(const QString &busAddress)
+UnixAddress socketOf(const QString &busAddress)
 {
     const QString unixSocket = QStringLiteral("unix:");
     const QString path = QStringLiteral("path=");
+    const QString abstract = QStringLiteral("abstract=");
+    const auto valueOf = [](const QString &key, const QString &name) {
+        return QUrl::fromPercentEncoding(key.mid(name.size()).toUtf8());
+    };
     for (const QString &part : busAddress.split(u';')) {
         if (!part.startsWith(unixSocket))
             continue;
         for (const QString &key : part.mid(unixSocket.size()).split(u',')) {
             if (key.startsWith(path))
-                return QUrl::fromPercentEncoding(key.mid(path.size()).toUtf8());
+                return unixAddressOf(valueOf(key, path));
+            if (key.startsWith(abstract))
+                return abstractAddressOf(valueOf(key, abstract));
         }
     }
     return {};
 }
 
-BusGreeting::BusGreeting(const QString &socket)
+BusGreeting::BusGreeting(UnixAddress bus)
     : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
 {
-    UnixAddress address = unixAddressOf(socket);
-    if (socket.isEmpty() || !m_socket.isOpen())
+    if (!m_socket.isOpen())
         return;
-    if (::connect(m_socket.get(), address.generic(), address.size) != 0) {
+    if (::connect(m_socket.get(), bus.generic(), bus.size) != 0) {
         m_state = errno == EAGAIN ? State::noRoom : State::failed;
         return;
     }

@@ -43,16 +43,19 @@ public:
         if (!m_bus.isConnected()
             || !m_bus.registerObject(kPath, &m_application, QDBusConnection::ExportAllSlots))
             return std::nullopt;
-        // The one that runs may just be ending: then it is our turn after all.
+        // The one that runs may be ending: then it is our turn after all.
         constexpr int kTries = 2;
         std::optional<Outcome> outcome;
-        for (int i = 0; i < kTries && !outcome; ++i) {
+        for (int i = 0; i < kTries && !m_isOurs && outcome != Outcome::handedOver; ++i) {
             const QDBusMessage answer = requestName();
             if (answer.type() != QDBusMessage::ReplyMessage)
                 return std::nullopt;
             const uint status = answer.arguments().value(0).toUInt();
             m_isOurs = status == kPrimaryOwner || status == kAlreadyOwner;
-            outcome = m_isOurs ? Outcome::first : handOver(word);
+            if (m_isOurs)
+                outcome = Outcome::first;
+            else if (!outcome)
+                outcome = handOver(word);
         }
         if (!m_isOurs)
             m_bus.unregisterObject(kPath);

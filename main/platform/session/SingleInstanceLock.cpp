@@ -49,10 +49,12 @@ public:
         const QString socket = name + QStringLiteral(".socket");
         m_lock = FileLock::acquire(lock, std::chrono::milliseconds(0));
         if (!m_lock && errno == EWOULDBLOCK) {
-            if (const std::optional<Outcome> outcome = handOver(socket, word))
+            const std::optional<Outcome> outcome = handOver(socket, word);
+            if (outcome == Outcome::handedOver)
                 return outcome;
-            // The one that runs may just be ending: then it is our turn after all.
-            m_lock = FileLock::acquire(lock, kAnswerPatience);
+            // The one that runs may be ending: then it is our turn after all.
+            m_lock =
+                FileLock::acquire(lock, outcome ? std::chrono::milliseconds(0) : kAnswerPatience);
             if (!m_lock)
                 return Outcome::silent;
         }

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 #include <string_view>
 #include <sysexits.h>
 #include <unistd.h>
@@ -22,10 +23,12 @@ constexpr unsigned kPatienceSeconds = 20;
 constexpr std::string_view kOutOfPatience =
     "corvella: told to end 20 s ago, and still waiting for something; ending at once\n";
 
-// Signal context in both: write() is all that may be done, and what ends at once.
+// Signal context in both: little may be done but to write, to poll, and to end at once.
 void endAtOnce(int /*signal*/)
 {
-    if (::write(STDERR_FILENO, kOutOfPatience.data(), kOutOfPatience.size()) < 0) {
+    pollfd reader{STDERR_FILENO, POLLOUT, 0}; // who may be what hangs
+    if (::poll(&reader, 1, 0) != 1
+        || ::write(STDERR_FILENO, kOutOfPatience.data(), kOutOfPatience.size()) < 0) {
         // Then it ends without a word.
     }
     std::_Exit(EX_UNAVAILABLE);

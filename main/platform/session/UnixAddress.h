@@ -1,4 +1,4 @@
-// Addresses of sockets that are files. Any thread.
+// Addresses of sockets of the same machine. Any thread.
 #pragma once
 
 #include <QString>
@@ -18,5 +18,8 @@ struct UnixAddress
 
 // A path that is too long, or none, gives a nameless address, for which the system makes up a name.
 [[nodiscard]] UnixAddress unixAddressOf(const QString &path);
+
+// Of one that is no file, but a name that the system knows (unix(7)); nameless as above.
+[[nodiscard]] UnixAddress abstractAddressOf(const QString &name);
 
 } // namespace corvella
