@@ -32,6 +32,7 @@
 
 #include <QApplication>
 #include <QSessionManager>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <algorithm>
@@ -112,6 +113,9 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
         App::showsAtOnce(commandLine) ? VideoPlayer::loadAhead() : nullptr;
     QApplication app(argc, argv);
     const LostDisplay lostDisplay;
+    // Qt paints large shapes on these threads and waits for them. More than one gains nothing, and
+    // how many come to stay, with their stacks, would be chance.
+    QThreadPool::globalInstance()->setMaxThreadCount(1);
     // By then the walls that play keep it themselves.
     QTimer::singleShot(kKeptLoaded, &app, [loaded = std::move(loaded)] {});
     QApplication::setApplicationName(QStringLiteral("Corvella"));
