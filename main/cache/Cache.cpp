@@ -70,9 +70,8 @@ void write(const QList<QJsonObject> &entries)
 
 void seedIfEmpty()
 {
-    const std::optional<QString> clip = resourcePath(QStringLiteral("seed.mp4"));
-    folder().seedIfEmpty(clip, resourcePath(QStringLiteral("seed.json")));
-    folder().restoreSeed(clip);
+    folder().seedIfEmpty(resourcePath(QStringLiteral("seed.mp4")),
+                         resourcePath(QStringLiteral("seed.json")));
 }
 
 bool readOnly()

@@ -23,6 +23,14 @@ std::optional<QJsonObject> readEntry(const QString &description)
     return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
+bool namesSeed(const QByteArray &manifest)
+{
+    const QList<QJsonObject> entries = parseManifest(manifest);
+    return std::any_of(entries.begin(), entries.end(), [](const QJsonObject &entry) {
+        return entry.value(QStringLiteral("video")) == kSeed;
+    });
+}
+
 } // namespace
 
 CacheFolder::CacheFolder(QString path)
@@ -73,10 +81,12 @@ void CacheFolder::seedIfEmpty(const std::optional<QString> &clip,
                               const std::optional<QString> &description) const
 {
     if (isPrimed()) {
-        const BoundedRead read = readBounded(manifestFile(), kLargestManifestBytes);
-        if (read.status != ReadStatus::ok)
+        const BoundedRead manifest = readBounded(manifestFile(), kLargestManifestBytes);
+        if (manifest.status != ReadStatus::ok)
             log(QStringLiteral("manifest cannot be read (%1); nothing of it is played")
-                    .arg(read.reason));
+                    .arg(manifest.reason));
+        else if (clip && isMissing(seedFile()) && namesSeed(manifest.bytes))
+            copySeed(*clip);
         return;
     }
     const std::optional<QJsonObject> entry = description ? readEntry(*description) : std::nullopt;
@@ -89,19 +99,6 @@ void CacheFolder::seedIfEmpty(const std::optional<QString> &clip,
     write({*entry});
     log(QStringLiteral("cache was empty, seeded with the bundled clip (%1)")
             .arg(entry->value(QStringLiteral("updated")).toString(QStringLiteral("?"))));
-}
-
-void CacheFolder::restoreSeed(const std::optional<QString> &clip) const
-{
-    if (!clip || !isMissing(seedFile()))
-        return;
-    const QList<QJsonObject> listed =
-        parseManifest(readBounded(manifestFile(), kLargestManifestBytes).bytes);
-    const bool isListed = std::any_of(listed.begin(), listed.end(), [](const QJsonObject &entry) {
-        return entry.value(QStringLiteral("video")) == kSeed;
-    });
-    if (isListed)
-        copySeed(*clip);
 }
 
 QString CacheFolder::seedFile() const

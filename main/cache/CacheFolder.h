@@ -32,13 +32,12 @@ public:
     void write(const QList<QJsonObject> &entries) const;
 
     // Gives a folder without a manifest the clip that ships with the program, described by one
-    // entry as a JSON object. The paths are none for what does not ship. Logs whether it seeded or
-    // had nothing to seed with, and why a manifest that is there is of no use to this user.
+    // entry as a JSON object; and one whose manifest names that clip the clip again where it is
+    // gone: there may have been no room for it. The paths are none for what does not ship. Logs
+    // whether it seeded or had nothing to seed with, and why a manifest that is there is of no use
+    // to this user.
     void seedIfEmpty(const std::optional<QString> &clip,
                      const std::optional<QString> &description) const;
-    // Gives a folder whose manifest names that clip the clip again where it is gone: there may have
-    // been no room for it.
-    void restoreSeed(const std::optional<QString> &clip) const;
 
 private:
     [[nodiscard]] QString seedFile() const;

@@ -333,7 +333,7 @@ TEST_F(SeedingTest, StillWritesTheManifestWhenTheClipCannotBeCopied)
 TEST_F(SeedingTest, BringsAClipLaterForWhichThereWasNoRoom)
 {
     m_folder.seedIfEmpty(m_home.path(QStringLiteral("share/absent.mp4")), m_description);
-    m_folder.restoreSeed(m_clip);
+    m_folder.seedIfEmpty(m_clip, m_description);
     EXPECT_EQ(m_folder.entries().size(), 1);
     EXPECT_EQ(stored(QStringLiteral("seed.mp4")), QByteArray("the clip that ships"));
     EXPECT_EQ(m_log.messages().size(), 2) << "nothing more to say";
@@ -342,7 +342,7 @@ TEST_F(SeedingTest, BringsAClipLaterForWhichThereWasNoRoom)
 TEST_F(SeedingTest, BringsNoClipThatTheCacheDoesNotName)
 {
     storeManifest(R"([{"id": "171", "video": "171.mp4"}])");
-    m_folder.restoreSeed(m_clip);
+    m_folder.seedIfEmpty(m_clip, m_description);
     EXPECT_FALSE(QFileInfo::exists(m_folder.path() + QStringLiteral("/seed.mp4")));
 }
 
