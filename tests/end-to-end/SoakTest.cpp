@@ -9,10 +9,15 @@
 #include "support/ProgramUnderTest.h"
 #include "support/Repetitions.h"
 #include "support/SpedUpTime.h"
+#include "support/StandInService.h"
+#include "support/StatusNotifierHost.h"
+#include "support/TestBuses.h"
 #include "support/TestClip.h"
 #include "support/TestImageryHost.h"
 #include "support/Trend.h"
 #include "support/VirtualDisplay.h"
+
+#include <QDBusUnixFileDescriptor>
 
 #include <gtest/gtest.h>
 
@@ -43,6 +48,7 @@ constexpr int kRoundsBetweenReports = 25;
 constexpr int kSpeed = 60;
 constexpr auto kBetweenPasses = 13h; // a pass looks for news after twelve
 constexpr auto kLongestStill = 10s;  // of the test's time: ten minutes of the program's
+constexpr int kLeastChanges = 5;     // of each wall's picture, in a round
 constexpr int kDark = 60;            // no clip and no mixture of two is darker than 120
 constexpr double kMostLog = 200;     // bytes for a hand-over, with what passes and layouts add
 
@@ -86,11 +92,18 @@ class Soak : public testing::TestWithParam<Renderer>
 protected:
     Soak()
     {
+        EXPECT_TRUE(m_nothing.open(QIODevice::ReadOnly));
         for (int i = 0; i < kFrames.size(); ++i)
             m_display.plugIn(kMonitors[i], kFrames[i]);
         m_display.startWindowManager();
         m_program.showOn(m_display);
         m_program.setSessionBus(m_bus);
+        m_program.setVariable(u"DBUS_SYSTEM_BUS_ADDRESS"_s, m_systemBus.address());
+        m_saver.setAnswer(u"Inhibit"_s, QVariantList{42U});
+        m_saver.setAnswer(u"UnInhibit"_s, QVariantList());
+        m_logind.setAnswer(u"Inhibit"_s, [this](const QVariantList &) -> QVariantList {
+            return {QVariant::fromValue(QDBusUnixFileDescriptor(m_nothing.handle()))};
+        });
         m_program.configureWall();
         m_program.configure({{u"offline"_s, false},
                              {u"imageryHost"_s, m_server.host()},
@@ -149,29 +162,36 @@ protected:
     {
         const bool isBlackBetween = m_transition == u"black"_s || m_lastTransition == u"black"_s;
         std::array<test::Stopwatch, 2> sinceChange;
-        std::array<int, 2> last{-1, -1};
         bool isAlive = true;
         const bool holds = test::becomes(
             [&] {
                 watch();
-                for (size_t wall = 0; wall < last.size(); ++wall) {
+                for (size_t wall = 0; wall < sinceChange.size(); ++wall) {
                     const int seen = grey(static_cast<qsizetype>(wall));
                     if (seen < kDark && !isBlackBetween) {
                         ADD_FAILURE() << "black after hand-over " << m_handOvers;
                         isAlive = false;
                     }
-                    if (seen != std::exchange(last.at(wall), seen))
+                    if (seen != std::exchange(m_seen.at(wall), seen)) {
                         sinceChange.at(wall) = {};
+                        ++m_changes.at(wall);
+                    }
                     if (sinceChange.at(wall).elapsed() > kLongestStill) {
                         ADD_FAILURE() << "frozen after hand-over " << m_handOvers;
                         isAlive = false;
                     }
                 }
-                ++m_looks;
+                m_looksForBlack += isBlackBetween ? 0 : 1;
                 return !isAlive || condition();
             },
             5min);
         return holds && isAlive && m_program.process().isRunning();
+    }
+
+    // Whether each wall has shown enough since this was last begun to be counted.
+    [[nodiscard]] bool bothMove() const
+    {
+        return std::ranges::all_of(m_changes, [](int changes) { return changes >= kLeastChanges; });
     }
 
     // Waits for what takes the walls down and puts them up again, and for this many to be lit.
@@ -235,13 +255,15 @@ protected:
             ASSERT_TRUE(followsLayout()) << "layout " << m_layoutChanges;
         for (int i = 0; i < kPasses; ++i)
             ASSERT_TRUE(takesNews()) << "pass " << m_passes;
-        ASSERT_TRUE(playsUntil([&] { return m_handOvers >= handOvers; }));
+        m_changes = {};
+        ASSERT_TRUE(playsUntil([&] { return m_handOvers >= handOvers && bothMove(); }));
         takeReading();
     }
 
     void takeReading()
     {
         Holdings holdings = test::holdingsOf(m_program.process().id(), m_display, m_bus);
+        holdings[u"D-Bus matches"_s] += m_systemBus.matchRules();
         holdings.insert(kLog, perHandOver(m_logBefore, m_logRead));
         holdings.insert(kWaits, perHandOver(m_waitsBefore, m_time.waits()));
         m_handOversBefore = m_handOvers;
@@ -265,10 +287,11 @@ protected:
 
     void report() const
     {
-        std::printf("%s: %d hand-overs, %d passes, %d layout changes, %d mode changes; %d looks\n"
+        std::printf("%s: %d hand-overs, %d passes, %d layout changes, %d mode changes; %d looks "
+                    "for black\n"
                     "%-28s %12s %12s %16s %12s\n",
-                    GetParam().name, m_handOvers, m_passes, m_layoutChanges, m_modeChanges, m_looks,
-                    "held", "mean", "last", "per hand-over", "+-");
+                    GetParam().name, m_handOvers, m_passes, m_layoutChanges, m_modeChanges,
+                    m_looksForBlack, "held", "mean", "last", "per hand-over", "+-");
         for (auto reading = m_readings.cbegin(); reading != m_readings.cend(); ++reading) {
             const test::Trend trend = test::trendOf(settled(reading.value()));
             std::printf("%-28s %12.1f %12.1f %16.3g %12.2g%s\n", qPrintable(reading.key()),
@@ -295,6 +318,11 @@ protected:
     test::TestAuthority m_authority;
     test::NginxServer m_server{m_authority.issue({u"localhost"_s}), m_host.folder()};
     test::PrivateBus m_bus;
+    test::PrivateBus m_systemBus;
+    QFile m_nothing{u"/dev/null"_s};
+    test::StandInService m_saver{m_bus, u"org.freedesktop.ScreenSaver"_s};
+    test::StandInService m_logind{m_systemBus, test::kLogind};
+    test::StatusNotifierHost m_panel{m_bus.address()};
     test::VirtualDisplay m_display{QSize(320, 120)};
     test::AlteredMachine m_machine;
     test::SpedUpTime m_time{kSpeed};
@@ -309,7 +337,9 @@ protected:
     int m_offers = 0;
     int m_layoutChanges = 0;
     int m_modeChanges = 0;
-    int m_looks = 0;
+    int m_looksForBlack = 0;
+    std::array<int, 2> m_seen{};
+    std::array<int, 2> m_changes{};
 
     QMap<QString, std::vector<test::Point>> m_readings;
     int m_handOversBefore = 0;
@@ -324,6 +354,7 @@ TEST_P(Soak, HoldsNoMoreAfterMonthsThanAfterDays)
         watch();
         return areLit(2);
     }));
+    ASSERT_TRUE(m_panel.hasItem());
     const int rounds = test::repetitions("CORVELLA_SOAK_ROUNDS", 5);
     for (int round = 0; round < rounds && !HasFailure(); ++round) {
         goRound(round);
@@ -334,6 +365,9 @@ TEST_P(Soak, HoldsNoMoreAfterMonthsThanAfterDays)
         return;
     report();
     expectNoGrowth();
+    // Each wall keeps the displays awake, and each kiosk holds the machine's keys besides.
+    EXPECT_GE(m_logind.calls(u"Inhibit"_s).size(), 3 * rounds);
+    EXPECT_GE(m_saver.calls(u"Inhibit"_s).size(), 2 * rounds);
 }
 
 TEST(Trend, OfPointsOnALineIsThatLine)

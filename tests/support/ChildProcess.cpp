@@ -62,7 +62,8 @@ QProcessEnvironment bareEnvironment()
 {
     const QProcessEnvironment own = QProcessEnvironment::systemEnvironment();
     QProcessEnvironment bare;
-    for (const char *name : {"PATH", "TMPDIR", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    for (const char *name :
+         {"PATH", "TMPDIR", "GLIBC_TUNABLES", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
         const QString key = QString::fromLatin1(name);
         if (own.contains(key))
             bare.insert(key, own.value(key));
