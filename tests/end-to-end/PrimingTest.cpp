@@ -356,12 +356,27 @@ TEST_F(Failing, PowerAtEachCallThatChangesTheDiskTearsNothing)
 {
     const int calls = measure().first;
     EXPECT_GT(calls, 100);
-    for (int call = 1; call <= calls && !HasFailure(); ++call) {
-        m_program.setVariable(u"DISK_FAULTS_KILL_AT"_s, QString::number(call));
-        EXPECT_EQ(runProgram(), std::nullopt) << "killed at call " << call;
-        m_program.setVariable(u"DISK_FAULTS_KILL_AT"_s, {});
-        expectRecovery("power failed at call " + std::to_string(call));
+    for (const bool areNamesLost : {false, true}) {
+        for (int call = 1; call <= calls && !HasFailure(); ++call) {
+            if (areNamesLost)
+                m_program.setVariable(u"DISK_FAULTS_NO_NAMES"_s, u"1"_s);
+            m_program.setVariable(u"DISK_FAULTS_KILL_AT"_s, QString::number(call));
+            EXPECT_EQ(runProgram(), std::nullopt) << "killed at call " << call;
+            m_program.setVariable(u"DISK_FAULTS_KILL_AT"_s, {});
+            m_program.setVariable(u"DISK_FAULTS_NO_NAMES"_s, {});
+            expectRecovery("power failed at call " + std::to_string(call)
+                           + (areNamesLost ? ", and took names along" : ""));
+        }
     }
+}
+
+TEST_F(Failing, PowerRightAfterTheEndLosesNothing)
+{
+    measure();
+    m_program.setVariable(u"DISK_FAULTS_AT_END"_s, u"1"_s);
+    m_program.setVariable(u"DISK_FAULTS_NO_NAMES"_s, u"1"_s);
+    EXPECT_EQ(runProgram(), 0);
+    expectTheNewStateAndNothingElse("the power failed right after the end");
 }
 
 TEST_F(Failing, PowerAtAnyMomentTearsNothing)

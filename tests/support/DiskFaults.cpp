@@ -4,10 +4,13 @@
 //   DISK_FAULTS_KILL_AT  the call that changes the disk (from 1) at which the power goes: a write
 //                        gets half of its bytes out first, files that were not flushed lose their
 //                        content, and the program is killed
-//   DISK_FAULTS_POWER    the same at a moment that a test chooses meanwhile: a file of its that
-//   holds
-//                        the number of calls (DiskFaultsPower) that are left, of whichever process;
-//                        with the process its group is killed
+//   DISK_FAULTS_AT_END   the power goes as soon as the program has ended
+//   DISK_FAULTS_NO_NAMES the power takes along what was renamed, linked and removed in folders that
+//                        were not flushed since, too; else all of it is kept
+//   DISK_FAULTS_POWER    the power goes at a moment that a test chooses meanwhile: a file of its
+//                        that holds the number of calls (DiskFaultsPower) that are left, of
+//                        whichever process; with the process its group is killed, and every other
+//                        time it takes such names along
 //   DISK_FAULTS_ROOM     bytes that may be written before the disk is full
 //   DISK_FAULTS_NO_LOCKS the file system knows none
 //   DISK_FAULTS_REPORT   a file to leave the number of calls and of bytes in at the end
@@ -22,13 +25,16 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <string>
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -69,11 +75,29 @@ std::mutex oneAtATime;
 long calls = 0;
 long bytesWritten = 0;
 
-// The files whose content is still in memory alone.
+// The files whose content is still in memory alone. Never destroyed: they are looked at in the end.
 std::set<std::string> &unflushed()
 {
-    static std::set<std::string> paths;
-    return paths;
+    static auto *const paths = new std::set<std::string>;
+    return *paths;
+}
+
+// What was done to names in a folder that has not been flushed since, and how it is undone.
+struct NameChange
+{
+    std::string folder;
+    std::function<void()> undo;
+};
+std::vector<NameChange> &unflushedNames()
+{
+    static auto *const changes = new std::vector<NameChange>; // likewise
+    return *changes;
+}
+
+std::string folderOf(const std::string &path)
+{
+    char folder[PATH_MAX];
+    return realpath(path.substr(0, path.rfind('/')).c_str(), folder) ? folder : "";
 }
 
 // What a test shares; none where it does not.
@@ -99,21 +123,83 @@ bool powerFails()
     return ++calls == at || (power() && --power()->callsLeft == 0);
 }
 
-void losePower()
-{
-    for (const std::string &path : unflushed())
-        (void)!truncate(path.c_str(), 0);
-    kill(power() ? 0 : getpid(), SIGKILL);
-    pause(); // until it has come
-}
-
 template <typename Function> Function original(const char *name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-__attribute__((destructor)) void report()
+void removeName(const std::string &path)
 {
+    static const auto unlink = original<int (*)(const char *)>("unlink");
+    unlink(path.c_str());
+}
+
+void writeAnew(const std::string &path, mode_t mode, const std::string &content)
+{
+    static const auto write = original<ssize_t (*)(int, const void *, size_t)>("write");
+    removeName(path);
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    (void)!write(file, content.data(), content.size());
+    close(file);
+}
+
+std::string contentOf(const char *path)
+{
+    std::string content;
+    const int file = open(path, O_RDONLY | O_CLOEXEC);
+    char block[1 << 16];
+    for (ssize_t count = 0; (count = read(file, block, sizeof block)) > 0;)
+        content.append(block, static_cast<size_t>(count));
+    close(file);
+    return content;
+}
+
+// How what has this name now gets it back.
+std::function<void()> putBack(const char *path)
+{
+    struct stat now = {};
+    if (lstat(path, &now) != 0)
+        return [path = std::string(path)] { removeName(path); };
+    if (S_ISLNK(now.st_mode)) {
+        char target[PATH_MAX] = {};
+        (void)!readlink(path, target, sizeof target - 1);
+        return [path = std::string(path), target = std::string(target)] {
+            removeName(path);
+            (void)!symlink(target.c_str(), path.c_str());
+        };
+    }
+    return [path = std::string(path), mode = now.st_mode & 07777, content = contentOf(path)] {
+        writeAnew(path, mode, content);
+    };
+}
+
+bool areNamesLost()
+{
+    static const bool always = std::getenv("DISK_FAULTS_NO_NAMES");
+    return always || (power() && calls % 2 == 0);
+}
+
+void loseUnflushed()
+{
+    for (const std::string &path : unflushed())
+        (void)!truncate(path.c_str(), 0);
+    if (areNamesLost()) {
+        for (auto change = unflushedNames().rbegin(); change != unflushedNames().rend(); ++change)
+            change->undo();
+    }
+}
+
+void losePower()
+{
+    loseUnflushed();
+    kill(power() ? 0 : getpid(), SIGKILL);
+    pause(); // until it has come
+}
+
+__attribute__((destructor)) void end()
+{
+    if (std::getenv("DISK_FAULTS_AT_END"))
+        loseUnflushed();
     const char *path = std::getenv("DISK_FAULTS_REPORT");
     if (!path)
         return;
@@ -171,7 +257,10 @@ extern "C" int fsync(int descriptor)
     const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
-    unflushed().erase(pathOf(descriptor));
+    const std::string path = pathOf(descriptor);
+    unflushed().erase(path);
+    std::erase_if(unflushedNames(),
+                  [&path](const NameChange &change) { return change.folder == path; });
     return next(descriptor);
 }
 
@@ -193,11 +282,20 @@ extern "C" int rename(const char *from, const char *to)
     const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
+    const std::function<void()> before = putBack(to);
+    const int result = next(from, to);
+    if (result != 0)
+        return result;
     if (unflushed().erase(from) > 0)
         unflushed().insert(to);
     else
         unflushed().erase(to);
-    return next(from, to);
+    unflushedNames().push_back(
+        {folderOf(to), [from = std::string(from), to = std::string(to), before] {
+             next(to.c_str(), from.c_str());
+             before();
+         }});
+    return result;
 }
 
 extern "C" int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags)
@@ -208,9 +306,13 @@ extern "C" int linkat(int fromFolder, const char *from, int toFolder, const char
     const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
+    const int result = next(fromFolder, from, toFolder, to, flags);
+    if (result != 0)
+        return result;
     if (unflushed().contains(from))
         unflushed().insert(to);
-    return next(fromFolder, from, toFolder, to, flags);
+    unflushedNames().push_back({folderOf(to), [to = std::string(to)] { removeName(to); }});
+    return result;
 }
 
 extern "C" int unlink(const char *path)
@@ -221,6 +323,11 @@ extern "C" int unlink(const char *path)
     const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
+    const std::function<void()> before = putBack(path);
+    const int result = next(path);
+    if (result != 0)
+        return result;
     unflushed().erase(path);
-    return next(path);
+    unflushedNames().push_back({folderOf(path), before});
+    return result;
 }
