@@ -21,6 +21,8 @@ using namespace std::chrono_literals;
 
 constexpr auto kBetweenFeedLooks = 1h; // at whether a check is due
 constexpr auto kAnotherDay = 25h;
+constexpr int kLooksForADownload = 10;
+constexpr double kKibibytesInAPage = 4; // in which memory is counted
 
 // How much of something may be more at the end, beyond chance.
 constexpr double kMostGrowth = 3;
@@ -42,6 +44,9 @@ protected:
         m_program.setVariable(u"LD_PRELOAD"_s,
                               QStringLiteral(CORVELLA_SPED_UP_CLOCK ":" CORVELLA_REDIRECTED_NAMES));
     }
+
+    // What was made ready is gone, and is downloaded, unpacked and tried anew.
+    void loseNewBuild() { EXPECT_TRUE(QDir(prefix() + u"/2"_s).removeRecursively()); }
 
     // Another hour has gone by, and the clock, which is set forth and back by a day, leaves the
     // last check a day behind or ahead: either way one is due, and the feed does not get too old.
@@ -73,18 +78,27 @@ TEST_F(FeedSoak, HoldsNoMoreAfterYearsOfLooksThanAfterDays)
     m_program.start();
     for (int settling = 0; settling < 5; ++settling)
         ASSERT_TRUE(looksAgain()) << m_looks;
+    int downloads = 1;
     for (int i = 0; i < looks; ++i) {
+        if (i % kLooksForADownload == 0) {
+            loseNewBuild();
+            ++downloads;
+        }
         ASSERT_TRUE(looksAgain()) << m_looks;
         takeReading();
     }
     for (auto reading = m_readings.cbegin(); reading != m_readings.cend(); ++reading) {
-        const test::Trend trend = test::trendOf(reading.value());
-        std::printf("%-20s %12.1f %12.1f %12.3g a look\n", qPrintable(reading.key()), trend.level,
-                    reading.value().back().y, trend.slope);
+        const test::Trend trend = test::trendOf(
+            reading.value(), reading.key().contains(u"memory"_s) ? kKibibytesInAPage : 0);
+        std::printf("%-20s %12.1f %12.1f %12.3g +- %.2g a look%s\n", qPrintable(reading.key()),
+                    trend.level, reading.value().back().y, trend.slope, trend.slopeError,
+                    trend.isFlat() ? "" : "  not flat");
         EXPECT_LE(trend.leastSlope() * looks, kMostGrowthOf.value(reading.key(), kMostGrowth))
             << reading.key().toStdString();
     }
-    EXPECT_EQ(m_server->takeRequests().count(u"GET /appcast.xml 200"_s), m_looks);
+    const QStringList requests = m_server->takeRequests();
+    EXPECT_EQ(requests.count(u"GET /appcast.xml 200"_s), m_looks);
+    EXPECT_EQ(requests.filter(u".tar.gz 200"_s).size(), downloads);
     EXPECT_EQ(current(), 1) << "it was installed under the wall";
     m_program.process().signal(SIGTERM);
     EXPECT_EQ(m_program.process().exitStatus(), 0);

@@ -52,6 +52,8 @@ constexpr int kLeastChanges = 5;     // of each wall's picture, in a round
 constexpr int kDark = 60;            // no clip and no mixture of two is darker than 120
 constexpr double kMostLog = 200;     // bytes for a hand-over, with what passes and layouts add
 
+constexpr double kMemoryPage = 4; // KiB, in which memory is counted
+
 const QString kLog = u"log, bytes for a hand-over"_s;
 const QString kWaits = u"waits for a hand-over"_s;
 
@@ -293,7 +295,8 @@ protected:
                     GetParam().name, m_handOvers, m_passes, m_layoutChanges, m_modeChanges,
                     m_looksForBlack, "held", "mean", "last", "per hand-over", "+-");
         for (auto reading = m_readings.cbegin(); reading != m_readings.cend(); ++reading) {
-            const test::Trend trend = test::trendOf(settled(reading.value()));
+            const test::Trend trend = test::trendOf(
+                settled(reading.value()), reading.key().contains(u"memory"_s) ? kMemoryPage : 0);
             std::printf("%-28s %12.1f %12.1f %16.3g %12.2g%s\n", qPrintable(reading.key()),
                         trend.level, reading.value().back().y, trend.slope, trend.slopeError,
                         trend.isFlat() ? "" : "  not flat");
@@ -386,6 +389,17 @@ TEST(Trend, OfPointsThatGoUpAndDownIsFlat)
     EXPECT_DOUBLE_EQ(trend.slope, 0.2);
     EXPECT_DOUBLE_EQ(trend.slopeError, std::sqrt(0.08)); // residues of 0.2 and 0.6, twice each
     EXPECT_TRUE(trend.isFlat());
+}
+
+TEST(Trend, OfOneStepOfTheLeastThatCanBeReadIsFlat)
+{
+    const std::vector<test::Point> points{{0, 0}, {1, 0}, {2, 0}, {3, 4}, {4, 4}, {5, 4}};
+    EXPECT_FALSE(test::trendOf(points).isFlat());
+    EXPECT_TRUE(test::trendOf(points, 4).isFlat());
+    std::vector<test::Point> rising;
+    for (int i = 0; i < 6; ++i)
+        rising.push_back({double(i), 4.0 * i});
+    EXPECT_FALSE(test::trendOf(rising, 4).isFlat());
 }
 
 INSTANTIATE_TEST_SUITE_P(Renderers, Soak,

@@ -44,7 +44,7 @@ double Trend::leastSlope() const
     return slope - kChance * slopeError;
 }
 
-Trend trendOf(const std::vector<Point> &points)
+Trend trendOf(const std::vector<Point> &points, double resolution)
 {
     const std::vector<Point> means = averaged(points);
     const Point middle = mean(means.data(), means.data() + means.size());
@@ -61,7 +61,9 @@ Trend trendOf(const std::vector<Point> &points)
         squares += off * off;
     }
     const auto freedom = static_cast<double>(means.size() - 2);
-    return {middle.y, slope, std::sqrt(squares / freedom / xx)};
+    const double byChance = std::sqrt(squares / freedom / xx);
+    const double byReading = resolution / (points.back().x - points.front().x);
+    return {middle.y, slope, std::hypot(byChance, byReading)};
 }
 
 } // namespace corvella::test

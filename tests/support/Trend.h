@@ -16,7 +16,7 @@ struct Trend
 {
     double level = 0; // the mean of y
     double slope = 0;
-    double slopeError = 0; // its standard error
+    double slopeError = 0; // its standard error, and what cannot be told by how finely it was read
 
     // Whether the slope differs from none by no more than chance: three standard errors.
     [[nodiscard]] bool isFlat() const;
@@ -26,7 +26,8 @@ struct Trend
 
 // Of at least three points with different x, in the order in which they were taken. Neighbours are
 // averaged first, to 20 points at most: what lingers from one reading to the next would let the
-// error look smaller than it is.
-[[nodiscard]] Trend trendOf(const std::vector<Point> &points);
+// error look smaller than it is. `resolution` is the least by which two readings can differ: a
+// single such step on the way from the first to the last is no slope.
+[[nodiscard]] Trend trendOf(const std::vector<Point> &points, double resolution = 0);
 
 } // namespace corvella::test
