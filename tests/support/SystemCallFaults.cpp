@@ -37,6 +37,7 @@ constexpr SystemCallFault kFaults[] = {
     {"read EIO", SYS_read, EIO, About::files},
     {"read EINTR", SYS_read, EINTR},
     {"pread64 EIO", SYS_pread64, EIO},
+    {"pwrite64 ENOSPC", SYS_pwrite64, ENOSPC},
     {"write ENOSPC", SYS_write, ENOSPC, About::files},
     {"write EINTR", SYS_write, EINTR},
     {"writev ENOSPC", SYS_writev, ENOSPC, About::files},
@@ -61,11 +62,13 @@ constexpr SystemCallFault kFaults[] = {
     {"symlink ENOSPC", SYS_symlink, ENOSPC},
     {"readlink EIO", SYS_readlink, EIO},
     {"access EACCES", SYS_access, EACCES},
+    {"dup2 EINTR", SYS_dup2, EINTR},
     {"poll EINTR", SYS_poll, EINTR},
     {"poll ENOMEM", SYS_poll, ENOMEM},
     {"epoll_wait EINTR", SYS_epoll_wait, EINTR},
     {"vfork EAGAIN", SYS_vfork, EAGAIN},
 #endif
+    {"linkat EIO", SYS_linkat, EIO},
     {"renameat2 EIO", SYS_renameat2, EIO},
     {"mkdirat ENOSPC", SYS_mkdirat, ENOSPC},
     {"mmap ENOMEM", SYS_mmap, ENOMEM, About::filesAndStacks},
@@ -85,6 +88,10 @@ constexpr SystemCallFault kFaults[] = {
     {"epoll_ctl ENOMEM", SYS_epoll_ctl, ENOMEM},
     {"eventfd2 EMFILE", SYS_eventfd2, EMFILE},
     {"pipe2 EMFILE", SYS_pipe2, EMFILE},
+    {"pidfd_open EMFILE", SYS_pidfd_open, EMFILE},
+    {"prctl EINVAL", SYS_prctl, EINVAL},
+    {"prlimit64 EPERM", SYS_prlimit64, EPERM},
+    {"seccomp EINVAL", SYS_seccomp, EINVAL, About::filters},
     {"clone EAGAIN", SYS_clone, EAGAIN},
     {"clone3 EAGAIN", SYS_clone3, EAGAIN},
     {"execve EACCES", SYS_execve, EACCES},
@@ -114,6 +121,8 @@ bool isAbout(About about, const seccomp_notif &request)
         return argument(4) >= 0 || (argument(3) & MAP_STACK) != 0;
     case About::duplicates: // of fcntl
         return argument(1) == F_DUPFD || argument(1) == F_DUPFD_CLOEXEC;
+    case About::filters: // of seccomp, which is also asked what it knows
+        return argument(0) == SECCOMP_SET_MODE_FILTER && request.data.args[2] != 0;
     case About::anything:
         break;
     }

@@ -202,7 +202,7 @@ std::optional<QString> confine(ConfinedTo what, const QStringList &devices)
     std::optional<QString> failure;
     if (what == ConfinedTo::memory) {
         // A device's driver reserves addresses without end, so that this is for software only.
-        rlimit most{};
+        rlimit most{RLIM_INFINITY, RLIM_INFINITY};
         ::getrlimit(RLIMIT_AS, &most); // a stricter one stays
         most = {std::min(most.rlim_cur, kMostMemory), std::min(most.rlim_max, kMostMemory)};
         if (::setrlimit(RLIMIT_AS, &most) != 0)

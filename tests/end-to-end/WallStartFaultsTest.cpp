@@ -1,0 +1,87 @@
+// What a wall shows when any one system call fails at its start.
+#include "end-to-end/SystemCallsFixture.h"
+#include "support/QtPrinting.h"
+#include "support/Repetitions.h"
+#include "support/VirtualDisplay.h"
+#include "support/Waiting.h"
+
+#include <csignal>
+
+namespace corvella {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+constexpr QSize kWholeScreen(160, 120);
+constexpr int kLeastLight = 60; // of 255: the clip's picture, and no text alone
+constexpr auto kUntilLit = 3s;
+
+class WallStart : public SystemCalls
+{
+protected:
+    WallStart()
+    {
+        m_program.configureWall();
+        m_program.configure({{u"wallHintShown"_s, true}, {u"migrated"_s, true}});
+        m_program.addClip(u"171"_s, 1, 15);
+        m_program.showOn(m_display);
+    }
+
+    // Starts it, looks whether there is a picture, and has it end.
+    void tryOnce()
+    {
+        m_program.start();
+        m_isLit = false;
+        (void)test::becomes(
+            [this] {
+                m_isLit = qGray(m_display.client().picture().pixel(
+                              QRect(QPoint(), kWholeScreen).center()))
+                    >= kLeastLight;
+                return m_isLit || !m_program.process().isRunning();
+            },
+            kUntilLit);
+        m_program.process().signal(SIGTERM);
+        m_status = m_program.process().exitStatus();
+    }
+
+    test::VirtualDisplay m_display{kWholeScreen};
+    bool m_isLit = false;
+    std::optional<int> m_status;
+};
+
+TEST_F(WallStart, WithASystemCallThatFailsLosesNothing)
+{
+    tryOnce();
+    ASSERT_TRUE(m_isLit);
+    const QMap<QString, QByteArray> before = content();
+    QStringList usual;
+    test::failEachCall(
+        m_program, {test::repetitions("CORVELLA_SYSTEM_CALL_FAULTS", 6)}, [&] { tryOnce(); },
+        [&](const std::string & /*when*/) {
+            // What Qt does by itself: it aborts where its plug-in for the display cannot be loaded,
+            // and waits for a thread of its painting that could not be started.
+            const bool isQtsOwn = words().contains("no Qt platform plugin could be initialized")
+                || words().contains("QThread::start: Thread creation error");
+            EXPECT_TRUE(m_status || isQtsOwn) << "hangs, or was killed: " << words().toStdString();
+            const QStringList lines = m_program.process().errorLines();
+            if (usual.isEmpty())
+                usual = lines;
+            EXPECT_TRUE(m_isLit || test::saysMoreThan(usual, lines))
+                << "dark without a word of why: " << words().toStdString();
+            const std::string outcome = !m_status ? "Qt ends it, and says why"
+                : !m_isLit                        ? "it is dark, and says why"
+                : lines == usual                  ? "nothing shows"
+                                                  : "it plays, with other lines";
+            // From what lies there as it lay there, the next start is one that was seen already.
+            if (content() != before) {
+                tryOnce();
+                EXPECT_TRUE(m_isLit) << "at the next start";
+                putBack(before); // so that what one fault has done is not laid to the next
+            }
+            return outcome;
+        });
+}
+
+} // namespace
+} // namespace corvella
