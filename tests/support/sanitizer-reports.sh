@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What the thread sanitizer reported in any process of the tests lies in one folder: `forget FOLDER` makes it anew,
-# `show FOLDER` fails where there is a report.
+# What a sanitizer reported in any process of the tests lies in one folder: `forget FOLDER` makes it anew, `show FOLDER`
+# fails where there is a report.
 set -euo pipefail
 folder=$2
 case $1 in
