@@ -13,3 +13,9 @@ extern "C" int glXMakeCurrent(void *display, unsigned long drawable, void *conte
         dlsym(RTLD_NEXT, "glXMakeCurrent"));
     return original ? original(display, drawable, context) : 0;
 }
+
+// A driver that stays loaded has a name when the leak checker finds what it left.
+extern "C" int dlclose(void *)
+{
+    return 0;
+}
