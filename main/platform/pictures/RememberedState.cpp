@@ -43,7 +43,11 @@ std::optional<QJsonObject> firstStateOf(const QString &desktop, const QStringLis
 std::optional<QString> fileOfUrl(const QString &text)
 {
     const QUrl url(text, QUrl::StrictMode);
-    return url.isLocalFile() ? std::optional(url.toLocalFile()) : std::nullopt;
+    QString file = url.toLocalFile();
+    // The system would take what is before such a character for the name.
+    if (!url.isLocalFile() || file.contains(QChar::Null))
+        return std::nullopt;
+    return file;
 }
 
 } // namespace corvella

@@ -166,7 +166,8 @@ TEST(RememberedState, IsReadBackAndToldFromAllElse)
     EXPECT_EQ(firstStateOf(u"gnome"_s, {QString(), stateText(u"mate"_s, {}), text}), state);
     EXPECT_EQ(statesOf(u"gnome"_s, {QString(), text, text}), (QStringList{text, text}));
     EXPECT_EQ(fileOfUrl(u"file:///a%20b/%C3%BC.png"_s), u"/a b/ü.png"_s);
-    for (const QString &other : {QString(), u"/a/b"_s, u"https://a/b"_s, text})
+    for (const QString &other :
+         {QString(), u"/a/b"_s, u"https://a/b"_s, u"file:///a\0b.png"_s, text})
         EXPECT_EQ(fileOfUrl(other), std::nullopt);
 }
 
