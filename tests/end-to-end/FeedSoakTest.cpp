@@ -22,7 +22,6 @@ using namespace std::chrono_literals;
 constexpr auto kBetweenFeedLooks = 1h; // at whether a check is due
 constexpr auto kAnotherDay = 25h;
 constexpr int kLooksForADownload = 10;
-constexpr double kKibibytesInAPage = 4; // in which memory is counted
 
 // How much of something may be more at the end, beyond chance.
 constexpr double kMostGrowth = 3;
@@ -88,12 +87,12 @@ TEST_F(FeedSoak, HoldsNoMoreAfterYearsOfLooksThanAfterDays)
         takeReading();
     }
     for (auto reading = m_readings.cbegin(); reading != m_readings.cend(); ++reading) {
-        const test::Trend trend = test::trendOf(
-            reading.value(), reading.key().contains(u"memory"_s) ? kKibibytesInAPage : 0);
+        const test::Trend trend = test::trendOf(reading.value(), test::resolutionOf(reading.key()));
         std::printf("%-20s %12.1f %12.1f %12.3g +- %.2g a look%s\n", qPrintable(reading.key()),
                     trend.level, reading.value().back().y, trend.slope, trend.slopeError,
                     trend.isFlat() ? "" : "  not flat");
-        EXPECT_LE(trend.leastSlope() * looks, kMostGrowthOf.value(reading.key(), kMostGrowth))
+        EXPECT_LE(test::trendOf(reading.value()).leastSlope() * looks,
+                  kMostGrowthOf.value(reading.key(), kMostGrowth))
             << reading.key().toStdString();
     }
     const QStringList requests = m_server->takeRequests();

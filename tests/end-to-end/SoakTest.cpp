@@ -52,8 +52,6 @@ constexpr int kLeastChanges = 5;     // of each wall's picture, in a round
 constexpr int kDark = 60;            // no clip and no mixture of two is darker than 120
 constexpr double kMostLog = 200;     // bytes for a hand-over, with what passes and layouts add
 
-constexpr double kMemoryPage = 4; // KiB, in which memory is counted
-
 const QString kLog = u"log, bytes for a hand-over"_s;
 const QString kWaits = u"waits for a hand-over"_s;
 
@@ -295,8 +293,8 @@ protected:
                     GetParam().name, m_handOvers, m_passes, m_layoutChanges, m_modeChanges,
                     m_looksForBlack, "held", "mean", "last", "per hand-over", "+-");
         for (auto reading = m_readings.cbegin(); reading != m_readings.cend(); ++reading) {
-            const test::Trend trend = test::trendOf(
-                settled(reading.value()), reading.key().contains(u"memory"_s) ? kMemoryPage : 0);
+            const test::Trend trend =
+                test::trendOf(settled(reading.value()), test::resolutionOf(reading.key()));
             std::printf("%-28s %12.1f %12.1f %16.3g %12.2g%s\n", qPrintable(reading.key()),
                         trend.level, reading.value().back().y, trend.slope, trend.slopeError,
                         trend.isFlat() ? "" : "  not flat");

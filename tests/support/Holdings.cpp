@@ -74,4 +74,10 @@ Holdings holdingsOf(qint64 process, const XServer &server, const PrivateBus &bus
     return holdings;
 }
 
+double resolutionOf(const QString &holding)
+{
+    constexpr double kPage = 4; // KiB
+    return holding.contains(QStringLiteral("memory")) ? kPage : 0;
+}
+
 } // namespace corvella::test

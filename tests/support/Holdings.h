@@ -19,4 +19,8 @@ using Holdings = QMap<QString, double>;
 // Fails the test when one of them cannot be asked.
 [[nodiscard]] Holdings holdingsOf(qint64 process, const XServer &server, const PrivateBus &bus);
 
+// The least by which two readings of one of them can differ without a change that counts: memory is
+// counted in pages. 0 for the others.
+[[nodiscard]] double resolutionOf(const QString &holding);
+
 } // namespace corvella::test
