@@ -27,6 +27,7 @@ bool takesMore(int descriptor)
     return ready == 1 && (reader.revents & POLLOUT) != 0;
 }
 
+// Takes nothing from the heap: signal handlers come here.
 void writeToStandardError(std::string_view line)
 {
     // A pipe that takes more takes that much at once.
@@ -66,6 +67,11 @@ void log(const QString &message)
     const QByteArray line = "corvella: " + text + '\n';
     writeToStandardError({line.constData(), static_cast<size_t>(line.size())});
     writeToJournal(text);
+}
+
+void logFromSignal(std::string_view line)
+{
+    writeToStandardError(line);
 }
 
 void neverWaitForStandardError()

@@ -41,6 +41,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <sysexits.h>
 #include <unistd.h>
 
@@ -106,12 +107,14 @@ int leaveItToTheOther(SingleInstance::Outcome outcome)
 // `toGoOn` gets the arguments with which the program is to be started anew.
 int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStringList &toGoOn)
 {
+    std::optional<const ConnectingToDisplay> connecting(std::in_place);
     if (!chooseDisplayServer())
         return EX_UNAVAILABLE;
     const HungBuses hungBuses;
     std::shared_ptr<const void> loaded =
         App::showsAtOnce(commandLine) ? VideoPlayer::loadAhead() : nullptr;
     QApplication app(argc, argv);
+    connecting.reset();
     const LostDisplay lostDisplay;
     // Qt paints large shapes on these threads and waits for them. More than one gains nothing, and
     // how many come to stay, with their stacks, would be chance.

@@ -56,6 +56,10 @@ sub check {
         print "$source: nobody knows what log$call says\n";
         $missing++;
     }
+    while ($code =~ /logFromSignal\(\s*"corvella: (.*?)\\n"/g) {
+        $calls++;
+        expect($source, $1, 1);
+    }
     # Wherever else a text begins as messages do.
     expect($source, $_, 1) for grep { /^(?:$subjects): ./ } $code =~ /$literal/g;
     # Reasons. Two are never told.

@@ -46,6 +46,23 @@ TEST_P(HungDisplay, HoldsUpTheEndForAWhileOnly)
     ASSERT_EQ(::kill(server, SIGCONT), 0);
 }
 
+TEST(HungDisplayAtTheStart, IsNotWaitedForForever)
+{
+    const test::SpedUpTime time(60);
+    const test::VirtualDisplay display({640, 480});
+    test::ProgramUnderTest program;
+    program.showOn(display);
+    program.configureWall();
+    time.take(program);
+    const auto server = static_cast<pid_t>(display.id());
+    ASSERT_EQ(::kill(server, SIGSTOP), 0);
+    program.start();
+    EXPECT_EQ(program.process().exitStatus(), EX_UNAVAILABLE);
+    EXPECT_EQ(program.messages(),
+              QStringList{u"display: no connection to it within two minutes; ending"_s});
+    ASSERT_EQ(::kill(server, SIGCONT), 0);
+}
+
 // Where a terminal on that display is what it tells it to, that hangs, too.
 INSTANTIATE_TEST_SUITE_P(WhoseMessagesAre, HungDisplay,
                          testing::Values(test::StandardError::captured, test::StandardError::full),

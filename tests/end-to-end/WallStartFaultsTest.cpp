@@ -45,23 +45,28 @@ protected:
         m_status = m_program.process().exitStatus();
     }
 
+    void expectToLoseNothing(const test::FaultChoice &choice);
+
     test::VirtualDisplay m_display{kWholeScreen};
     bool m_isLit = false;
     std::optional<int> m_status;
 };
 
-TEST_F(WallStart, WithASystemCallThatFailsLosesNothing)
+// Lets these calls fail, one in each start.
+void WallStart::expectToLoseNothing(const test::FaultChoice &choice)
 {
     tryOnce();
     ASSERT_TRUE(m_isLit);
     const QMap<QString, QByteArray> before = content();
     QStringList usual;
     test::failEachCall(
-        m_program, {test::repetitions("CORVELLA_SYSTEM_CALL_FAULTS", 6)}, [&] { tryOnce(); },
+        m_program, choice, [&] { tryOnce(); },
         [&](const std::string & /*when*/) {
             // What Qt does by itself: it aborts where its plug-in for the display cannot be loaded,
-            // and waits for a thread of its painting that could not be started.
+            // crashes where the connection breaks that it is making, and waits for a thread of its
+            // painting that could not be started.
             const bool isQtsOwn = words().contains("no Qt platform plugin could be initialized")
+                || words().contains("display: crashed while connecting to it")
                 || words().contains("QThread::start: Thread creation error");
             EXPECT_TRUE(m_status || isQtsOwn) << "hangs, or was killed: " << words().toStdString();
             const QStringList lines = m_program.process().errorLines();
@@ -81,6 +86,16 @@ TEST_F(WallStart, WithASystemCallThatFailsLosesNothing)
             }
             return outcome;
         });
+}
+
+TEST_F(WallStart, WithASystemCallThatFailsLosesNothing)
+{
+    expectToLoseNothing({test::repetitions("CORVELLA_SYSTEM_CALL_FAULTS", 6)});
+}
+
+TEST_F(WallStart, WithAConnectionThatBreaksLosesNothing)
+{
+    expectToLoseNothing({test::repetitions("CORVELLA_BROKEN_CONNECTIONS", 10), "recvmsg"});
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <iostream>
 #include <linux/seccomp.h>
 #include <poll.h>
@@ -30,7 +31,8 @@ namespace {
 using About = SystemCallFault::About;
 
 // What the program really calls, by strace, and can fail where nobody has made a mistake. Left out
-// are memory, without which Qt ends the program, and what only gives something back.
+// are memory, without which Qt ends the program (a poll of so few needs none), and what only gives
+// something back.
 constexpr SystemCallFault kFaults[] = {
     {"openat EMFILE", SYS_openat, EMFILE},
     {"openat EACCES", SYS_openat, EACCES},
@@ -64,7 +66,6 @@ constexpr SystemCallFault kFaults[] = {
     {"access EACCES", SYS_access, EACCES},
     {"dup2 EINTR", SYS_dup2, EINTR},
     {"poll EINTR", SYS_poll, EINTR},
-    {"poll ENOMEM", SYS_poll, ENOMEM},
     {"epoll_wait EINTR", SYS_epoll_wait, EINTR},
     {"vfork EAGAIN", SYS_vfork, EAGAIN},
 #endif
@@ -127,6 +128,27 @@ bool isAbout(About about, const seccomp_notif &request)
         break;
     }
     return true;
+}
+
+// The process that a thread belongs to.
+pid_t processOf(unsigned thread)
+{
+    std::ifstream status("/proc/" + std::to_string(thread) + "/status");
+    for (std::string word; status >> word;) {
+        pid_t process = 0;
+        if (word == "Tgid:" && status >> process)
+            return process;
+    }
+    return -1;
+}
+
+// A connection that was reset stays so, for the threads that wait for more of it, too.
+void breakConnection(unsigned thread, int descriptor)
+{
+    const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, processOf(thread), 0)));
+    const FileDescriptor connection(
+        static_cast<int>(::syscall(SYS_pidfd_getfd, process.get(), descriptor, 0)));
+    ::shutdown(connection.get(), SHUT_RDWR);
 }
 
 int receiveDescriptor(int connection)
@@ -287,6 +309,8 @@ int SystemCallFaults::judge(const seccomp_notif &request)
         if (m_failing && m_failing->fault.name == fault.name && m_failing->at == at) {
             m_hasFailed = true;
             error = fault.error;
+            if (error == ECONNRESET)
+                breakConnection(request.pid, static_cast<int>(request.data.args[0]));
         }
     }
     return error;

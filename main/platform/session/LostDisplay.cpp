@@ -1,10 +1,14 @@
 #include "platform/session/LostDisplay.h"
 
+#include "log.h"
+
 #include <QMessageLogContext>
 #include <QString>
 
+#include <csignal>
 #include <cstdlib>
 #include <sysexits.h>
+#include <unistd.h>
 
 namespace corvella {
 
@@ -32,7 +36,44 @@ void endAfterLastWords(QtMsgType type, const QMessageLogContext &context, const 
         std::_Exit(EX_UNAVAILABLE);
 }
 
+// More than hung services of a desktop can cost Qt, each of which has 25 s to answer.
+constexpr unsigned kPatienceSeconds = 120;
+
+struct sigaction usualCrash = {};
+
+// Signal context in both.
+void explainCrash(int /*signal*/)
+{
+    logFromSignal(
+        "corvella: display: crashed while connecting to it; the connection has broken, or "
+        "its driver or Qt is faulty\n");
+    // On return it crashes once more, as if nobody had listened.
+    sigaction(SIGSEGV, &usualCrash, nullptr);
+}
+
+void stopWaiting(int /*signal*/)
+{
+    logFromSignal("corvella: display: no connection to it within two minutes; ending\n");
+    std::_Exit(EX_UNAVAILABLE);
+}
+
 } // namespace
+
+ConnectingToDisplay::ConnectingToDisplay()
+{
+    struct sigaction crash = {};
+    crash.sa_handler = explainCrash;
+    sigaction(SIGSEGV, &crash, &usualCrash);
+    std::signal(SIGALRM, stopWaiting);
+    ::alarm(kPatienceSeconds);
+}
+
+ConnectingToDisplay::~ConnectingToDisplay()
+{
+    ::alarm(0);
+    std::signal(SIGALRM, SIG_DFL);
+    sigaction(SIGSEGV, &usualCrash, nullptr);
+}
 
 LostDisplay::LostDisplay()
 {

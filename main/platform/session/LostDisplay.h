@@ -4,6 +4,19 @@
 
 namespace corvella {
 
+// While the display is looked for and the application object is made, a server that hangs would
+// keep the program for ever, and Qt 6.4 crashes where the connection to an X server breaks. As long
+// as this lives the first ends it after two minutes, with EX_UNAVAILABLE, and both have a line in
+// the log. Before TerminationSignals, which use the same alarm.
+class ConnectingToDisplay
+{
+public:
+    ConnectingToDisplay();
+    ~ConnectingToDisplay();
+    ConnectingToDisplay(const ConnectingToDisplay &) = delete;
+    ConnectingToDisplay &operator=(const ConnectingToDisplay &) = delete;
+};
+
 // While it lives, a process that is ended so ends at once, with EX_UNAVAILABLE, since it has not
 // failed itself: what it holds, grabs and inhibitions, is released with its connections, and files
 // are whole at any time.

@@ -7,8 +7,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <poll.h>
-#include <string_view>
 #include <sysexits.h>
 #include <unistd.h>
 
@@ -20,17 +18,12 @@ int pipeEnds[2] = {-1, -1};
 constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP};
 volatile std::sig_atomic_t isAnyReceived = 0;
 constexpr unsigned kPatienceSeconds = 20;
-constexpr std::string_view kOutOfPatience =
-    "corvella: told to end 20 s ago, and still waiting for something; ending at once\n";
 
-// Signal context in both: little may be done but to write, to poll, and to end at once.
+// Signal context in both: little may be done but to write, and to end at once.
 void endAtOnce(int /*signal*/)
 {
-    pollfd reader{STDERR_FILENO, POLLOUT, 0}; // who may be what hangs
-    if (::poll(&reader, 1, 0) != 1
-        || ::write(STDERR_FILENO, kOutOfPatience.data(), kOutOfPatience.size()) < 0) {
-        // Then it ends without a word.
-    }
+    logFromSignal(
+        "corvella: told to end 20 s ago, and still waiting for something; ending at once\n");
     std::_Exit(EX_UNAVAILABLE);
 }
 
