@@ -1,5 +1,6 @@
 // The graphics processor lets a wall down, and is there again later.
 #include "support/AlteredMachine.h"
+#include "support/HeadlessSway.h"
 #include "support/ProgramUnderTest.h"
 #include "support/TestPattern.h"
 #include "support/VirtualDisplay.h"
@@ -18,12 +19,17 @@ using test::becomes;
 constexpr QSize kDisplay(640, 480);
 constexpr auto kSoonEnough = 2s; // from the loss to the right picture
 
-class LostOpenGl : public testing::Test
+enum class Desktop { x11, wayland };
+
+class LostOpenGl : public testing::TestWithParam<Desktop>
 {
 protected:
     LostOpenGl()
     {
-        m_program.showOn(m_display);
+        if (GetParam() == Desktop::x11)
+            m_program.showOn(m_server.emplace(kDisplay));
+        else
+            m_program.showOn(m_compositor.emplace(QList{QRect({0, 0}, kDisplay)}));
         m_program.configureWall();
         m_program.addClip(u"171"_s, 1, kPictures);
         // The driver draws by the processor, which the program would not have.
@@ -41,8 +47,8 @@ protected:
 
     [[nodiscard]] std::optional<int> frame()
     {
-        const auto seen =
-            test::seenPattern(m_display.client().picture(), QRect(QPoint(0, 0), kDisplay));
+        const QImage picture = m_server ? m_server->client().picture() : m_compositor->picture(0);
+        const auto seen = test::seenPattern(picture, QRect(QPoint(0, 0), kDisplay));
         return seen && seen->isWhole ? std::optional(seen->frame) : std::nullopt;
     }
     [[nodiscard]] bool playsOn()
@@ -57,13 +63,14 @@ protected:
     }
 
     static constexpr int kPictures = 150;
-    test::VirtualDisplay m_display{kDisplay};
+    std::optional<test::VirtualDisplay> m_server;
+    std::optional<test::HeadlessSway> m_compositor;
     test::AlteredMachine m_machine;
     test::ProgramUnderTest m_program;
     QFile m_lost{m_program.home() + u"/lost"_s};
 };
 
-TEST_F(LostOpenGl, IsMadeAnewUnderAWallThatPlays)
+TEST_P(LostOpenGl, IsMadeAnewUnderAWallThatPlays)
 {
     m_program.start();
     ASSERT_TRUE(playsOn());
@@ -83,6 +90,11 @@ TEST_F(LostOpenGl, IsMadeAnewUnderAWallThatPlays)
     EXPECT_EQ(m_program.messages().filter(u"no OpenGL"_s).size(), losses);
     EXPECT_TRUE(m_program.process().isRunning());
 }
+
+INSTANTIATE_TEST_SUITE_P(On, LostOpenGl, testing::Values(Desktop::x11, Desktop::wayland),
+                         [](const auto &row) {
+                             return row.param == Desktop::x11 ? "X11" : "Wayland";
+                         });
 
 } // namespace
 } // namespace corvella

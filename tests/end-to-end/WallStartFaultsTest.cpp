@@ -74,7 +74,7 @@ void WallStart::expectToLoseNothing(const test::FaultChoice &choice)
                 usual = lines;
             EXPECT_TRUE(m_isLit || test::saysMoreThan(usual, lines))
                 << "dark without a word of why: " << words().toStdString();
-            const std::string outcome = !m_status ? "Qt ends it, and says why"
+            std::string outcome = !m_status ? "Qt ends it, and says why"
                 : !m_isLit                        ? "it is dark, and says why"
                 : lines == usual                  ? "nothing shows"
                                                   : "it plays, with other lines";

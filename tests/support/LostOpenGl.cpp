@@ -4,14 +4,32 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-extern "C" int glXMakeCurrent(void *display, unsigned long drawable, void *context)
+namespace {
+
+bool isLost()
 {
     const char *file = std::getenv("LOST_OPENGL");
-    if (context && file && access(file, F_OK) == 0)
+    return file && access(file, F_OK) == 0;
+}
+
+} // namespace
+
+extern "C" int glXMakeCurrent(void *display, unsigned long drawable, void *context)
+{
+    if (context && isLost())
         return 0;
-    static const auto original = reinterpret_cast<int (*)(void *, unsigned long, void *)>(
-        dlsym(RTLD_NEXT, "glXMakeCurrent"));
+    static const auto original =
+        reinterpret_cast<decltype(&glXMakeCurrent)>(dlsym(RTLD_NEXT, "glXMakeCurrent"));
     return original ? original(display, drawable, context) : 0;
+}
+
+extern "C" unsigned eglMakeCurrent(void *display, void *draw, void *read, void *context)
+{
+    if (context && isLost())
+        return 0;
+    static const auto original =
+        reinterpret_cast<decltype(&eglMakeCurrent)>(dlsym(RTLD_NEXT, "eglMakeCurrent"));
+    return original ? original(display, draw, read, context) : 0;
 }
 
 // A driver that stays loaded has a name when the leak checker finds what it left.
