@@ -113,9 +113,9 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
     const HungBuses hungBuses;
     std::shared_ptr<const void> loaded =
         App::showsAtOnce(commandLine) ? VideoPlayer::loadAhead() : nullptr;
+    const LostDisplay lostDisplay;
     QApplication app(argc, argv);
     connecting.reset();
-    const LostDisplay lostDisplay;
     // Qt paints large shapes on these threads and waits for them. More than one gains nothing, and
     // how many come to stay, with their stacks, would be chance.
     QThreadPool::globalInstance()->setMaxThreadCount(1);

@@ -1,4 +1,5 @@
 // A display server that is there and answers nothing.
+#include "support/HeadlessSway.h"
 #include "support/ProgramUnderTest.h"
 #include "support/SpedUpTime.h"
 #include "support/TestPattern.h"
@@ -46,22 +47,51 @@ TEST_P(HungDisplay, HoldsUpTheEndForAWhileOnly)
     ASSERT_EQ(::kill(server, SIGCONT), 0);
 }
 
-TEST(HungDisplayAtTheStart, IsNotWaitedForForever)
+// Whoever waits for its answer: we, who ask for it first, or Qt, where it is told which one to use.
+enum class Hung { xServerForUs, xServerForQt, compositor };
+
+class HungDisplayAtTheStart : public testing::TestWithParam<Hung>
+{
+protected:
+    // The process that is to hang.
+    pid_t showSomewhere()
+    {
+        if (GetParam() == Hung::compositor) {
+            m_program.showOn(m_compositor.emplace(QList{QRect(0, 0, 640, 480)}));
+            return static_cast<pid_t>(m_compositor->compositor().id());
+        }
+        m_program.showOn(m_server.emplace(QSize(640, 480)));
+        if (GetParam() == Hung::xServerForQt)
+            m_program.setVariable(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        return static_cast<pid_t>(m_server->id());
+    }
+
+    std::optional<test::VirtualDisplay> m_server;
+    std::optional<test::HeadlessSway> m_compositor;
+    test::ProgramUnderTest m_program;
+};
+
+TEST_P(HungDisplayAtTheStart, IsNotWaitedForForever)
 {
     const test::SpedUpTime time(60);
-    const test::VirtualDisplay display({640, 480});
-    test::ProgramUnderTest program;
-    program.showOn(display);
-    program.configureWall();
-    time.take(program);
-    const auto server = static_cast<pid_t>(display.id());
+    const pid_t server = showSomewhere();
+    m_program.configureWall();
+    time.take(m_program);
     ASSERT_EQ(::kill(server, SIGSTOP), 0);
-    program.start();
-    EXPECT_EQ(program.process().exitStatus(), EX_UNAVAILABLE);
-    EXPECT_EQ(program.messages(),
+    m_program.start();
+    EXPECT_EQ(m_program.process().exitStatus(), EX_UNAVAILABLE);
+    EXPECT_EQ(m_program.messages(),
               QStringList{u"display: no connection to it within two minutes; ending"_s});
     ASSERT_EQ(::kill(server, SIGCONT), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, HungDisplayAtTheStart,
+                         testing::Values(Hung::xServerForUs, Hung::xServerForQt, Hung::compositor),
+                         [](const auto &row) {
+                             return row.param == Hung::xServerForUs ? "AnXServerWeAsk"
+                                 : row.param == Hung::xServerForQt  ? "AnXServerQtAsks"
+                                                                    : "ACompositor";
+                         });
 
 // Where a terminal on that display is what it tells it to, that hangs, too.
 INSTANTIATE_TEST_SUITE_P(WhoseMessagesAre, HungDisplay,

@@ -127,7 +127,7 @@ TEST_F(SystemCalls, ThatFailWhereAReaderIsConfinedAreToldOf)
         return m_program.messages().filter(u"clips are read without all safety: "_s);
     };
     test::failEachCall(
-        m_program, {100, "seccomp"},
+        m_program, {100, "confining"},
         [&] {
             EXPECT_EQ(run({u"--seconds"_s, u"0.3"_s}), 0);
         },

@@ -5,11 +5,12 @@
 //                        gets half of its bytes out first, files that were not flushed lose their
 //                        content, and the program is killed
 //   DISK_FAULTS_AT_END   the power goes as soon as the program has ended
-//   DISK_FAULTS_NO_NAMES the power takes along what was renamed, linked and removed in folders that
-//                        were not flushed since, too; else all of it is kept
+//   DISK_FAULTS_NO_NAMES the power takes along what was made, renamed, linked and removed in
+//   folders
+//                        that were not flushed since, too; else all of it is kept
 //   DISK_FAULTS_POWER    the power goes at a moment that a test chooses meanwhile: a file of its
 //                        that holds the number of calls (DiskFaultsPower) that are left, of
-//                        whichever process; with the process its group is killed, and every other
+//                        whichever process; with the process its group is killed, and half of the
 //                        time it takes such names along
 //   DISK_FAULTS_ROOM     bytes that may be written before the disk is full
 //   DISK_FAULTS_NO_LOCKS the file system knows none
@@ -20,6 +21,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -137,6 +139,7 @@ void removeName(const std::string &path)
 void writeAnew(const std::string &path, mode_t mode, const std::string &content)
 {
     static const auto write = original<ssize_t (*)(int, const void *, size_t)>("write");
+    static const auto open = original<int (*)(const char *, int, ...)>("open");
     removeName(path);
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     (void)!write(file, content.data(), content.size());
@@ -209,6 +212,37 @@ __attribute__((destructor)) void end()
     }
 }
 
+std::string absolute(int folder, const char *path)
+{
+    return *path == '/' || folder == AT_FDCWD ? path : pathOf(folder) + '/' + path;
+}
+
+// What is common to the ways of opening; `next` opens.
+template <typename Next> int openFaultily(const std::string &path, int flags, const Next &next)
+{
+    if ((flags & O_CREAT) == 0 || !isBelow(path.c_str()))
+        return next();
+    const std::lock_guard lock(oneAtATime);
+    const bool isNew = access(path.c_str(), F_OK) != 0;
+    const int file = next();
+    if (file >= 0 && isNew)
+        unflushedNames().push_back({folderOf(path), [path] { removeName(path); }});
+    return file;
+}
+
+// A folder that somebody has flushed something in stays: file systems with a journal write that
+// down in order.
+template <typename Next> int makeFolderFaultily(const std::string &path, const Next &next)
+{
+    if (!isBelow(path.c_str()))
+        return next();
+    const std::lock_guard lock(oneAtATime);
+    const int result = next();
+    if (result == 0)
+        unflushedNames().push_back({folderOf(path), [path] { rmdir(path.c_str()); }});
+    return result;
+}
+
 // What is common to the ways of writing; `next` writes that many of the bytes.
 template <typename Next> ssize_t writeFaultily(int descriptor, size_t count, const Next &next)
 {
@@ -247,6 +281,45 @@ extern "C" ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t
         ::original<ssize_t (*)(int, const void *, size_t, off_t)>("pwrite");
     return writeFaultily(descriptor, count,
                          [&](size_t some) { return original(descriptor, bytes, some, offset); });
+}
+
+#define CORVELLA_OPEN(NAME)                                                                        \
+    extern "C" int NAME(const char *path, int flags, ...)                                          \
+    {                                                                                              \
+        static const auto next = original<int (*)(const char *, int, ...)>(#NAME);                 \
+        va_list more;                                                                              \
+        va_start(more, flags);                                                                     \
+        const auto mode = va_arg(more, mode_t);                                                    \
+        va_end(more);                                                                              \
+        return openFaultily(path, flags, [&] { return next(path, flags, mode); });                 \
+    }
+CORVELLA_OPEN(open)
+CORVELLA_OPEN(open64)
+
+#define CORVELLA_OPENAT(NAME)                                                                      \
+    extern "C" int NAME(int folder, const char *path, int flags, ...)                              \
+    {                                                                                              \
+        static const auto next = original<int (*)(int, const char *, int, ...)>(#NAME);            \
+        va_list more;                                                                              \
+        va_start(more, flags);                                                                     \
+        const auto mode = va_arg(more, mode_t);                                                    \
+        va_end(more);                                                                              \
+        return openFaultily(absolute(folder, path), flags,                                         \
+                            [&] { return next(folder, path, flags, mode); });                      \
+    }
+CORVELLA_OPENAT(openat)
+CORVELLA_OPENAT(openat64)
+
+extern "C" int mkdir(const char *path, mode_t mode)
+{
+    static const auto next = original<int (*)(const char *, mode_t)>("mkdir");
+    return makeFolderFaultily(path, [&] { return next(path, mode); });
+}
+
+extern "C" int mkdirat(int folder, const char *path, mode_t mode)
+{
+    static const auto next = original<int (*)(int, const char *, mode_t)>("mkdirat");
+    return makeFolderFaultily(absolute(folder, path), [&] { return next(folder, path, mode); });
 }
 
 extern "C" int fsync(int descriptor)

@@ -19,6 +19,8 @@
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
@@ -44,6 +46,7 @@ constexpr SystemCallFault kFaults[] = {
     {"write EINTR", SYS_write, EINTR},
     {"writev ENOSPC", SYS_writev, ENOSPC, About::files},
     {"fsync EIO", SYS_fsync, EIO},
+    {"sync_file_range EIO", SYS_sync_file_range, EIO},
     {"ftruncate EIO", SYS_ftruncate, EIO},
     {"flock ENOLCK", SYS_flock, ENOLCK},
     {"flock EINTR", SYS_flock, EINTR},
@@ -73,11 +76,16 @@ constexpr SystemCallFault kFaults[] = {
     {"renameat2 EIO", SYS_renameat2, EIO},
     {"mkdirat ENOSPC", SYS_mkdirat, ENOSPC},
     {"mmap ENOMEM", SYS_mmap, ENOMEM, About::filesAndStacks},
+    {"shmget ENOSPC", SYS_shmget, ENOSPC},
+    {"shmat ENOMEM", SYS_shmat, ENOMEM},
     {"memfd_create EMFILE", SYS_memfd_create, EMFILE},
     {"socket EMFILE", SYS_socket, EMFILE},
     {"socketpair EMFILE", SYS_socketpair, EMFILE},
     {"connect ECONNREFUSED", SYS_connect, ECONNREFUSED},
     {"bind EADDRINUSE", SYS_bind, EADDRINUSE},
+    {"listen EADDRINUSE", SYS_listen, EADDRINUSE},
+    {"accept4 EMFILE", SYS_accept4, EMFILE},
+    {"getsockname ENOBUFS", SYS_getsockname, ENOBUFS},
     {"sendto ECONNRESET", SYS_sendto, ECONNRESET},
     {"sendmsg ENOBUFS", SYS_sendmsg, ENOBUFS},
     {"recvfrom ECONNRESET", SYS_recvfrom, ECONNRESET},
@@ -92,7 +100,9 @@ constexpr SystemCallFault kFaults[] = {
     {"pidfd_open EMFILE", SYS_pidfd_open, EMFILE},
     {"prctl EINVAL", SYS_prctl, EINVAL},
     {"prlimit64 EPERM", SYS_prlimit64, EPERM},
-    {"seccomp EINVAL", SYS_seccomp, EINVAL, About::filters},
+    {"confining seccomp EINVAL", SYS_seccomp, EINVAL, About::confinement},
+    {"confining prctl EINVAL", SYS_prctl, EINVAL, About::confinement},
+    {"confining prlimit64 EPERM", SYS_prlimit64, EPERM, About::confinement},
     {"clone EAGAIN", SYS_clone, EAGAIN},
     {"clone3 EAGAIN", SYS_clone3, EAGAIN},
     {"execve EACCES", SYS_execve, EACCES},
@@ -122,8 +132,16 @@ bool isAbout(About about, const seccomp_notif &request)
         return argument(4) >= 0 || (argument(3) & MAP_STACK) != 0;
     case About::duplicates: // of fcntl
         return argument(1) == F_DUPFD || argument(1) == F_DUPFD_CLOEXEC;
-    case About::filters: // of seccomp, which is also asked what it knows
-        return argument(0) == SECCOMP_SET_MODE_FILTER && request.data.args[2] != 0;
+    case About::confinement:
+        switch (request.data.nr) {
+        case SYS_seccomp: // which is also asked what it knows
+            return argument(0) == SECCOMP_SET_MODE_FILTER && request.data.args[2] != 0;
+        case SYS_prctl:
+            return argument(0) == PR_SET_NO_NEW_PRIVS;
+        case SYS_prlimit64: // which also only reads
+            return argument(1) == RLIMIT_AS && request.data.args[2] != 0;
+        }
+        return false;
     case About::anything:
         break;
     }
@@ -148,7 +166,8 @@ void breakConnection(unsigned thread, int descriptor)
     const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, processOf(thread), 0)));
     const FileDescriptor connection(
         static_cast<int>(::syscall(SYS_pidfd_getfd, process.get(), descriptor, 0)));
-    ::shutdown(connection.get(), SHUT_RDWR);
+    if (::shutdown(connection.get(), SHUT_RDWR) != 0 && errno != ENOTCONN)
+        ADD_FAILURE() << "a connection is not broken: " << std::strerror(errno);
 }
 
 int receiveDescriptor(int connection)

@@ -26,7 +26,7 @@ class ProgramUnderTest;
 struct SystemCallFault
 {
     // Which of the calls of that number it is about.
-    enum class About { anything, files, filesAndStacks, duplicates, filters };
+    enum class About { anything, files, filesAndStacks, duplicates, confinement };
 
     const char *name; // of the call, with the error
     int call;

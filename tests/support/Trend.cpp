@@ -36,7 +36,7 @@ std::vector<Point> averaged(const std::vector<Point> &points)
 
 bool Trend::isFlat() const
 {
-    return std::abs(slope) <= kChance * slopeError;
+    return std::abs(slope) <= kChance * slopeError + leastStep;
 }
 
 double Trend::leastSlope() const
@@ -61,9 +61,8 @@ Trend trendOf(const std::vector<Point> &points, double resolution)
         squares += off * off;
     }
     const auto freedom = static_cast<double>(means.size() - 2);
-    const double byChance = std::sqrt(squares / freedom / xx);
-    const double byReading = resolution / (points.back().x - points.front().x);
-    return {middle.y, slope, std::hypot(byChance, byReading)};
+    return {middle.y, slope, std::sqrt(squares / freedom / xx),
+            resolution / (points.back().x - points.front().x)};
 }
 
 } // namespace corvella::test

@@ -1,12 +1,14 @@
 #include "platform/storage/FileLock.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace corvella {
 
@@ -38,20 +40,47 @@ bool isStillNamed(int descriptor, const QByteArray &name)
         && opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
+namespace {
+
+// What an administrator's shell locks in a user's folder, that user must be able to lock later.
+void giveToOwnerOfFolder(int file, const QString &folder)
+{
+    struct stat owned = {};
+    if (::stat(QFile::encodeName(folder).constData(), &owned) == 0)
+        (void)!::fchown(file, owned.st_uid, owned.st_gid);
+}
+
+// The file of that name, made where there is none; closed on failure, with errno set.
+FileDescriptor openOrMake(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    for (;;) {
+        FileDescriptor file(::open(name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        if (file.isOpen() && ::geteuid() == 0)
+            giveToOwnerOfFolder(file.get(), QFileInfo(path).path());
+        if (file.isOpen() || errno != EEXIST)
+            return file;
+        // Another user's may be open to us for reading only, which locks as well.
+        for (const int access : {O_RDWR, O_RDONLY}) {
+            file = FileDescriptor(::open(name.constData(), access | O_NOFOLLOW | O_CLOEXEC));
+            if (file.isOpen() || errno != EACCES)
+                break;
+        }
+        if (file.isOpen() || errno != ENOENT) // else somebody has just removed it
+            return file;
+    }
+}
+
+} // namespace
+
 std::optional<FileLock> FileLock::acquire(const QString &path,
                                           std::chrono::milliseconds longestWait)
 {
-    const QByteArray name = QFile::encodeName(path);
-    FileDescriptor file(::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-    // Made by another user (an administrator's shell), it may be open to us for reading only, which
-    // locks as well.
-    if (!file.isOpen() && errno == EACCES) {
-        file = FileDescriptor(::open(name.constData(), O_RDONLY | O_CLOEXEC));
-        if (!file.isOpen())
-            errno = EACCES; // it need not be there at all
-    }
+    FileDescriptor file = openOrMake(path);
     if (!file.isOpen())
         return std::nullopt;
+    if (::geteuid() == 0)
+        giveToOwnerOfFolder(file.get(), QFileInfo(path).path());
     if (lockAlone(file.get(), longestWait))
         return FileLock(std::move(file), 0);
     if (!areLocksUnknown(errno))

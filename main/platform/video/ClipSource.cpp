@@ -78,8 +78,8 @@ ClipSource::Opened ClipSource::open(const QString &path, std::stop_token stop)
         new ClipSource(std::get<ReaderProcess>(std::move(reader)), std::move(stop)));
     ClipRequest request;
     request.kind = ClipRequest::Kind::open;
-    // A reader that is gone already is found out about by its reply.
-    (void)sendMessage(clip->m_reader.socket(), request, std::get<FileDescriptor>(file).get());
+    if (auto error = clip->ask(request, std::get<FileDescriptor>(file).get()))
+        return std::move(*error);
     Patience patience;
     const auto opened = clip->reply(patience);
     if (const auto *error = std::get_if<ClipError>(&opened))
@@ -105,7 +105,8 @@ std::variant<VideoFrame, ClipError> ClipSource::next(QSize bounds)
     wanted.rewinds = std::exchange(m_rewinds, false) ? 1 : 0;
     if (wanted.rewinds != 0)
         m_lastStart = MediaTime(0);
-    (void)sendMessage(m_reader.socket(), wanted);
+    if (auto error = ask(wanted))
+        return std::move(*error);
     Patience patience;
     auto answer = reply(patience);
     if (const auto *reply = std::get_if<ClipReply>(&answer);
@@ -126,6 +127,13 @@ std::variant<VideoFrame, ClipError> ClipSource::next(QSize bounds)
         return ClipError{QStringLiteral("a picture of it stays for more than a minute")};
     m_lastStart = frame.isLastOfLap ? MediaTime(0) : frame.start;
     return frame;
+}
+
+std::optional<ClipError> ClipSource::ask(const ClipRequest &request, int file)
+{
+    if (sendMessage(m_reader.socket(), request, file) || errno == EPIPE || errno == ECONNRESET)
+        return std::nullopt; // one that is gone is found out about by its reply
+    return ClipError{QStringLiteral("what reads it cannot be asked: ") + systemError(errno).text};
 }
 
 std::variant<ClipReply, ClipError> ClipSource::reply(Patience &patience)

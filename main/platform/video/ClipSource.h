@@ -41,7 +41,9 @@ public:
 private:
     ClipSource(ReaderProcess reader, std::stop_token stop);
 
-    // What the reader has to say next, other than for the log.
+    // Sends the reader a request, with a file where one is given.
+    [[nodiscard]] std::optional<ClipError> ask(const ClipRequest &request, int file = -1);
+    // What it has to say next, other than for the log.
     [[nodiscard]] std::variant<ClipReply, ClipError> reply(Patience &patience);
     // Gives the reader memory for a picture.
     [[nodiscard]] bool lendBuffer(uint32_t index, uint64_t bytes);

@@ -1,13 +1,13 @@
 #include "platform/storage/DurableFile.h"
 #include "platform/storage/OrdinaryUser.h"
 #include "support/FileSizeLimit.h"
+#include "support/OtherOwner.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -89,27 +89,9 @@ TEST_F(DurableFileTest, MakesFilesForTheUserAloneWhateverTheUmask)
     }
 }
 
-// Somebody else, where the tests run as the administrator; else the user, and the last of the
-// user's groups, which is not the one that a new file would have.
-struct OtherOwner
-{
-    uid_t user = ::geteuid();
-    gid_t group = ::getegid();
-
-    OtherOwner()
-    {
-        constexpr uid_t kSomebody = 65534;
-        std::vector<gid_t> groups(static_cast<size_t>(std::max(::getgroups(0, nullptr), 0)));
-        if (user == 0)
-            user = group = kSomebody;
-        else if (::getgroups(static_cast<int>(groups.size()), groups.data()) > 0)
-            group = groups.back();
-    }
-};
-
 TEST_F(DurableFileTest, LeavesAFileItsOwner)
 {
-    const OtherOwner other;
+    const test::OtherOwner other;
     m_home.write(m_path, "old");
     ASSERT_EQ(::chown(QFile::encodeName(m_path).constData(), other.user, other.group), 0);
     EXPECT_TRUE(DurableFile::write(m_path, "new").isOk());
@@ -163,7 +145,7 @@ TEST_F(DurableFileTest, WritesToNoFileThatStandsAtTheTemporaryName)
 {
     const QByteArray theirs = QFile::encodeName(m_home.path(QStringLiteral("theirs")));
     const QByteArray temporary = QFile::encodeName(m_temporary);
-    const OtherOwner other;
+    const test::OtherOwner other;
     m_home.write(QFile::decodeName(theirs), "theirs");
     ASSERT_EQ(::chown(theirs.constData(), other.user, other.group), 0);
     ASSERT_EQ(::chmod(theirs.constData(), 0666), 0);

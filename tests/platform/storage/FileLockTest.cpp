@@ -1,5 +1,6 @@
 #include "platform/storage/FileLock.h"
 #include "platform/storage/OrdinaryUser.h"
+#include "support/OtherOwner.h"
 #include "support/TemporaryHome.h"
 
 #include <QFile>
@@ -39,7 +40,7 @@ TEST(FileLockTest, CanBeTakenAgainWithTheFileOfBefore)
     EXPECT_TRUE(FileLock::acquire(path));
 }
 
-TEST(FileLockTest, IsNothingThatOthersCanWriteToWhateverTheUmask)
+TEST(FileLockTest, IsForTheUserAloneWhateverTheUmask)
 {
     const test::TemporaryHome home;
     const QString path = home.path(QStringLiteral("lock"));
@@ -48,7 +49,28 @@ TEST(FileLockTest, IsNothingThatOthersCanWriteToWhateverTheUmask)
     ::umask(before);
     struct stat status = {};
     ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0644U);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+}
+
+TEST(FileLockTest, IsTheUsersWhoeverHasMadeIt)
+{
+    const test::TemporaryHome home;
+    const test::OtherOwner other;
+    ASSERT_EQ(::chown(QFile::encodeName(home.path()).constData(), other.user, other.group), 0);
+    const QString path = home.path(QStringLiteral("lock"));
+    EXPECT_TRUE(FileLock::acquire(path));
+    struct stat status = {};
+    ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &status), 0);
+    EXPECT_EQ(status.st_uid, other.user);
+}
+
+TEST(FileLockTest, IsNoFileThatALinkLeadsTo)
+{
+    const test::TemporaryHome home;
+    const QString path = home.path(QStringLiteral("lock"));
+    home.write(home.path(QStringLiteral("foreign")), "theirs");
+    ASSERT_TRUE(QFile::link(home.path(QStringLiteral("foreign")), path));
+    EXPECT_FALSE(FileLock::acquire(path));
 }
 
 TEST(FileLockTest, GivesUpOnAHolderThatDoesNotLetGo)

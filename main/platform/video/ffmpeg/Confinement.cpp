@@ -197,9 +197,10 @@ std::optional<QString> hideUsersFiles(const QStringList &devices)
 
 std::optional<QString> confine(ConfinedTo what, const QStringList &devices)
 {
-    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
-        return error("no_new_privs", errno);
     std::optional<QString> failure;
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
+        failure = error("no_new_privs", errno);
+    // Where one of these fails, the others hold all the same.
     if (what == ConfinedTo::memory) {
         // A device's driver reserves addresses without end, so that this is for software only.
         rlimit most{RLIM_INFINITY, RLIM_INFINITY};
@@ -207,11 +208,11 @@ std::optional<QString> confine(ConfinedTo what, const QStringList &devices)
         most = {std::min(most.rlim_cur, kMostMemory), std::min(most.rlim_max, kMostMemory)};
         if (::setrlimit(RLIMIT_AS, &most) != 0)
             failure = error("memory", errno);
-    } else {
-        failure = hideUsersFiles(devices);
+    } else if (std::optional<QString> unhidden = hideUsersFiles(devices)) {
+        failure = std::move(unhidden);
     }
-    if (const std::optional<QString> unfiltered = filterCalls(what))
-        return unfiltered;
+    if (std::optional<QString> unfiltered = filterCalls(what))
+        failure = std::move(unfiltered);
     return failure;
 }
 
