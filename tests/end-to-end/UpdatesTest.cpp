@@ -292,6 +292,23 @@ TEST_F(Updates, LeaveTheOldBuildWhereTheDiskIsFull)
     expectOneWholeBuild("full");
 }
 
+TEST_F(Updates, AreWholeWhereThePowerGoesRightAfterThem)
+{
+    announce();
+    m_program.configure({{u"mode"_s, u"wall"_s}});
+    for (const auto &[name, value] :
+         {std::pair(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS)),
+          std::pair(u"DISK_FAULTS_FOLDER"_s, prefix()), std::pair(u"DISK_FAULTS_AT_END"_s, u"1"_s),
+          std::pair(u"DISK_FAULTS_NO_NAMES"_s, u"1"_s)})
+        m_program.setVariable(name, value);
+    m_program.start();
+    EXPECT_TRUE(m_program.logs(u"update: 1.2.0 downloaded; installs on quit"_s));
+    end();
+    m_program.setVariable(u"LD_PRELOAD"_s, {});
+    EXPECT_EQ(current(), 2);
+    expectOneWholeBuild("updated");
+}
+
 // Kills the program, and with it all that it started, at any moment of an update.
 TEST_F(Updates, LeaveOneWholeBuildWheneverTheyAreKilled)
 {

@@ -84,11 +84,11 @@ std::set<std::string> &unflushed()
     return *paths;
 }
 
-// What was done to names in a folder that has not been flushed since, and how it is undone.
+// What was done to a name in a folder that has not been flushed since, and how it is undone.
 struct NameChange
 {
-    std::string folder;
-    std::function<void()> undo;
+    std::string path;
+    std::function<void(const std::string &path)> undo;
 };
 std::vector<NameChange> &unflushedNames()
 {
@@ -98,8 +98,14 @@ std::vector<NameChange> &unflushedNames()
 
 std::string folderOf(const std::string &path)
 {
+    return path.substr(0, path.rfind('/'));
+}
+
+// In the words of the kernel, which knows no links.
+std::string real(const std::string &path)
+{
     char folder[PATH_MAX];
-    return realpath(path.substr(0, path.rfind('/')).c_str(), folder) ? folder : "";
+    return realpath(folderOf(path).c_str(), folder) ? folder + path.substr(path.rfind('/')) : path;
 }
 
 // What a test shares; none where it does not.
@@ -130,6 +136,20 @@ template <typename Function> Function original(const char *name)
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
+// What lies in a folder that was renamed has other paths since.
+void follow(const std::string &from, const std::string &to)
+{
+    const auto renamed = [&](const std::string &path) {
+        return path.starts_with(from + '/') ? to + path.substr(from.size()) : path;
+    };
+    std::set<std::string> files;
+    for (const std::string &path : unflushed())
+        files.insert(renamed(path));
+    unflushed() = std::move(files);
+    for (NameChange &change : unflushedNames())
+        change.path = renamed(change.path);
+}
+
 void removeName(const std::string &path)
 {
     static const auto unlink = original<int (*)(const char *)>("unlink");
@@ -158,21 +178,21 @@ std::string contentOf(const char *path)
 }
 
 // How what has this name now gets it back.
-std::function<void()> putBack(const char *path)
+std::function<void(const std::string &path)> putBack(const char *path)
 {
     struct stat now = {};
     if (lstat(path, &now) != 0)
-        return [path = std::string(path)] { removeName(path); };
+        return removeName;
     if (S_ISLNK(now.st_mode)) {
         char target[PATH_MAX] = {};
         (void)!readlink(path, target, sizeof target - 1);
-        return [path = std::string(path), target = std::string(target)] {
-            removeName(path);
-            (void)!symlink(target.c_str(), path.c_str());
+        return [target = std::string(target)](const std::string &name) {
+            removeName(name);
+            (void)!symlink(target.c_str(), name.c_str());
         };
     }
-    return [path = std::string(path), mode = now.st_mode & 07777, content = contentOf(path)] {
-        writeAnew(path, mode, content);
+    return [mode = now.st_mode & 07777, content = contentOf(path)](const std::string &name) {
+        writeAnew(name, mode, content);
     };
 }
 
@@ -188,7 +208,7 @@ void loseUnflushed()
         (void)!truncate(path.c_str(), 0);
     if (areNamesLost()) {
         for (auto change = unflushedNames().rbegin(); change != unflushedNames().rend(); ++change)
-            change->undo();
+            change->undo(change->path);
     }
 }
 
@@ -226,7 +246,7 @@ template <typename Next> int openFaultily(const std::string &path, int flags, co
     const bool isNew = access(path.c_str(), F_OK) != 0;
     const int file = next();
     if (file >= 0 && isNew)
-        unflushedNames().push_back({folderOf(path), [path] { removeName(path); }});
+        unflushedNames().push_back({real(path), removeName});
     return file;
 }
 
@@ -239,7 +259,8 @@ template <typename Next> int makeFolderFaultily(const std::string &path, const N
     const std::lock_guard lock(oneAtATime);
     const int result = next();
     if (result == 0)
-        unflushedNames().push_back({folderOf(path), [path] { rmdir(path.c_str()); }});
+        unflushedNames().push_back(
+            {real(path), [](const std::string &folder) { rmdir(folder.c_str()); }});
     return result;
 }
 
@@ -333,7 +354,7 @@ extern "C" int fsync(int descriptor)
     const std::string path = pathOf(descriptor);
     unflushed().erase(path);
     std::erase_if(unflushedNames(),
-                  [&path](const NameChange &change) { return change.folder == path; });
+                  [&path](const NameChange &change) { return folderOf(change.path) == path; });
     return next(descriptor);
 }
 
@@ -355,19 +376,22 @@ extern "C" int rename(const char *from, const char *to)
     const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
-    const std::function<void()> before = putBack(to);
+    const auto before = putBack(to);
+    const std::string source = real(from);
+    const std::string target = real(to);
     const int result = next(from, to);
     if (result != 0)
         return result;
+    follow(source, target);
     if (unflushed().erase(from) > 0)
         unflushed().insert(to);
     else
         unflushed().erase(to);
-    unflushedNames().push_back(
-        {folderOf(to), [from = std::string(from), to = std::string(to), before] {
-             next(to.c_str(), from.c_str());
-             before();
-         }});
+    unflushedNames().push_back({target, [source, before](const std::string &path) {
+                                    next(path.c_str(), source.c_str());
+                                    follow(path, source);
+                                    before(path);
+                                }});
     return result;
 }
 
@@ -384,7 +408,7 @@ extern "C" int linkat(int fromFolder, const char *from, int toFolder, const char
         return result;
     if (unflushed().contains(from))
         unflushed().insert(to);
-    unflushedNames().push_back({folderOf(to), [to = std::string(to)] { removeName(to); }});
+    unflushedNames().push_back({real(to), removeName});
     return result;
 }
 
@@ -396,11 +420,11 @@ extern "C" int unlink(const char *path)
     const std::lock_guard lock(oneAtATime);
     if (powerFails())
         losePower();
-    const std::function<void()> before = putBack(path);
+    const auto before = putBack(path);
     const int result = next(path);
     if (result != 0)
         return result;
     unflushed().erase(path);
-    unflushedNames().push_back({folderOf(path), before});
+    unflushedNames().push_back({real(path), before});
     return result;
 }
