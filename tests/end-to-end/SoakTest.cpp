@@ -410,9 +410,7 @@ TEST(Trend, OfOneStepOfTheLeastThatCanBeReadIsFlat)
     const std::vector<test::Point> points{{0, 0}, {1, 0}, {2, 0}, {3, 4}, {4, 4}, {5, 4}};
     EXPECT_FALSE(test::trendOf(points).isFlat());
     EXPECT_TRUE(test::trendOf(points, 4).isFlat());
-    std::vector<test::Point> rising;
-    for (int i = 0; i < 6; ++i)
-        rising.push_back({double(i), 4.0 * i});
+    const std::vector<test::Point> rising{{0, 0}, {1, 4}, {2, 8}, {3, 12}, {4, 16}, {5, 20}};
     EXPECT_FALSE(test::trendOf(rising, 4).isFlat());
 }
 
