@@ -115,10 +115,12 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
         App::showsAtOnce(commandLine) ? VideoPlayer::loadAhead() : nullptr;
     const LostDisplay lostDisplay;
     QApplication app(argc, argv);
-    connecting.reset();
     // Qt paints large shapes on these threads and waits for them. More than one gains nothing, and
-    // how many come to stay, with their stacks, would be chance.
+    // how many come to stay, with their stacks, would be chance. It is made now, and for good,
+    // since one that could not be made later would be waited for without end.
     QThreadPool::globalInstance()->setMaxThreadCount(1);
+    QThreadPool::globalInstance()->setExpiryTimeout(-1);
+    QThreadPool::globalInstance()->start([] {});
     // By then the walls that play keep it themselves.
     QTimer::singleShot(kKeptLoaded, &app, [loaded = std::move(loaded)] {});
     QApplication::setApplicationName(QStringLiteral("Corvella"));
@@ -138,6 +140,8 @@ int runApplication(int &argc, char **argv, const CommandLine &commandLine, QStri
         return leaveItToTheOther(outcome);
     if (commandLine.action == u"quit")
         return EXIT_SUCCESS; // nobody is there who could
+
+    connecting.reset(); // Qt's thread for message buses is there, too
 
     const LostBus lostBus(hungBuses);
     const TerminationSignals signals;

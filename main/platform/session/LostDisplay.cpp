@@ -5,6 +5,7 @@
 #include <QMessageLogContext>
 #include <QString>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <sysexits.h>
@@ -28,12 +29,19 @@ struct EndAtOnce
 thread_local EndAtOnce endAtOnce;
 QtMessageHandler nextHandler = nullptr;
 
-// Where a Wayland compositor goes these are Qt's last words: it gives nothing else a chance.
+std::atomic<bool> isConnecting = false;
+
+// Where a Wayland compositor goes these are Qt's last words: it gives nothing else a chance. And
+// what a thread was to do that could not be made it waits for without end.
 void endAfterLastWords(QtMsgType type, const QMessageLogContext &context, const QString &words)
 {
     nextHandler(type, context, words);
     if (words.startsWith(u"The Wayland connection broke"))
         std::_Exit(EX_UNAVAILABLE);
+    if (isConnecting && words.startsWith(u"QThread::start: Thread creation error")) {
+        log(QStringLiteral("no thread for Qt to start with; ending"));
+        std::_Exit(EX_UNAVAILABLE);
+    }
 }
 
 // More than hung services of a desktop can cost Qt, each of which has 25 s to answer.
@@ -66,10 +74,12 @@ ConnectingToDisplay::ConnectingToDisplay()
     sigaction(SIGSEGV, &crash, &usualCrash);
     std::signal(SIGALRM, stopWaiting);
     ::alarm(kPatienceSeconds);
+    isConnecting = true;
 }
 
 ConnectingToDisplay::~ConnectingToDisplay()
 {
+    isConnecting = false;
     ::alarm(0);
     std::signal(SIGALRM, SIG_DFL);
     sigaction(SIGSEGV, &usualCrash, nullptr);

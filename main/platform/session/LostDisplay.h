@@ -4,10 +4,11 @@
 
 namespace corvella {
 
-// While the display is looked for and the application object is made, a server that hangs would
-// keep the program for ever, and Qt 6.4 crashes where the connection to an X server breaks. As long
-// as this lives the first ends it after two minutes, with EX_UNAVAILABLE, and both have a line in
-// the log. Before TerminationSignals, which use the same alarm.
+// While the display is looked for and Qt connects to it, a server that hangs would keep the program
+// for ever, as would a thread of Qt's that cannot be made, and Qt 6.4 crashes where the connection
+// to an X server breaks. As long as this lives the first ends the program after two minutes and,
+// while a LostDisplay lives too, the second at once, both with EX_UNAVAILABLE; and all three have a
+// line in the log. Before TerminationSignals, which use the same alarm.
 class ConnectingToDisplay
 {
 public:
