@@ -237,10 +237,10 @@ std::string absolute(int folder, const char *path)
     return *path == '/' || folder == AT_FDCWD ? path : pathOf(folder) + '/' + path;
 }
 
-// What is common to the ways of opening; `next` opens.
-template <typename Next> int openFaultily(const std::string &path, int flags, const Next &next)
+// What is common to the ways of making a file where there is none; `next` opens it.
+template <typename Next> int makeFileFaultily(const std::string &path, const Next &next)
 {
-    if ((flags & O_CREAT) == 0 || !isBelow(path.c_str()))
+    if (!isBelow(path.c_str()))
         return next();
     const std::lock_guard lock(oneAtATime);
     const bool isNew = access(path.c_str(), F_OK) != 0;
@@ -312,7 +312,8 @@ extern "C" ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t
         va_start(more, flags);                                                                     \
         const auto mode = va_arg(more, mode_t);                                                    \
         va_end(more);                                                                              \
-        return openFaultily(path, flags, [&] { return next(path, flags, mode); });                 \
+        const auto open = [&] { return next(path, flags, mode); };                                 \
+        return (flags & O_CREAT) != 0 ? makeFileFaultily(path, open) : open();                     \
     }
 CORVELLA_OPEN(open)
 CORVELLA_OPEN(open64)
@@ -325,8 +326,8 @@ CORVELLA_OPEN(open64)
         va_start(more, flags);                                                                     \
         const auto mode = va_arg(more, mode_t);                                                    \
         va_end(more);                                                                              \
-        return openFaultily(absolute(folder, path), flags,                                         \
-                            [&] { return next(folder, path, flags, mode); });                      \
+        const auto open = [&] { return next(folder, path, flags, mode); };                         \
+        return (flags & O_CREAT) != 0 ? makeFileFaultily(absolute(folder, path), open) : open();   \
     }
 CORVELLA_OPENAT(openat)
 CORVELLA_OPENAT(openat64)
@@ -334,6 +335,8 @@ CORVELLA_OPENAT(openat64)
 extern "C" int mkdir(const char *path, mode_t mode)
 {
     static const auto next = original<int (*)(const char *, mode_t)>("mkdir");
+    if (!isBelow(path))
+        return next(path, mode); // a sanitizer, before it can give memory
     return makeFolderFaultily(path, [&] { return next(path, mode); });
 }
 
