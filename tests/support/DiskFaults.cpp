@@ -44,6 +44,8 @@ using corvella::test::DiskFaultsPower;
 
 const char *folder()
 {
+    if (!environ)
+        return nullptr; // a sanitizer, before all else
     static const char *const folder = std::getenv("DISK_FAULTS_FOLDER");
     return folder;
 }
@@ -336,7 +338,7 @@ extern "C" int mkdir(const char *path, mode_t mode)
 {
     static const auto next = original<int (*)(const char *, mode_t)>("mkdir");
     if (!isBelow(path))
-        return next(path, mode); // a sanitizer, before it can give memory
+        return next(path, mode); // likewise; it can give no memory yet
     return makeFolderFaultily(path, [&] { return next(path, mode); });
 }
 
