@@ -45,6 +45,8 @@ public:
     void setStandardError(StandardError standardError) { m_standardError = standardError; }
     // A variable of its environment, absent for a null value.
     void setVariable(const QString &name, const QString &value);
+    // One more option in a variable that lists some between colons; the last of a name counts.
+    void addOption(const QString &variable, const QString &option);
 
     [[nodiscard]] const QProcessEnvironment &environment() const { return m_environment; }
 
@@ -82,7 +84,6 @@ public:
     [[nodiscard]] bool logs(const QString &message, int times = 1);
 
 private:
-    void addOption(const QString &variable, const QString &option);
     void enterIntoManifest(const QString &id);
     void writeManifest() const;
 
