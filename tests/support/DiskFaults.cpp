@@ -34,6 +34,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/types.h>
 #include <unistd.h>
 #include <vector>
@@ -336,10 +337,9 @@ CORVELLA_OPENAT(openat64)
 
 extern "C" int mkdir(const char *path, mode_t mode)
 {
-    static const auto next = original<int (*)(const char *, mode_t)>("mkdir");
-    if (!isBelow(path))
-        return next(path, mode); // likewise; it can give no memory yet
-    return makeFolderFaultily(path, [&] { return next(path, mode); });
+    // A sanitizer that is not ready yet can neither look for names nor give memory.
+    const auto next = [&] { return static_cast<int>(syscall(SYS_mkdirat, AT_FDCWD, path, mode)); };
+    return isBelow(path) ? makeFolderFaultily(path, next) : next();
 }
 
 extern "C" int mkdirat(int folder, const char *path, mode_t mode)
