@@ -43,12 +43,8 @@ protected:
         m_program.showOn(m_display);
         m_program.setVariable(u"QT_QPA_PLATFORM"_s, {});
         m_program.setSessionBus(m_bus);
-        if (GetParam() == DrawnBy::gl) {
-            // The driver draws by the processor, which the program would not have.
-            m_machine.pretendGraphicsProcessor();
-            m_program.setMachine(m_machine);
-            m_program.setVariable(u"force_gl_renderer"_s, u"a graphics processor"_s);
-        }
+        if (GetParam() == DrawnBy::gl)
+            m_program.drawByOpenGl(m_machine);
         m_program.configureWall();
         m_program.configure({{u"offline"_s, false}});
         m_program.addClip(u"171"_s, 1, 8);

@@ -35,10 +35,7 @@ protected:
         }
         m_program.configureWall();
         m_program.addClip(u"171"_s, 1, kPictures);
-        // The driver draws by the processor, which the program would not have.
-        m_machine.pretendGraphicsProcessor();
-        m_program.setMachine(m_machine);
-        m_program.setVariable(u"force_gl_renderer"_s, u"a graphics processor"_s);
+        m_program.drawByOpenGl(m_machine);
         m_program.setVariable(u"LD_PRELOAD"_s,
                               m_program.environment().value(u"LD_PRELOAD"_s) + u":"_s
                                   + QStringLiteral(CORVELLA_LOST_OPENGL));

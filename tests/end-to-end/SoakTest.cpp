@@ -132,12 +132,8 @@ protected:
             m_program.addFile(product, m_clip);
             offerNews(product);
         }
-        if (GetParam().isGl) {
-            // The driver draws by the processor, which the program would not have.
-            m_machine.pretendGraphicsProcessor();
-            m_program.setMachine(m_machine);
-            m_program.setVariable(u"force_gl_renderer"_s, u"a graphics processor"_s);
-        }
+        if (GetParam().isGl)
+            m_program.drawByOpenGl(m_machine);
         m_time.take(m_program);
     }
 

@@ -46,12 +46,8 @@ protected:
         m_program.configure({{u"mode"_s, u"kiosk"_s}});
         m_program.addClip(u"171"_s, 1, kPictures);
         m_program.addClip(u"193"_s, 2, kPictures);
-        if (renderer == DrawnBy::gl) {
-            // The driver draws by the processor, which the program would not have.
-            m_machine.pretendGraphicsProcessor();
-            m_program.setMachine(m_machine);
-            m_program.setVariable(u"force_gl_renderer"_s, u"a graphics processor"_s);
-        }
+        if (renderer == DrawnBy::gl)
+            m_program.drawByOpenGl(m_machine);
         m_time.take(m_program);
     }
     ~Suspend() override { m_program.process().signal(SIGCONT); }

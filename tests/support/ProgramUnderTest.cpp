@@ -88,6 +88,13 @@ void ProgramUnderTest::showOn(const HeadlessSway &compositor)
     addOption(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("fast_unwind_on_malloc=0"));
 }
 
+void ProgramUnderTest::drawByOpenGl(AlteredMachine &machine)
+{
+    machine.pretendGraphicsProcessor();
+    setMachine(machine);
+    setVariable(QStringLiteral("force_gl_renderer"), QStringLiteral("a graphics processor"));
+}
+
 void ProgramUnderTest::addOption(const QString &variable, const QString &option)
 {
     const QString options = m_environment.value(variable);

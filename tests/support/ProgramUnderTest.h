@@ -41,6 +41,8 @@ public:
     void setSessionBus(const PrivateBus &bus);
     // Starts it there from now on; the machine must outlive the next start.
     void setMachine(const AlteredMachine &machine) { m_machine = &machine; }
+    // Lets it take this machine's processor for a graphics one, whose driver it would not have.
+    void drawByOpenGl(AlteredMachine &machine);
     // Where its messages go from the next start on; only captured ones can be asked for.
     void setStandardError(StandardError standardError) { m_standardError = standardError; }
     // A variable of its environment, absent for a null value.
