@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
 #include <string_view>
@@ -57,21 +58,16 @@ void writeToJournal(const QByteArray &text)
     ::close(socket);
 }
 
-} // namespace
-
-void log(const QString &message)
+// What we open next would take the number of a standard stream that we were started without, and
+// our messages would go into it: into the connection to the display, for one.
+void fillStandardStreams()
 {
-    QByteArray text = message.toUtf8();
-    // From outside, as in the id of a product; a message is one line.
-    text.replace('\n', ' ').replace('\0', ' ');
-    const QByteArray line = "corvella: " + text + '\n';
-    writeToStandardError({line.constData(), static_cast<size_t>(line.size())});
-    writeToJournal(text);
-}
-
-void logFromSignal(std::string_view line)
-{
-    writeToStandardError(line);
+    int lowestFree = -1;
+    do {
+        lowestFree = ::open("/dev/null", O_RDWR);
+    } while (lowestFree >= 0 && lowestFree <= STDERR_FILENO);
+    if (lowestFree >= 0)
+        ::close(lowestFree);
 }
 
 void neverWaitForStandardError()
@@ -86,6 +82,38 @@ void neverWaitForStandardError()
         return;
     ::dup2(own, STDERR_FILENO);
     ::close(own);
+}
+
+bool isControl(QChar character)
+{
+    return character.category() == QChar::Other_Control;
+}
+
+} // namespace
+
+void log(const QString &message)
+{
+    // From outside, as in the id of a product: a message is one line, and gives a terminal that
+    // shows it no orders.
+    QString printable = message;
+    std::replace_if(printable.begin(), printable.end(), isControl, u' ');
+    const QByteArray text = printable.toUtf8();
+    const QByteArray line = "corvella: " + text + '\n';
+    writeToStandardError({line.constData(), static_cast<size_t>(line.size())});
+    writeToJournal(text);
+}
+
+void logFromSignal(std::string_view line)
+{
+    writeToStandardError(line);
+}
+
+void outliveFailedWrites()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    fillStandardStreams();
+    neverWaitForStandardError();
 }
 
 } // namespace corvella

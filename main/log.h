@@ -17,10 +17,12 @@ void log(const QString &message);
 // alone.
 void logFromSignal(std::string_view line);
 
-// A terminal may say that it takes more and then keep a writer waiting in the midst of a line. From
-// now on what is written to a terminal or a pipe, also by libraries and by what the program starts,
-// is lost instead. Where that may not be opened anew, as another user's, all stays as it is. Before
-// other threads.
-void neverWaitForStandardError();
+// A reader of our messages that goes away, a terminal or a launcher, must not take the walls along,
+// nor must a file that a limit lets grow no further: from now on such writes fail, and what is
+// opened takes the number of no standard stream that the program was started without. A terminal,
+// too, may say that it takes more and then keep a writer waiting in the midst of a line: what is
+// written to one or to a pipe, also by libraries and by what the program starts, is lost instead,
+// where that may be opened anew and is not another user's. The first thing of a program.
+void outliveFailedWrites();
 
 } // namespace corvella

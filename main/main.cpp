@@ -37,13 +37,10 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <sysexits.h>
-#include <unistd.h>
 
 using namespace corvella;
 
@@ -55,23 +52,6 @@ constexpr int kAnew = 75;
 
 // How long what reads clips is kept for a wall that does not play yet.
 constexpr std::chrono::seconds kKeptLoaded{10};
-
-// A reader of our messages that goes away, a terminal or a launcher, must not take the walls along,
-// nor must a file that a limit lets grow no further: such writes fail, and say so.
-void outliveFailedWrites()
-{
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
-    // What we open next would take the number of a standard stream that we were started without,
-    // and our messages would go into it: into the connection to the display, for one.
-    int lowestFree = -1;
-    do {
-        lowestFree = ::open("/dev/null", O_RDWR);
-    } while (lowestFree >= 0 && lowestFree <= STDERR_FILENO);
-    if (lowestFree >= 0)
-        ::close(lowestFree);
-    neverWaitForStandardError();
-}
 
 CommandLine readCommandLine(int argc, char **argv)
 {

@@ -22,7 +22,6 @@
 #include <QGuiApplication>
 #include <QStandardPaths>
 
-#include <csignal>
 #include <cstdlib>
 
 using namespace corvella;
@@ -94,8 +93,7 @@ std::unique_ptr<SaverView> chooseInTurn(QSize pixels, const Place &place, const 
 int main(int argc, char **argv)
 {
     keepTheHeapSmall();
-    std::signal(SIGXFSZ, SIG_IGN); // a file that may grow no further ends no saver
-    neverWaitForStandardError();
+    outliveFailedWrites();
     // Hosts are X11 programs, whatever else is running.
     qputenv("QT_QPA_PLATFORM", "xcb");
     QCoreApplication::setAttribute(Qt::AA_DisableSessionManager);

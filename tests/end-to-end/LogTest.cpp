@@ -36,11 +36,15 @@ TEST_F(LogOfTheProgram, IsOneLineAMessageOnStandardError)
 
 TEST_F(LogOfTheProgram, IsOneLineWhateverComesFromOutside)
 {
-    m_program.addClip(u"one\ntwo"_s, 2, 1);
-    m_program.configure({{u"mode"_s, u"wall"_s}, {u"products"_s, QJsonArray{u"one\ntwo"_s}}});
+    // Orders to a terminal begin with one of the last two.
+    const QString id = u"one\ntwo\rthree\x1b"
+                       "4\u009b"
+                       "5"_s;
+    m_program.addClip(id, 2, 1);
+    m_program.configure({{u"mode"_s, u"wall"_s}, {u"products"_s, QJsonArray{id}}});
     m_program.showOnPlatform(u"offscreen"_s);
     m_program.start({u"--start"_s});
-    EXPECT_TRUE(m_program.logs(u"playing one two"_s));
+    EXPECT_TRUE(m_program.logs(u"playing one two three 4 5"_s));
 }
 
 // Qt's own would bring other displays, and messages of theirs.

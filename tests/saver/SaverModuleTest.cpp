@@ -15,14 +15,19 @@ using test::becomes;
 class SaverModule : public TwoMonitors
 {
 protected:
-    std::unique_ptr<test::ChildProcess> start(const QStringList &arguments,
-                                              const QString &variable = {})
+    std::unique_ptr<test::ChildProcess>
+    start(const QStringList &arguments, const QString &variable = {},
+          test::StandardError standardError = test::StandardError::captured)
     {
         QProcessEnvironment environment = m_program.environment();
         if (!variable.isEmpty())
             environment.insert(u"XSCREENSAVER_WINDOW"_s, variable);
         return std::make_unique<test::ChildProcess>(
-            test::Command{QStringLiteral(CORVELLA_SAVER), arguments, environment, {}});
+            test::Command{.program = QStringLiteral(CORVELLA_SAVER),
+                          .arguments = arguments,
+                          .environment = environment,
+                          .folder = {},
+                          .standardError = standardError});
     }
 
     // Which clip is seen there sooner or later, 0 for none.
@@ -88,6 +93,18 @@ TEST_F(SaverModule, LeavesWithItsWindow)
     ASSERT_EQ(clipSeenOn(kLeft), 1);
     m_display.client().closeWindow(host);
     EXPECT_EQ(saver->exitStatus(1s), 0);
+}
+
+TEST_F(SaverModule, PlaysOnWhereNobodyReadsItsMessages)
+{
+    const quint32 host = m_display.client().openWindow(kLeft);
+    for (const auto how : {test::StandardError::closed, test::StandardError::withoutReader}) {
+        const auto saver = start({u"--root"_s}, hexadecimal(host), how);
+        EXPECT_EQ(clipSeenOn(kLeft), 1);
+        saver->signal(SIGTERM);
+        EXPECT_EQ(saver->exitStatus(), 0);
+        ASSERT_TRUE(becomes([&] { return !seen(kLeft); }));
+    }
 }
 
 TEST_F(SaverModule, SaysThatThereIsNoSuchWindow)
