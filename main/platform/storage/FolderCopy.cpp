@@ -7,6 +7,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+
 namespace corvella {
 
 namespace {
@@ -40,6 +44,28 @@ bool remove(const QString &path)
     return QFile::remove(path) || !QFileInfo::exists(path);
 }
 
+// Whichever way it ends, one of the two is at `to`, and what is not is at `arriving`.
+FileResult exchange(const QString &arriving, const QString &to)
+{
+    if (::renameat2(AT_FDCWD, QFile::encodeName(arriving).constData(), AT_FDCWD,
+                    QFile::encodeName(to).constData(), RENAME_EXCHANGE)
+        == 0)
+        return {};
+    if (errno == ENOENT)
+        return renameTo(arriving, to); // nothing is there
+    if (errno != EINVAL)
+        return FileResult::lastError();
+    // Network file systems know no exchange.
+    const QString leaving = to + QStringLiteral(".leaving");
+    remove(leaving);
+    FileResult result = renameTo(to, leaving);
+    if (!result.isOk())
+        return result;
+    result = renameTo(arriving, to);
+    return renameTo(leaving, result.isOk() ? arriving : to).isOk() ? result
+                                                                   : FileResult::lastError();
+}
+
 } // namespace
 
 FileResult copyFolder(const QString &from, const QString &to)
@@ -47,14 +73,11 @@ FileResult copyFolder(const QString &from, const QString &to)
     const QString arriving = to + QStringLiteral(".arriving");
     remove(arriving); // what a crash may have left
     FileResult result = copyInto(from, arriving);
-    if (result.isOk() && !remove(to))
-        result = {FileStatus::failed, to + QStringLiteral(": cannot be removed")};
     if (result.isOk())
-        result = renameTo(arriving, to);
+        result = exchange(arriving, to);
     if (result.isOk())
         result = flushFolder(QFileInfo(to).path());
-    if (!result.isOk())
-        remove(arriving);
+    remove(arriving); // the old one, or what did not take its place
     return result;
 }
 

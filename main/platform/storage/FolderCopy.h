@@ -6,8 +6,8 @@
 namespace corvella {
 
 // Makes `to` a copy of the folder `from`, files with their permissions, in place of whatever is
-// there. The copy is made and flushed beside it, so that a failure before it is whole leaves `to`
-// as it was. The folder that holds `to` must exist.
+// there. The copy is made and flushed beside it, and takes its name in one step where the file
+// system can: a failure leaves `to` as it was. The folder that holds `to` must exist.
 FileResult copyFolder(const QString &from, const QString &to);
 
 } // namespace corvella

@@ -1,4 +1,4 @@
-#include "platform/storage/FailingFlush.h"
+#include "platform/storage/FailingDisk.h"
 
 #include <array>
 #include <cerrno>
@@ -8,8 +8,29 @@
 #include <unistd.h>
 
 QByteArray corvella::test::failingFlush;
+QByteArray corvella::test::failingRename;
+bool corvella::test::canExchange = true;
 
 // The C library's own, replaced by linking this file.
+extern "C" int rename(const char *from, const char *to) noexcept
+{
+    if (from == corvella::test::failingRename) {
+        errno = EIO;
+        return -1;
+    }
+    return int(::syscall(SYS_rename, from, to));
+}
+
+extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
+                         unsigned flags) noexcept
+{
+    if (from == corvella::test::failingRename || !corvella::test::canExchange) {
+        errno = corvella::test::canExchange ? EIO : EINVAL;
+        return -1;
+    }
+    return int(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
+
 extern "C" int fsync(int descriptor)
 {
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);

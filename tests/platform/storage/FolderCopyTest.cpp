@@ -1,5 +1,5 @@
 #include "platform/storage/FolderCopy.h"
-#include "platform/storage/FailingFlush.h"
+#include "platform/storage/FailingDisk.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>
@@ -54,6 +54,39 @@ TEST_F(FolderCopyTest, TakesNoPlaceBeforeAllOfItIsOnTheDisk)
                   QStringList{QStringLiteral("to")})
             << part;
     }
+}
+
+TEST_F(FolderCopyTest, TakesThePlaceAlsoOnANetworkFileSystem)
+{
+    m_home.write(m_to + QStringLiteral(".leaving/half"), "what a crash has left");
+    test::canExchange = false;
+    EXPECT_TRUE(copyFolder(m_from, m_to).isOk());
+    test::canExchange = true;
+    EXPECT_EQ(m_home.read(m_to + QStringLiteral("/plain")), "new");
+    EXPECT_EQ(QDir(QFileInfo(m_to).path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+              QStringList{QStringLiteral("to")});
+}
+
+TEST_F(FolderCopyTest, LeavesTheOldOneWhereItCannotTakeItsPlace)
+{
+    for (const bool canExchange : {true, false}) {
+        test::canExchange = canExchange;
+        test::failingRename = QFile::encodeName(m_to + QStringLiteral(".arriving"));
+        const FileResult result = copyFolder(m_from, m_to);
+        test::failingRename.clear();
+        test::canExchange = true;
+        EXPECT_EQ(result.reason, QStringLiteral("Input/output error"));
+        EXPECT_EQ(m_home.read(m_to + QStringLiteral("/old")), "old");
+        EXPECT_EQ(QDir(QFileInfo(m_to).path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                  QStringList{QStringLiteral("to")});
+    }
+}
+
+TEST_F(FolderCopyTest, MakesOneWhereNoneIs)
+{
+    const QString elsewhere = m_home.path(QStringLiteral("there/other"));
+    EXPECT_TRUE(copyFolder(m_from, elsewhere).isOk());
+    EXPECT_EQ(m_home.read(elsewhere + QStringLiteral("/plain")), "new");
 }
 
 TEST_F(FolderCopyTest, SaysThatItsNameIsNotOnTheDisk)

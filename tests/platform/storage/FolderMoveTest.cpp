@@ -1,5 +1,5 @@
 #include "platform/storage/FolderMove.h"
-#include "platform/storage/FailingFlush.h"
+#include "platform/storage/FailingDisk.h"
 #include "support/TemporaryHome.h"
 
 #include <QDir>
