@@ -2,9 +2,18 @@
 
 #include "log.h"
 
+#include <QTimer>
+
 #include <system_error>
+#include <utility>
 
 namespace corvella {
+
+namespace {
+
+constexpr std::chrono::seconds kNextTry{1};
+
+} // namespace
 
 BackgroundWork::BackgroundWork(size_t mostAtOnce)
     : m_mostAtOnce(mostAtOnce)
@@ -37,15 +46,21 @@ void BackgroundWork::startThread()
 {
     try {
         m_threads.emplace_back(&BackgroundWork::work, this);
+        m_lacksThread = false;
     } catch (const std::system_error &error) {
+        if (!std::exchange(m_lacksThread, true))
+            log(QStringLiteral("background: no thread (%1)")
+                    .arg(QString::fromLocal8Bit(error.what())));
         // Another thread does the job, or the next that can be started.
-        log(QStringLiteral("background: no thread (%1)").arg(QString::fromLocal8Bit(error.what())));
+        if (m_threads.empty())
+            QTimer::singleShot(kNextTry, this, &BackgroundWork::startMissingThread);
     }
 }
 
 // None could be started when its job was given.
 void BackgroundWork::startMissingThread()
 {
+    const std::lock_guard lock(m_mutex);
     if (!m_jobs.empty() && m_threads.empty())
         startThread();
 }
@@ -91,15 +106,15 @@ void BackgroundWork::passOn()
 
 void BackgroundWork::finish()
 {
-    std::unique_lock lock(m_mutex);
     startMissingThread();
+    std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return isDone(); });
 }
 
 bool BackgroundWork::finish(std::chrono::milliseconds within)
 {
-    std::unique_lock lock(m_mutex);
     startMissingThread();
+    std::unique_lock lock(m_mutex);
     return m_changed.wait_for(lock, within, [this] { return isDone(); });
 }
 

@@ -26,7 +26,8 @@ class BackgroundWork : public QObject
 public:
     using Job = std::function<void()>;
 
-    // Does so many jobs at once at most. A thread is started when a job needs it.
+    // Does so many jobs at once at most. A thread is started when a job needs it; where the system
+    // has none at all, it is asked again each second.
     explicit BackgroundWork(size_t mostAtOnce);
     ~BackgroundWork() override;
 
@@ -61,6 +62,7 @@ private:
 
     const size_t m_mostAtOnce;
     std::vector<std::thread> m_threads;
+    bool m_lacksThread = false; // the last one asked for could not be had
 
     std::mutex m_mutex; // guards what follows
     std::condition_variable m_changed;

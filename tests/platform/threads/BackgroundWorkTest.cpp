@@ -16,7 +16,10 @@
 #include <linux/seccomp.h>
 #include <memory>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <unistd.h>
+#include <utility>
 
 namespace corvella {
 namespace {
@@ -57,6 +60,27 @@ TEST(BackgroundWork, IsNotWaitedForWhereTheSystemHasNoThreadForIt)
         std::_Exit(EXIT_SUCCESS);
     };
     EXPECT_EXIT(endWithout(), testing::ExitedWithCode(EXIT_SUCCESS),
+                "corvella: background: no thread \\(Resource temporarily unavailable\\)");
+}
+
+TEST(BackgroundWork, IsDoneAsSoonAsTheSystemHasAThreadForIt)
+{
+    const auto endWithLater = [] {
+        rlimit threads{};
+        constexpr uid_t kNobody = 65534; // root may have any number
+        if ((::geteuid() == 0 && ::setresuid(kNobody, kNobody, kNobody) != 0)
+            || ::getrlimit(RLIMIT_NPROC, &threads) != 0)
+            std::abort();
+        const rlim_t usual = std::exchange(threads.rlim_cur, 0);
+        ::setrlimit(RLIMIT_NPROC, &threads);
+        BackgroundWork work(1);
+        bool isDone = false;
+        work.run([] { return true; }, [&isDone](bool done) { isDone = done; });
+        threads.rlim_cur = usual;
+        ::setrlimit(RLIMIT_NPROC, &threads);
+        std::_Exit(becomes([&isDone] { return isDone; }) ? EXIT_SUCCESS : EXIT_FAILURE);
+    };
+    EXPECT_EXIT(endWithLater(), testing::ExitedWithCode(EXIT_SUCCESS),
                 "corvella: background: no thread \\(Resource temporarily unavailable\\)");
 }
 
