@@ -346,6 +346,28 @@ Result UpdatePreparation::unpackVerified(const AppcastItem &item, const FileDesc
     return fromUnpacking(unpackBundle(part, staging, m_cancelled));
 }
 
+// What a program says that runs to a good end.
+std::optional<QByteArray> UpdatePreparation::wordsOf(const QString &path,
+                                                     const QStringList &arguments) const
+{
+    QProcess program;
+    program.setStandardInputFile(QProcess::nullDevice());
+    program.setStandardErrorFile(QProcess::nullDevice());
+    program.start(path, arguments);
+    const QDeadlineTimer limit(kLongestSelfTest);
+    while (program.state() != QProcess::NotRunning
+           && !program.waitForFinished(std::chrono::milliseconds(kCancelCheck).count())) {
+        if (m_cancelled || limit.hasExpired()) {
+            program.kill();
+            program.waitForFinished();
+        }
+    }
+    if (program.error() == QProcess::FailedToStart || program.exitStatus() != QProcess::NormalExit
+        || program.exitCode() != 0)
+        return std::nullopt;
+    return program.readAllStandardOutput();
+}
+
 // An old bundle has a signature as good as a new one's: what it says of itself must agree.
 Result UpdatePreparation::prove(const AppcastItem &item) const
 {
@@ -356,23 +378,16 @@ Result UpdatePreparation::prove(const AppcastItem &item) const
     if (BuildIdentity::read(staging) != expected)
         return fault(UpdateFault::bundleNotTrusted,
                      QStringLiteral("the bundle is not the build that the feed calls it"));
-    QProcess program;
-    program.setStandardInputFile(QProcess::nullDevice());
-    program.setStandardErrorFile(QProcess::nullDevice());
-    program.start(staging + QStringLiteral("/bin/corvella"), {QStringLiteral("--selftest")});
-    const QDeadlineTimer limit(kLongestSelfTest);
-    while (program.state() != QProcess::NotRunning
-           && !program.waitForFinished(std::chrono::milliseconds(kCancelCheck).count())) {
-        if (m_cancelled || limit.hasExpired()) {
-            program.kill();
-            program.waitForFinished();
-        }
-    }
+    const std::optional<QByteArray> words =
+        wordsOf(staging + QStringLiteral("/bin/corvella"), {QStringLiteral("--selftest")});
+    bool holds = words && !words->isEmpty();
+    // What reads clips has libraries of its own, without which walls stay dark. It ends at once
+    // where nobody asks it for anything.
+    const QDir libraries(staging + QStringLiteral("/lib/corvella"));
+    for (const QString &reader : libraries.entryList({QStringLiteral("corvella-clips-*")}))
+        holds = holds && wordsOf(libraries.filePath(reader), {});
     if (m_cancelled)
         return fault(UpdateFault::cancelled, QStringLiteral("cancelled"));
-    // One that does not even start has said nothing.
-    const bool holds = program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0
-        && !program.readAllStandardOutput().isEmpty();
     return holds ? Result()
                  : fault(UpdateFault::doesNotRun,
                          QStringLiteral("build %1 fails its own test").arg(item.build));

@@ -77,6 +77,8 @@ private:
     [[nodiscard]] bool isPublished(const AppcastItem &item) const;
     Result download(const AppcastItem &item, const FileDescriptor &part, const Progress &progress);
     Result unpackVerified(const AppcastItem &item, const FileDescriptor &part);
+    [[nodiscard]] std::optional<QByteArray> wordsOf(const QString &path,
+                                                    const QStringList &arguments) const;
     Result prove(const AppcastItem &item) const;
     Result unpackAndProve(const AppcastItem &item, const FileDescriptor &part);
     // What is there of downloads that broke off.

@@ -6,6 +6,7 @@
 #include <QPointer>
 
 #include <gnu/libc-version.h>
+#include <utility>
 
 namespace corvella {
 
@@ -16,6 +17,7 @@ using namespace std::chrono_literals;
 // A build that crashes does so when its first wall comes up.
 constexpr auto kStarted = 10s;
 constexpr auto kBetweenLooks = 1h; // at whether a check is due; after a failure, until the next try
+constexpr int kMostFailures = 2;   // of a build's own test
 constexpr qint64 kBetweenSteps = 100; // milliseconds between two tellings of a download's progress
 
 QVersionNumber systemVersion()
@@ -150,7 +152,8 @@ void UpdaterController::found(Asked asked, const UpdatePreparation::Finding &fin
     }
     m_knowsFeed = true;
     m_lastComplaint.clear();
-    const bool isKnownToFail = finding.item && finding.item->build == m_unusableBuild;
+    const bool isKnownToFail =
+        finding.item && finding.item->build == m_failingBuild && m_failures >= kMostFailures;
     if (!finding.item || (isKnownToFail && asked != Asked::byHand)) {
         Q_EMIT upToDate();
     } else if (asked == Asked::byHand) {
@@ -208,8 +211,11 @@ void UpdaterController::downloaded(qint64 done, qint64 total)
 void UpdaterController::prepared(const AppcastItem &item, const UpdatePreparation::Result &result)
 {
     m_preparation.reset();
-    if (result.fault == UpdateFault::doesNotRun)
-        m_unusableBuild = item.build;
+    if (result.fault == UpdateFault::doesNotRun) {
+        if (std::exchange(m_failingBuild, item.build) != item.build)
+            m_failures = 0;
+        ++m_failures;
+    }
     if (result.fault != UpdateFault::none) {
         fail(result);
         return;

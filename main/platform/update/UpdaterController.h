@@ -112,8 +112,11 @@ private:
     std::optional<AppcastItem> m_offer;
     std::optional<Ready> m_ready;
     std::optional<QString> m_relaunch;
-    qint64 m_unusableBuild = 0; // does not run here; not downloaded again unless somebody asks
-    QString m_lastComplaint;    // what the log has been told already
+    // Has failed its own test here so often: once may have been the machine's fault, after the
+    // second time it is not downloaded again unless somebody asks.
+    qint64 m_failingBuild = 0;
+    int m_failures = 0;
+    QString m_lastComplaint; // what the log has been told already
 };
 
 } // namespace corvella

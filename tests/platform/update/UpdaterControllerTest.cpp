@@ -498,6 +498,27 @@ TEST_F(UpdaterControllerTest, KeepsTheOldBuildWhereTheNewOneFailsItsOwnTest)
     }
 }
 
+// As without a library that this machine lacks.
+TEST_F(UpdaterControllerTest, KeepsTheOldBuildWhereNothingReadsTheNewOnesClips)
+{
+    serve();
+    const auto entries = [](const char *script) {
+        const auto folder = test::ArchiveEntry::Kind::folder;
+        return test::buildEntries(u"1.2"_s, 2)
+            + QList<test::ArchiveEntry>{
+                {.name = "lib/", .mode = 0755, .kind = folder},
+                {.name = "lib/corvella/", .mode = 0755, .kind = folder},
+                {.name = "lib/corvella/corvella-clips-1.2", .content = script, .mode = 0755}};
+    };
+    for (const char *script : {"#!/bin/sh\nexit 127\n", "#!/no/such/program\n"}) {
+        EXPECT_EQ(faultOfBundle(test::makeArchive(entries(script))), UpdateFault::doesNotRun);
+        m_issued = m_issued.addSecs(1);
+    }
+    m_controller.reset(); // which would not try that build again
+    announce({addBundle(test::makeArchive(entries("#!/bin/sh\nexit 0\n")))});
+    EXPECT_TRUE(becomesReady());
+}
+
 TEST_F(UpdaterControllerTest, GivesTheNewBuildTimeForItsOwnTest)
 {
     serve();
@@ -507,12 +528,14 @@ TEST_F(UpdaterControllerTest, GivesTheNewBuildTimeForItsOwnTest)
     EXPECT_TRUE(becomesReady());
 }
 
-TEST_F(UpdaterControllerTest, DoesNotTryABuildThatDoesNotRunAgainByItself)
+TEST_F(UpdaterControllerTest, TriesABuildThatDoesNotRunTwiceByItselfAndNoMore)
 {
     serve();
     QList<test::ArchiveEntry> entries = test::buildEntries(u"1.2"_s, 2);
     entries[1].content = "#!/bin/sh\nexit 1\n";
     EXPECT_EQ(faultOfBundle(test::makeArchive(entries)), UpdateFault::doesNotRun);
+    m_faults.clear();
+    EXPECT_EQ(fault(), UpdateFault::doesNotRun);
     m_faults.clear();
     EXPECT_EQ(fault(), UpdateFault::none);
     const Heard offered(&controller(), &UpdaterController::offered);
