@@ -2,6 +2,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
 
 namespace corvella::test {
 
@@ -9,6 +12,16 @@ QByteArray procFile(qint64 process, const QString &name)
 {
     QFile file(QStringLiteral("/proc/%1/%2").arg(process).arg(name));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool hasOpen(qint64 process, const QString &path)
+{
+    const QString file = QFileInfo(path).canonicalFilePath();
+    const QDir open(QStringLiteral("/proc/%1/fd").arg(process));
+    const QStringList numbers = open.entryList(QDir::AllEntries | QDir::System);
+    return std::any_of(numbers.begin(), numbers.end(), [&](const QString &number) {
+        return QFile::symLinkTarget(open.filePath(number)) == file;
+    });
 }
 
 QList<qint64> childrenOf(qint64 process)

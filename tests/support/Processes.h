@@ -10,6 +10,9 @@ namespace corvella::test {
 // A file of /proc/PROCESS; empty where there is none, or no such process.
 [[nodiscard]] QByteArray procFile(qint64 process, const QString &name);
 
+// Whether a process has this file open.
+[[nodiscard]] bool hasOpen(qint64 process, const QString &path);
+
 // Those that it has started and that have not been waited for.
 [[nodiscard]] QList<qint64> childrenOf(qint64 process);
 

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
@@ -125,11 +126,24 @@ void comeFirstInNeed()
         (void)!::write(order.get(), "1000", 4);
 }
 
+#ifndef CORVELLA_UNCONFINED
+// Where that goes, lines could be written that look like the program's; and a terminal can be read.
+void leaveTheProgramsOutput()
+{
+    const FileDescriptor nowhere(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    for (const int output : {STDOUT_FILENO, STDERR_FILENO}) {
+        if (!nowhere.isOpen() || ::dup2(nowhere.get(), output) < 0)
+            ::close(output);
+    }
+}
+#endif
+
 void readClip()
 {
     comeFirstInNeed();
     const HardwareDecoder &hardware = HardwareDecoder::ofThisMachine();
 #ifndef CORVELLA_UNCONFINED
+    leaveTheProgramsOutput();
     if (const std::optional<QString> failure = hardware.isThere()
             ? confine(ConfinedTo::device, HardwareDecoder::filesInUse())
             : confine(ConfinedTo::memory))
@@ -167,11 +181,18 @@ void leaveTheProgram()
 std::optional<ReaderAnswer> startReader(const FileDescriptor &socket)
 {
     ReaderAnswer answer;
+    if (!socket.isOpen()) { // there was no number left for it
+        answer.process = -1;
+        answer.error = EMFILE;
+        return answer;
+    }
     answer.process = ::fork();
     answer.error = answer.process < 0 ? errno : 0;
     if (answer.process != 0)
         return answer;
-    ::dup2(socket.get(), kClipSocket);
+    // It is not to hear what is meant for who started it.
+    if (::dup2(socket.get(), kClipSocket) < 0)
+        ::_exit(EXIT_FAILURE);
     return std::nullopt;
 }
 
