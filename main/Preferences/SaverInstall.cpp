@@ -27,12 +27,14 @@ QString programIn(const QString &saver)
 std::optional<QString> replaceInstalled(const QString &bundled)
 {
     const QString installed = installedSaver();
+    // By then their files have another name.
+    const QList<pid_t> running = programsFrom(installed);
     FileResult result = StandardFolders::make(QFileInfo(installed).path());
     if (result.isOk())
         result = copyFolder(bundled, installed);
     if (!result.isOk())
         return result.reason;
-    endProgramsFrom(installed);
+    endPrograms(running);
     return std::nullopt;
 }
 

@@ -8,12 +8,13 @@
 
 namespace corvella {
 
-void endProgramsFrom(const QString &folder)
+QList<pid_t> programsFrom(const QString &folder)
 {
+    QList<pid_t> programs;
     // As the kernel names files: without links.
     const QString canonical = QFileInfo(folder).canonicalFilePath();
     if (canonical.isEmpty())
-        return;
+        return programs;
     for (const QString &name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
         bool isProcess = false;
         const pid_t id = name.toInt(&isProcess);
@@ -21,8 +22,15 @@ void endProgramsFrom(const QString &folder)
         if (isProcess
             && QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(id))
                    .startsWith(canonical + u'/'))
-            ::kill(id, SIGTERM);
+            programs << id;
     }
+    return programs;
+}
+
+void endPrograms(const QList<pid_t> &programs)
+{
+    for (const pid_t id : programs)
+        ::kill(id, SIGTERM);
 }
 
 } // namespace corvella
