@@ -10,7 +10,7 @@ fail() { echo "$*"; failed=1; }
 # What a build installs, in small: any program will do.
 tree=$work/one/tree
 mkdir -p "$tree"/{bin,lib/corvella,share/man/man1,share/corvella/PlugIns/Corvella.saver/Contents/bin}
-for program in bin/corvella bin/corvella-defaults lib/corvella/corvella-gsettings \
+for program in bin/corvella bin/corvella-defaults lib/corvella/corvella-gsettings lib/corvella/corvella-clips-1.2.3 \
     share/corvella/PlugIns/Corvella.saver/Contents/bin/corvella-saver; do
     cp "$(type -P true)" "$tree/$program"
 done
@@ -34,6 +34,12 @@ package=$(echo "$work"/one/deb/*.deb)
 cmp "$package" "$work/another place/deb/${package##*/}" || fail "two packages of one build"
 bundle=corvella-1.2.3-7-linux-any.tar.gz
 cmp "$work/one/update/$bundle" "$work/another place/update/$bundle" || fail "two bundles of one build"
+
+# What a build of another version has left in its tree would have to run wherever the bundle is installed.
+cp -R "$tree" "$work/stale"
+cp "$(type -P true)" "$work/stale/lib/corvella/corvella-clips-1.2.2"
+packaging/make-update --tree "$work/stale" --key "$work/key.pem" --url https://updates.example --out "$work/stale/update" 2>/dev/null &&
+    fail "a bundle with two programs that read clips"
 
 # A bundle is verified by hand as docs/releasing.md tells.
 cp "$work/key.pem" "$work/one/update/corvella-updates.pem"

@@ -27,14 +27,12 @@ QString programIn(const QString &saver)
 std::optional<QString> replaceInstalled(const QString &bundled)
 {
     const QString installed = installedSaver();
-    // By then their files have another name.
-    const QList<pid_t> running = programsFrom(installed);
     FileResult result = StandardFolders::make(QFileInfo(installed).path());
     if (result.isOk())
         result = copyFolder(bundled, installed);
     if (!result.isOk())
         return result.reason;
-    endPrograms(running);
+    endProgramsFrom(installed);
     return std::nullopt;
 }
 

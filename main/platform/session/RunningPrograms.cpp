@@ -8,29 +8,21 @@
 
 namespace corvella {
 
-QList<pid_t> programsFrom(const QString &folder)
+void endProgramsFrom(const QString &folder)
 {
-    QList<pid_t> programs;
-    // As the kernel names files: without links.
+    // As the kernel names files: without links, and by the name to which a folder was moved.
     const QString canonical = QFileInfo(folder).canonicalFilePath();
     if (canonical.isEmpty())
-        return programs;
+        return;
     for (const QString &name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
         bool isProcess = false;
         const pid_t id = name.toInt(&isProcess);
         // Of other users' processes the kernel does not tell.
         if (isProcess
             && QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(id))
-                   .startsWith(canonical + u'/'))
-            programs << id;
+                   .startsWith(canonical))
+            ::kill(id, SIGTERM);
     }
-    return programs;
-}
-
-void endPrograms(const QList<pid_t> &programs)
-{
-    for (const pid_t id : programs)
-        ::kill(id, SIGTERM);
 }
 
 } // namespace corvella

@@ -1,17 +1,12 @@
-// The user's other programs that run now. Any thread; returns at once.
+// The user's other programs that run now. Any thread.
 #pragma once
 
-#include <QList>
 #include <QString>
-
-#include <sys/types.h>
 
 namespace corvella {
 
-// Those whose executable lies below a folder that is there, or lay there when they were started.
-[[nodiscard]] QList<pid_t> programsFrom(const QString &folder);
-
-// Tells them to end.
-void endPrograms(const QList<pid_t> &programs);
+// Tells those to end whose executable lies below a folder that is there, or lay there when they
+// were started, also where that one was moved aside since, to a longer name. Returns at once.
+void endProgramsFrom(const QString &folder);
 
 } // namespace corvella

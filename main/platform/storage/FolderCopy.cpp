@@ -44,26 +44,20 @@ bool remove(const QString &path)
     return QFile::remove(path) || !QFileInfo::exists(path);
 }
 
-// Whichever way it ends, one of the two is at `to`, and what is not is at `arriving`.
-FileResult exchange(const QString &arriving, const QString &to)
+FileResult takePlace(const QString &arriving, const QString &to)
 {
     if (::renameat2(AT_FDCWD, QFile::encodeName(arriving).constData(), AT_FDCWD,
                     QFile::encodeName(to).constData(), RENAME_EXCHANGE)
         == 0)
         return {};
-    if (errno == ENOENT)
-        return renameTo(arriving, to); // nothing is there
-    if (errno != EINVAL)
+    // Nothing is there, or this file system exchanges no folders, as those of networks and those
+    // that lie over others.
+    const bool canBeTwoSteps = errno == ENOENT || errno == EINVAL || errno == EXDEV;
+    if (!canBeTwoSteps)
         return FileResult::lastError();
-    // Network file systems know no exchange.
-    const QString leaving = to + QStringLiteral(".leaving");
-    remove(leaving);
-    FileResult result = renameTo(to, leaving);
-    if (!result.isOk())
-        return result;
-    result = renameTo(arriving, to);
-    return renameTo(leaving, result.isOk() ? arriving : to).isOk() ? result
-                                                                   : FileResult::lastError();
+    if (!remove(to))
+        return {FileStatus::failed, to + QStringLiteral(": cannot be removed")};
+    return renameTo(arriving, to);
 }
 
 } // namespace
@@ -74,7 +68,7 @@ FileResult copyFolder(const QString &from, const QString &to)
     remove(arriving); // what a crash may have left
     FileResult result = copyInto(from, arriving);
     if (result.isOk())
-        result = exchange(arriving, to);
+        result = takePlace(arriving, to);
     if (result.isOk())
         result = flushFolder(QFileInfo(to).path());
     remove(arriving); // the old one, or what did not take its place

@@ -2,8 +2,6 @@
 
 #include "log.h"
 
-#include <QTimer>
-
 #include <system_error>
 #include <utility>
 
@@ -18,6 +16,9 @@ constexpr std::chrono::seconds kNextTry{1};
 BackgroundWork::BackgroundWork(size_t mostAtOnce)
     : m_mostAtOnce(mostAtOnce)
 {
+    m_nextTry.setSingleShot(true);
+    m_nextTry.setInterval(kNextTry);
+    connect(&m_nextTry, &QTimer::timeout, this, &BackgroundWork::startMissingThread);
 }
 
 BackgroundWork::~BackgroundWork()
@@ -53,7 +54,7 @@ void BackgroundWork::startThread()
                     .arg(QString::fromLocal8Bit(error.what())));
         // Another thread does the job, or the next that can be started.
         if (m_threads.empty())
-            QTimer::singleShot(kNextTry, this, &BackgroundWork::startMissingThread);
+            m_nextTry.start();
     }
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 
 #include <chrono>
 #include <condition_variable>
@@ -63,6 +64,7 @@ private:
     const size_t m_mostAtOnce;
     std::vector<std::thread> m_threads;
     bool m_lacksThread = false; // the last one asked for could not be had
+    QTimer m_nextTry;
 
     std::mutex m_mutex; // guards what follows
     std::condition_variable m_changed;

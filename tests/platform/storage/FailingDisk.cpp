@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <fcntl.h>
 #include <string>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -18,7 +19,7 @@ extern "C" int rename(const char *from, const char *to) noexcept
         errno = EIO;
         return -1;
     }
-    return int(::syscall(SYS_rename, from, to));
+    return int(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
 extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const char *to,

@@ -58,7 +58,6 @@ TEST_F(FolderCopyTest, TakesNoPlaceBeforeAllOfItIsOnTheDisk)
 
 TEST_F(FolderCopyTest, TakesThePlaceAlsoOnANetworkFileSystem)
 {
-    m_home.write(m_to + QStringLiteral(".leaving/half"), "what a crash has left");
     test::canExchange = false;
     EXPECT_TRUE(copyFolder(m_from, m_to).isOk());
     test::canExchange = true;
@@ -69,17 +68,13 @@ TEST_F(FolderCopyTest, TakesThePlaceAlsoOnANetworkFileSystem)
 
 TEST_F(FolderCopyTest, LeavesTheOldOneWhereItCannotTakeItsPlace)
 {
-    for (const bool canExchange : {true, false}) {
-        test::canExchange = canExchange;
-        test::failingRename = QFile::encodeName(m_to + QStringLiteral(".arriving"));
-        const FileResult result = copyFolder(m_from, m_to);
-        test::failingRename.clear();
-        test::canExchange = true;
-        EXPECT_EQ(result.reason, QStringLiteral("Input/output error"));
-        EXPECT_EQ(m_home.read(m_to + QStringLiteral("/old")), "old");
-        EXPECT_EQ(QDir(QFileInfo(m_to).path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-                  QStringList{QStringLiteral("to")});
-    }
+    test::failingRename = QFile::encodeName(m_to + QStringLiteral(".arriving"));
+    const FileResult result = copyFolder(m_from, m_to);
+    test::failingRename.clear();
+    EXPECT_EQ(result.reason, QStringLiteral("Input/output error"));
+    EXPECT_EQ(m_home.read(m_to + QStringLiteral("/old")), "old");
+    EXPECT_EQ(QDir(QFileInfo(m_to).path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+              QStringList{QStringLiteral("to")});
 }
 
 TEST_F(FolderCopyTest, MakesOneWhereNoneIs)

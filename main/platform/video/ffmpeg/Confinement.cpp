@@ -200,7 +200,7 @@ std::optional<QString> confine(ConfinedTo what, const QStringList &devices)
     std::optional<QString> failure;
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         failure = error("no_new_privs", errno);
-    // Where one of these fails, the others hold all the same.
+    // Where one of these fails, those that can hold without it do.
     if (what == ConfinedTo::memory) {
         // A device's driver reserves addresses without end, so that this is for software only.
         rlimit most{RLIM_INFINITY, RLIM_INFINITY};

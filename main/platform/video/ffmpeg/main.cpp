@@ -211,6 +211,8 @@ ReaderAnswer endReader(pid_t process)
 
 } // namespace
 
+// Started without a socket it ends at once, and well: by that an earlier build knows, before it
+// installs this one, that its libraries are there.
 void run()
 {
     leaveTheProgram();
