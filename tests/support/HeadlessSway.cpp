@@ -84,6 +84,9 @@ void HeadlessSway::start(const QString &configurationFile, qsizetype outputs,
         {QStringLiteral("sway"), {QStringLiteral("-c"), configurationFile}, environment, {}}));
     EXPECT_TRUE(becomes([this] { return findSocket(); }))
         << "sway does not start: " << m_compositor->errors().toStdString();
+    const QString forEver = QStringLiteral("2000000000"); // milliseconds
+    m_keyboard = std::make_unique<ChildProcess>(
+        commandHere(QStringLiteral("wtype"), {QStringLiteral("-s"), forEver}));
 }
 
 bool HeadlessSway::findSocket()
@@ -117,20 +120,18 @@ QByteArray HeadlessSway::runHere(const QString &program, const QStringList &argu
 
 void HeadlessSway::typeKey(const QString &key, const QStringList &modifiers) const
 {
-    // A key that comes together with its keyboard is lost.
-    const QString aMoment = QStringLiteral("200");
-    QStringList words{QStringLiteral("-s"), aMoment};
+    QStringList words;
     for (const QString &modifier : modifiers)
         words << QStringLiteral("-M") << modifier;
     words << QStringLiteral("-k") << key;
     for (const QString &modifier : modifiers)
         words << QStringLiteral("-m") << modifier;
-    runHere(QStringLiteral("wtype"), words << QStringLiteral("-s") << aMoment);
+    runHere(QStringLiteral("wtype"), words);
 }
 
 void HeadlessSway::hammer(const QString &key, const QString &modifier, int times) const
 {
-    QStringList words{QStringLiteral("-s"), QStringLiteral("200"), QStringLiteral("-M"), modifier};
+    QStringList words{QStringLiteral("-M"), modifier};
     for (int i = 0; i < times; ++i)
         words << QStringLiteral("-k") << key << QStringLiteral("-s") << QStringLiteral("10");
     runHere(QStringLiteral("wtype"), words);

@@ -70,6 +70,8 @@ private:
     QTemporaryDir m_folder; // for sockets, and its home
     QString m_socket;
     std::unique_ptr<ChildProcess> m_compositor;
+    // Plugged in all the time: programs would not hear the first keys of the only one.
+    std::unique_ptr<ChildProcess> m_keyboard;
 };
 
 } // namespace corvella::test
