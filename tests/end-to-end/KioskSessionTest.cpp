@@ -31,8 +31,9 @@ constexpr QRect kPicture(160, 0, 960, 720);
 constexpr QRect kLaterPicture(240, 0, 1440, 1080);
 
 // All that runs in that session, as the kernel cuts their names; the shell waits for the program's
-// end.
-const QSet<QString> kPrograms{u"sway"_s, u"swaybg"_s, u"sh"_s, u"corvella"_s, u"corvella-clips-"_s};
+// end, and the keyboard is the test's.
+const QSet<QString> kPrograms{u"sway"_s,     u"swaybg"_s,          u"sh"_s,
+                              u"corvella"_s, u"corvella-clips-"_s, u"wtype"_s};
 const QString kSessionLocked = u"kiosk: locked"_s;
 
 class KioskSession : public testing::Test

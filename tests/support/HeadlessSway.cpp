@@ -120,18 +120,20 @@ QByteArray HeadlessSway::runHere(const QString &program, const QStringList &argu
 
 void HeadlessSway::typeKey(const QString &key, const QStringList &modifiers) const
 {
-    QStringList words;
+    // A key that comes together with its keyboard is lost.
+    const QString aMoment = QStringLiteral("200");
+    QStringList words{QStringLiteral("-s"), aMoment};
     for (const QString &modifier : modifiers)
         words << QStringLiteral("-M") << modifier;
     words << QStringLiteral("-k") << key;
     for (const QString &modifier : modifiers)
         words << QStringLiteral("-m") << modifier;
-    runHere(QStringLiteral("wtype"), words);
+    runHere(QStringLiteral("wtype"), words << QStringLiteral("-s") << aMoment);
 }
 
 void HeadlessSway::hammer(const QString &key, const QString &modifier, int times) const
 {
-    QStringList words{QStringLiteral("-M"), modifier};
+    QStringList words{QStringLiteral("-s"), QStringLiteral("200"), QStringLiteral("-M"), modifier};
     for (int i = 0; i < times; ++i)
         words << QStringLiteral("-k") << key << QStringLiteral("-s") << QStringLiteral("10");
     runHere(QStringLiteral("wtype"), words);
