@@ -44,6 +44,7 @@ bool remove(const QString &path)
     return QFile::remove(path) || !QFileInfo::exists(path);
 }
 
+// Whatever way it ends, what is at `arriving` then is wanted no more.
 FileResult takePlace(const QString &arriving, const QString &to)
 {
     if (::renameat2(AT_FDCWD, QFile::encodeName(arriving).constData(), AT_FDCWD,

@@ -380,20 +380,19 @@ Result UpdatePreparation::prove(const AppcastItem &item) const
                      QStringLiteral("the bundle is not the build that the feed calls it"));
     const std::optional<QByteArray> words =
         wordsOf(staging + QStringLiteral("/bin/corvella"), {QStringLiteral("--selftest")});
-    if (m_cancelled)
-        return fault(UpdateFault::cancelled, QStringLiteral("cancelled"));
+    std::optional<QString> failure;
     if (!words || words->isEmpty())
-        return fault(UpdateFault::doesNotRun,
-                     QStringLiteral("build %1 fails its own test").arg(item.build));
+        failure = QStringLiteral("build %1 fails its own test").arg(item.build);
     // What reads clips has libraries of its own, without which walls stay dark. It ends at once
     // where nobody asks it for anything.
     const QDir libraries(staging + QStringLiteral("/lib/corvella"));
     for (const QString &reader : libraries.entryList({QStringLiteral("corvella-clips-*")})) {
-        if (!wordsOf(libraries.filePath(reader), {}))
-            return fault(UpdateFault::doesNotRun,
-                         QStringLiteral("build %1 can read no clips here").arg(item.build));
+        if (!failure && !wordsOf(libraries.filePath(reader), {}))
+            failure = QStringLiteral("build %1 can read no clips here").arg(item.build);
     }
-    return {};
+    if (m_cancelled)
+        return fault(UpdateFault::cancelled, QStringLiteral("cancelled"));
+    return failure ? fault(UpdateFault::doesNotRun, *failure) : Result();
 }
 
 Result UpdatePreparation::unpackAndProve(const AppcastItem &item, const FileDescriptor &part)

@@ -127,6 +127,31 @@ protected:
         announce({addBundle(bytes)});
         return fault();
     }
+    // A build of which this reads clips.
+    static QList<test::ArchiveEntry> withReader(const char *script)
+    {
+        const auto folder = test::ArchiveEntry::Kind::folder;
+        return test::buildEntries(u"1.2"_s, 2)
+            + QList<test::ArchiveEntry>{
+                {.name = "lib/", .mode = 0755, .kind = folder},
+                {.name = "lib/corvella/", .mode = 0755, .kind = folder},
+                {.name = "lib/corvella/corvella-clips-1.2", .content = script, .mode = 0755}};
+    }
+    // Checks for a build, and ends while it proves itself, when this file is there.
+    void endWhileItHangs(const QList<test::ArchiveEntry> &entries, const QString &sign)
+    {
+        announce({addBundle(test::makeArchive(entries))});
+        controller().checkInBackground();
+        ASSERT_TRUE(becomes([&] { return QFile::exists(m_copy.path(sign)); }));
+        const test::Stopwatch watch;
+        m_controller->terminate();
+        EXPECT_LT(watch.elapsed(), std::chrono::seconds(5));
+        EXPECT_EQ(m_copy.link(u"current"_s), u"1"_s);
+        EXPECT_FALSE(QFile::exists(m_copy.path(u"2"_s)));
+        EXPECT_FALSE(QFile::exists(m_copy.path(u".new-2"_s)));
+        EXPECT_EQ(parts().size(), 1); // it need not be downloaded again
+        EXPECT_FALSE(m_faults.contains(UpdateFault::doesNotRun));
+    }
     [[nodiscard]] QStringList parts() const
     {
         return QDir(m_copy.path(u".update"_s)).entryList({u"*.part"_s}, QDir::Files);
@@ -502,20 +527,12 @@ TEST_F(UpdaterControllerTest, KeepsTheOldBuildWhereTheNewOneFailsItsOwnTest)
 TEST_F(UpdaterControllerTest, KeepsTheOldBuildWhereNothingReadsTheNewOnesClips)
 {
     serve();
-    const auto entries = [](const char *script) {
-        const auto folder = test::ArchiveEntry::Kind::folder;
-        return test::buildEntries(u"1.2"_s, 2)
-            + QList<test::ArchiveEntry>{
-                {.name = "lib/", .mode = 0755, .kind = folder},
-                {.name = "lib/corvella/", .mode = 0755, .kind = folder},
-                {.name = "lib/corvella/corvella-clips-1.2", .content = script, .mode = 0755}};
-    };
     for (const char *script : {"#!/bin/sh\nexit 127\n", "#!/no/such/program\n"}) {
-        EXPECT_EQ(faultOfBundle(test::makeArchive(entries(script))), UpdateFault::doesNotRun);
+        EXPECT_EQ(faultOfBundle(test::makeArchive(withReader(script))), UpdateFault::doesNotRun);
         m_issued = m_issued.addSecs(1);
     }
     m_controller.reset(); // which would not try that build again
-    announce({addBundle(test::makeArchive(entries("#!/bin/sh\nexit 0\n")))});
+    announce({addBundle(test::makeArchive(withReader("#!/bin/sh\nexit 0\n")))});
     EXPECT_TRUE(becomesReady());
 }
 
@@ -738,16 +755,14 @@ TEST_F(UpdaterControllerTest, EndsAtOnceWhereTheNewBuildsTestHangs)
     serve();
     QList<test::ArchiveEntry> entries = test::buildEntries(u"1.2"_s, 2);
     entries[1].content = "#!/bin/sh\ntouch \"$0.up\"\nexec sleep 600\n";
-    announce({addBundle(test::makeArchive(entries))});
-    controller().checkInBackground();
-    ASSERT_TRUE(becomes([&] { return QFile::exists(m_copy.path(u".new-2/bin/corvella.up"_s)); }));
-    const test::Stopwatch watch;
-    m_controller->terminate();
-    EXPECT_LT(watch.elapsed(), std::chrono::seconds(5));
-    EXPECT_EQ(m_copy.link(u"current"_s), u"1"_s);
-    EXPECT_FALSE(QFile::exists(m_copy.path(u"2"_s)));
-    EXPECT_FALSE(QFile::exists(m_copy.path(u".new-2"_s)));
-    EXPECT_EQ(parts().size(), 1); // it need not be downloaded again
+    endWhileItHangs(entries, u".new-2/bin/corvella.up"_s);
+}
+
+TEST_F(UpdaterControllerTest, EndsAtOnceWhereWhatReadsItsClipsHangs)
+{
+    serve();
+    endWhileItHangs(withReader("#!/bin/sh\ntouch \"$0.up\"\nexec sleep 600\n"),
+                    u".new-2/lib/corvella/corvella-clips-1.2.up"_s);
 }
 
 TEST_F(UpdaterControllerTest, EndsAtOnceInTheMiddleOfADownload)
