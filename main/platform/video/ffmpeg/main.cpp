@@ -18,6 +18,7 @@
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <vector>
 
 namespace corvella {
 
@@ -196,8 +197,9 @@ std::optional<ReaderAnswer> startReader(const FileDescriptor &socket)
     return std::nullopt;
 }
 
-// Waits for a reader's end a while; one that sits in the kernel is left there.
-ReaderAnswer endReader(pid_t process)
+// Waits for a reader's end a while; one that sits in the kernel is left there, and `late` from then
+// on.
+ReaderAnswer endReader(pid_t process, std::vector<pid_t> &late)
 {
     ReaderAnswer answer;
     answer.process = process;
@@ -205,8 +207,16 @@ ReaderAnswer endReader(pid_t process)
     ::kill(process, SIGKILL);
     pollfd ended{end.get(), POLLIN, 0};
     ::poll(&ended, 1, 1000);
-    ::waitpid(process, &answer.status, WNOHANG);
+    if (::waitpid(process, &answer.status, WNOHANG) == 0)
+        late.push_back(process);
     return answer;
+}
+
+// Else they would be there, dead, as long as this process.
+void forgetTheDead(std::vector<pid_t> &late)
+{
+    std::erase_if(late,
+                  [](pid_t process) { return ::waitpid(process, nullptr, WNOHANG) == process; });
 }
 
 } // namespace
@@ -217,9 +227,11 @@ void run()
 {
     leaveTheProgram();
     FileDescriptor socket;
+    std::vector<pid_t> late;
     while (const std::optional<ReaderOrder> order = receiveOrder(kClipSocket, socket)) {
         const bool starts = order->kind == ReaderOrder::Kind::start;
-        const auto answer = starts ? startReader(socket) : endReader(order->process);
+        forgetTheDead(late);
+        const auto answer = starts ? startReader(socket) : endReader(order->process, late);
         socket = FileDescriptor();
         if (!answer)
             return readClip();
