@@ -343,7 +343,7 @@ void failEachCall(ProgramUnderTest &program, const FaultChoice &choice,
     faults.count(program);
     attempt();
     SystemCallFaults::leave(program);
-    (void)judge("undisturbed");
+    (void)judge(kUndisturbed);
     std::map<std::string, int> outcomes;
     int injected = 0;
     QList<FailingCall> all = faults.counted();
@@ -359,9 +359,10 @@ void failEachCall(ProgramUnderTest &program, const FaultChoice &choice,
         faults.fail(program, call);
         attempt();
         SystemCallFaults::leave(program);
-        const std::string outcome = judge(call.text());
-        injected += faults.hasFailed();
-        ++outcomes[faults.hasFailed() ? outcome : "not reached this time"];
+        const bool hasFailed = faults.hasFailed();
+        const std::string outcome = judge(hasFailed ? call.text() : kUndisturbed);
+        injected += hasFailed;
+        ++outcomes[hasFailed ? outcome : "not reached this time"];
     }
     EXPECT_GT(injected, 0);
     std::cout << injected << " faults of " << all.size() << " possible ones";

@@ -89,6 +89,10 @@ struct FaultChoice
     const char *name = "";
 };
 
+// What judge() is told of an attempt in which nothing failed: the first one, and each that makes
+// fewer calls than that did.
+inline constexpr const char *kUndisturbed = "undisturbed";
+
 // Lets each call that an attempt makes and that is chosen fail, one in each attempt. An attempt
 // starts the program and waits until it is through; judge() looks at what is left, puts it back,
 // and says in a word or two what came of it. Prints how often each of that came.
