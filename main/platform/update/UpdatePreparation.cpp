@@ -160,6 +160,12 @@ QString UpdatePreparation::partOf(const AppcastItem &item) const
         + kPartSuffix;
 }
 
+FileDescriptor UpdatePreparation::openPart(const AppcastItem &item) const
+{
+    return FileDescriptor(::open(QFile::encodeName(partOf(item)).constData(),
+                                 O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+}
+
 Result UpdatePreparation::takeWorkFolder(std::optional<FileLock> &lock) const
 {
     if (!m_setup.installation.isCurrent())
@@ -216,9 +222,6 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
     state.lastCheck = now.toUTC();
     if (state.phase < 0)
         state.phase = QRandomGenerator::system()->bounded(kPhases);
-    // What is not remembered could be played back: it is not acted on either.
-    if (Result kept = fromFile(state.write(folder)); !isOk(kept))
-        return {.result = kept};
     const BuildIdentity &ours = *m_setup.installation.identity();
     const UpdateFacts facts{.runningBuild = ours.build,
                             .failedBuild = m_setup.installation.failedBuild(),
@@ -227,11 +230,27 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
                             .channels = m_setup.channels,
                             .phase = state.phase,
                             .now = now};
+    std::optional<AppcastItem> item = chooseUpdate(reading.feed.items, facts, kind);
+    if (kind == CheckKind::automatic) {
+        if (item && item->build == m_setup.failingBuild)
+            item.reset();
+        // Where the power goes before the download has begun, that does not wait for tomorrow
+        // either.
+        if (item && !isPublished(*item)) {
+            if (!openPart(*item).isOpen())
+                return {.result = lastSystemError()};
+            if (Result kept = fromFile(flushFolder(folder)); !isOk(kept))
+                return {.result = kept};
+        }
+    }
+    // What is not remembered could be played back: it is not acted on either.
+    if (Result kept = fromFile(state.write(folder)); !isOk(kept))
+        return {.result = kept};
     QStringList offered;
-    for (const AppcastItem &item : reading.feed.items)
-        offered << partOf(item);
+    for (const AppcastItem &each : reading.feed.items)
+        offered << partOf(each);
     dropPartsBut(offered);
-    return {.item = chooseUpdate(reading.feed.items, facts, kind)};
+    return {.item = item};
 }
 
 Result UpdatePreparation::prepare(const AppcastItem &item, const Progress &progress)
@@ -243,8 +262,7 @@ Result UpdatePreparation::prepare(const AppcastItem &item, const Progress &progr
         return {};
     const QString path = partOf(item);
     dropPartsBut({path});
-    const FileDescriptor part(::open(QFile::encodeName(path).constData(),
-                                     O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    const FileDescriptor part = openPart(item);
     if (!part.isOpen())
         return lastSystemError();
     Result result = download(item, part, progress);

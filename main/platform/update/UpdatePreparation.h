@@ -41,6 +41,7 @@ struct UpdateSetup
     QString feedUrl;
     QStringList channels = {};      // beside the one for everybody
     QVersionNumber system;          // of the C library
+    qint64 failingBuild = 0;        // that an automatic check passes over; 0: none
     std::function<QDateTime()> now; // any thread
 };
 
@@ -72,6 +73,7 @@ public:
 
 private:
     [[nodiscard]] QString partOf(const AppcastItem &item) const;
+    [[nodiscard]] FileDescriptor openPart(const AppcastItem &item) const; // not open: see errno
     Result fetchFeed(QByteArray &bytes);
     Result takeWorkFolder(std::optional<FileLock> &lock) const;
     [[nodiscard]] bool isPublished(const AppcastItem &item) const;

@@ -85,12 +85,14 @@ void UpdaterController::confirmStart()
 
 std::shared_ptr<UpdatePreparation> UpdaterController::newPreparation() const
 {
-    return std::make_shared<UpdatePreparation>(UpdateSetup{.installation = m_installation,
-                                                           .key = *m_key,
-                                                           .feedUrl = m_delegate.feedUrl(),
-                                                           .channels = m_delegate.channels(),
-                                                           .system = systemVersion(),
-                                                           .now = m_now});
+    return std::make_shared<UpdatePreparation>(
+        UpdateSetup{.installation = m_installation,
+                    .key = *m_key,
+                    .feedUrl = m_delegate.feedUrl(),
+                    .channels = m_delegate.channels(),
+                    .system = systemVersion(),
+                    .failingBuild = m_failures >= kMostFailures ? m_failingBuild : 0,
+                    .now = m_now});
 }
 
 void UpdaterController::checkIfDue()
@@ -152,9 +154,7 @@ void UpdaterController::found(Asked asked, const UpdatePreparation::Finding &fin
     }
     m_knowsFeed = true;
     m_lastComplaint.clear();
-    const bool isKnownToFail =
-        finding.item && finding.item->build == m_failingBuild && m_failures >= kMostFailures;
-    if (!finding.item || (isKnownToFail && asked != Asked::byHand)) {
+    if (!finding.item) {
         Q_EMIT upToDate();
     } else if (asked == Asked::byHand) {
         m_offer = finding.item;

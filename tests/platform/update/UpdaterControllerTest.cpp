@@ -255,6 +255,21 @@ TEST_F(UpdaterControllerTest, FindsWhatLayReadyWhenTheProgramWasKilledWithoutWai
     EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
 }
 
+TEST_F(UpdaterControllerTest, DownloadsWithoutWaitingForTomorrowWhatItFoundBeforeItWasKilled)
+{
+    serve();
+    announce({addBuild()});
+    const Heard refused(&controller(), &UpdaterController::refused);
+    controller().checkIfDue();
+    m_refusal = u"not now"_s; // so that the download does not begin
+    ASSERT_TRUE(becomes([&] { return !refused.isEmpty(); }));
+    m_controller.reset();
+    m_refusal.reset();
+    controller().checkIfDue();
+    EXPECT_TRUE(becomes([this] { return !m_ready.isEmpty(); }));
+    EXPECT_TRUE(parts().isEmpty()); // so the next check waits for tomorrow
+}
+
 TEST_F(UpdaterControllerTest, OffersItToWhoAsksWhileItChecksByItself)
 {
     serve();
@@ -555,6 +570,7 @@ TEST_F(UpdaterControllerTest, TriesABuildThatDoesNotRunTwiceByItselfAndNoMore)
     EXPECT_EQ(fault(), UpdateFault::doesNotRun);
     m_faults.clear();
     EXPECT_EQ(fault(), UpdateFault::none);
+    EXPECT_TRUE(parts().isEmpty()); // so it is looked for daily, as ever
     const Heard offered(&controller(), &UpdaterController::offered);
     controller().checkForUpdates();
     EXPECT_TRUE(becomes([&] { return !offered.isEmpty(); }));
