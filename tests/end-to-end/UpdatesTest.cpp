@@ -76,6 +76,14 @@ protected:
         EXPECT_FALSE(running(1));
         EXPECT_FALSE(running(2));
     }
+    // From now on the power goes as soon as a process of the program has ended.
+    void losePowerAtTheEnd()
+    {
+        m_program.setVariable(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS));
+        m_program.setVariable(u"DISK_FAULTS_FOLDER"_s, prefix());
+        m_program.setVariable(u"DISK_FAULTS_AT_END"_s, u"1"_s);
+        m_program.setVariable(u"DISK_FAULTS_NO_NAMES"_s, u"1"_s);
+    }
     // What must hold whatever happened: the copy is one whole build, and it starts.
     void expectOneWholeBuild(const std::string &when)
     {
@@ -89,6 +97,7 @@ protected:
 TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)
 {
     announce();
+    losePowerAtTheEnd();
     m_program.configure({{u"installUpdatesNow"_s, true}});
     const QStringList arguments{u"--seconds"_s, u"3600"_s, u"two words"_s};
     m_program.start(arguments);
@@ -107,7 +116,8 @@ TEST_F(Updates, AreInstalledAtOnceAndTheProgramComesBackWithItsArguments)
     EXPECT_TRUE(QFile::exists(path(u".update/trial-2"_s)));
     EXPECT_TRUE(becomes([this] { return !QFile::exists(path(u".update/trial-2"_s)); }));
     end();
-    EXPECT_TRUE(QFile::exists(path(u"1/bin/corvella"_s))); // kept
+    EXPECT_FALSE(QFile::exists(path(u".update/trial-2"_s))); // and the power went
+    EXPECT_TRUE(QFile::exists(path(u"1/bin/corvella"_s)));   // kept
 }
 
 TEST_F(Updates, DoNotBringAProgramBackIntoASessionThatEnds)
@@ -296,11 +306,7 @@ TEST_F(Updates, AreWholeWhereThePowerGoesRightAfterThem)
 {
     announce();
     m_program.configure({{u"mode"_s, u"wall"_s}});
-    for (const auto &[name, value] :
-         {std::pair(u"LD_PRELOAD"_s, QStringLiteral(CORVELLA_DISK_FAULTS)),
-          std::pair(u"DISK_FAULTS_FOLDER"_s, prefix()), std::pair(u"DISK_FAULTS_AT_END"_s, u"1"_s),
-          std::pair(u"DISK_FAULTS_NO_NAMES"_s, u"1"_s)})
-        m_program.setVariable(name, value);
+    losePowerAtTheEnd();
     m_program.start();
     EXPECT_TRUE(m_program.logs(u"update: 1.2.0 downloaded; installs on quit"_s));
     end();

@@ -168,6 +168,7 @@ std::optional<FileLock> Installation::lock() const
 
 void Installation::clearUp() const
 {
+    (void)flushFolder(workFolder()); // where it cannot be, a power cut may bring a trial back
     const std::optional<FileLock> alone = lock();
     if (!alone)
         return; // nothing was ever installed here, or another process is about to

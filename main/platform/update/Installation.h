@@ -56,7 +56,7 @@ public:
     FileResult publish(qint64 build) const;
     // Makes another build the one that is started, on trial; ours becomes the one before it.
     FileResult switchTo(qint64 build) const;
-    // This build has started: it is on trial no more. At once.
+    // This build has started: it is on trial no more. At once; clearUp() makes it last.
     void endTrial() const;
     // Removes all builds but this one, the one before it and one that was published to follow it,
     // and what failed attempts have left. Brings the launcher of this build.

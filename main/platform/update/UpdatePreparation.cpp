@@ -160,12 +160,6 @@ QString UpdatePreparation::partOf(const AppcastItem &item) const
         + kPartSuffix;
 }
 
-FileDescriptor UpdatePreparation::openPart(const AppcastItem &item) const
-{
-    return FileDescriptor(::open(QFile::encodeName(partOf(item)).constData(),
-                                 O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
-}
-
 Result UpdatePreparation::takeWorkFolder(std::optional<FileLock> &lock) const
 {
     if (!m_setup.installation.isCurrent())
@@ -219,7 +213,6 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
         return {.result = judged};
 
     state.seen = reading.seen;
-    state.lastCheck = now.toUTC();
     if (state.phase < 0)
         state.phase = QRandomGenerator::system()->bounded(kPhases);
     const BuildIdentity &ours = *m_setup.installation.identity();
@@ -231,18 +224,10 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
                             .phase = state.phase,
                             .now = now};
     std::optional<AppcastItem> item = chooseUpdate(reading.feed.items, facts, kind);
-    if (kind == CheckKind::automatic) {
-        if (item && item->build == m_setup.failingBuild)
-            item.reset();
-        // Where the power goes before the download has begun, that does not wait for tomorrow
-        // either.
-        if (item && !isPublished(*item)) {
-            if (!openPart(*item).isOpen())
-                return {.result = lastSystemError()};
-            if (Result kept = fromFile(flushFolder(folder)); !isOk(kept))
-                return {.result = kept};
-        }
-    }
+    if (item && item->build == m_setup.failingBuild && kind == CheckKind::automatic)
+        item.reset();
+    if (!item)
+        state.lastCheck = now.toUTC(); // else it counts when the download has begun
     // What is not remembered could be played back: it is not acted on either.
     if (Result kept = fromFile(state.write(folder)); !isOk(kept))
         return {.result = kept};
@@ -253,19 +238,35 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
     return {.item = item};
 }
 
+Result UpdatePreparation::countCheck() const
+{
+    const QString folder = m_setup.installation.workFolder();
+    UpdateState state = UpdateState::read(folder);
+    if (!state.seen)
+        return {}; // cannot be read for once: find() has just written it, and it is to stay
+    state.lastCheck = m_setup.now().toUTC();
+    return fromFile(state.write(folder));
+}
+
 Result UpdatePreparation::prepare(const AppcastItem &item, const Progress &progress)
 {
     std::optional<FileLock> lock;
     if (Result taken = takeWorkFolder(lock); !isOk(taken))
         return taken;
     if (isPublished(item))
-        return {};
+        return countCheck();
     const QString path = partOf(item);
     dropPartsBut({path});
-    const FileDescriptor part = openPart(item);
+    const FileDescriptor part(::open(QFile::encodeName(path).constData(),
+                                     O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     if (!part.isOpen())
         return lastSystemError();
-    Result result = download(item, part, progress);
+    // Where the power goes before the file is sure to be there, the check was none.
+    Result result = fromFile(flushFolder(m_setup.installation.workFolder()));
+    if (isOk(result))
+        result = countCheck();
+    if (isOk(result))
+        result = download(item, part, progress);
     if (isOk(result))
         result = unpackAndProve(item, part);
     // Half a download is worth keeping, and a whole one of a program that has to end now. A disk

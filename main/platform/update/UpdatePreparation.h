@@ -73,9 +73,10 @@ public:
 
 private:
     [[nodiscard]] QString partOf(const AppcastItem &item) const;
-    [[nodiscard]] FileDescriptor openPart(const AppcastItem &item) const; // not open: see errno
     Result fetchFeed(QByteArray &bytes);
     Result takeWorkFolder(std::optional<FileLock> &lock) const;
+    // The next automatic check is due in a day.
+    Result countCheck() const;
     [[nodiscard]] bool isPublished(const AppcastItem &item) const;
     Result download(const AppcastItem &item, const FileDescriptor &part, const Progress &progress);
     Result unpackVerified(const AppcastItem &item, const FileDescriptor &part);
