@@ -59,7 +59,8 @@ public:
     // This build has started: it is on trial no more. At once; clearUp() makes it last.
     void endTrial() const;
     // Removes all builds but this one, the one before it and one that was published to follow it,
-    // and what failed attempts have left. Brings the launcher of this build.
+    // and what failed attempts have left. Brings the launcher of this build. Flushes the trial's
+    // end.
     void clearUp() const;
     // The highest build that was put back; 0 when there is none.
     [[nodiscard]] qint64 failedBuild() const;

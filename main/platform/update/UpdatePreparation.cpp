@@ -226,15 +226,13 @@ UpdatePreparation::Finding UpdatePreparation::find(CheckKind kind, bool atOnce)
     std::optional<AppcastItem> item = chooseUpdate(reading.feed.items, facts, kind);
     if (item && item->build == m_setup.failingBuild && kind == CheckKind::automatic)
         item.reset();
-    if (!item)
-        state.lastCheck = now.toUTC(); // else it counts when the download has begun
+    // A download that is not gone on with would have the feed asked at each look.
+    dropPartsBut(item ? partOf(*item) : QString());
+    if (!item || kind == CheckKind::byHand)
+        state.lastCheck = now.toUTC();
     // What is not remembered could be played back: it is not acted on either.
     if (Result kept = fromFile(state.write(folder)); !isOk(kept))
         return {.result = kept};
-    QStringList offered;
-    for (const AppcastItem &each : reading.feed.items)
-        offered << partOf(each);
-    dropPartsBut(offered);
     return {.item = item};
 }
 
@@ -243,7 +241,7 @@ Result UpdatePreparation::countCheck() const
     const QString folder = m_setup.installation.workFolder();
     UpdateState state = UpdateState::read(folder);
     if (!state.seen)
-        return {}; // cannot be read for once: find() has just written it, and it is to stay
+        return {}; // cannot be read for once: find() has written it, and it is to stay
     state.lastCheck = m_setup.now().toUTC();
     return fromFile(state.write(folder));
 }
@@ -253,10 +251,12 @@ Result UpdatePreparation::prepare(const AppcastItem &item, const Progress &progr
     std::optional<FileLock> lock;
     if (Result taken = takeWorkFolder(lock); !isOk(taken))
         return taken;
-    if (isPublished(item))
+    if (isPublished(item)) {
+        dropPartsBut({}); // a power cut may have brought it back
         return countCheck();
+    }
     const QString path = partOf(item);
-    dropPartsBut({path});
+    dropPartsBut(path);
     const FileDescriptor part(::open(QFile::encodeName(path).constData(),
                                      O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     if (!part.isOpen())
@@ -293,10 +293,10 @@ QStringList UpdatePreparation::parts() const
     return paths;
 }
 
-void UpdatePreparation::dropPartsBut(const QStringList &kept) const
+void UpdatePreparation::dropPartsBut(const QString &kept) const
 {
     for (const QString &part : parts()) {
-        if (!kept.contains(part))
+        if (part != kept)
             QFile::remove(part);
     }
 }

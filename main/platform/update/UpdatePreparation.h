@@ -64,7 +64,7 @@ public:
     explicit UpdatePreparation(UpdateSetup setup);
 
     // Fetches the feed and chooses. An automatic check only when one is due, or a download is to go
-    // on, unless `atOnce`.
+    // on, unless `atOnce`; where it finds something, it counts as one with prepare().
     [[nodiscard]] Finding find(CheckKind kind, bool atOnce);
     // Has that update lie beside the running build, whole and tried, for Installation::switchTo().
     [[nodiscard]] Result prepare(const AppcastItem &item, const Progress &progress);
@@ -86,7 +86,7 @@ private:
     Result unpackAndProve(const AppcastItem &item, const FileDescriptor &part);
     // What is there of downloads that broke off.
     [[nodiscard]] QStringList parts() const;
-    void dropPartsBut(const QStringList &kept) const;
+    void dropPartsBut(const QString &kept) const;
 
     const UpdateSetup m_setup;
     HttpSession m_session;

@@ -12,7 +12,7 @@ namespace corvella {
 struct UpdateState
 {
     std::optional<SeenFeed> seen;       // the newest feed that was believed
-    std::optional<QDateTime> lastCheck; // when that was, UTC
+    std::optional<QDateTime> lastCheck; // that counts, UTC
     int phase = -1;                     // which part of all machines this is, 0 to 6; drawn once
 
     bool operator==(const UpdateState &) const = default;

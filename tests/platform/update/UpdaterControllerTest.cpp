@@ -21,6 +21,8 @@ using test::FeedEntry;
 using testing::ElementsAre;
 using Connection = test::FaultServer::Connection;
 
+const QString kFeedRequest = u"GET /appcast.xml 200"_s;
+
 // What a signal said, each time.
 template <typename... Arguments> class Heard
 {
@@ -152,6 +154,18 @@ protected:
         EXPECT_EQ(parts().size(), 1); // it need not be downloaded again
         EXPECT_FALSE(m_faults.contains(UpdateFault::doesNotRun));
     }
+    // Whether a look finds that a day has not passed. That of somebody, which follows it, asks in
+    // any case.
+    bool waitsForTomorrow()
+    {
+        const auto feeds = [this] { return m_server->takeRequests().count(kFeedRequest); };
+        feeds();
+        const Heard offered(&controller(), &UpdaterController::offered);
+        controller().checkIfDue();
+        controller().checkForUpdates();
+        EXPECT_TRUE(becomes([&] { return !offered.isEmpty(); }));
+        return feeds() == 1;
+    }
     [[nodiscard]] QStringList parts() const
     {
         return QDir(m_copy.path(u".update"_s)).entryList({u"*.part"_s}, QDir::Files);
@@ -191,7 +205,7 @@ TEST_F(UpdaterControllerTest, HasAnUpdateLieReadyAndInstallsItWhenTold)
     EXPECT_EQ(m_controller->relaunch(), m_copy.path(u"bin/corvella"_s));
     EXPECT_EQ(m_copy.installation(2).identity(), (BuildIdentity{u"1.2"_s, 2, u"linux-x86_64"_s}));
     EXPECT_THAT(m_server->takeRequests(),
-                ElementsAre(u"GET /appcast.xml 200"_s, u"GET /corvella-2.tar.gz 200"_s));
+                ElementsAre(kFeedRequest, u"GET /corvella-2.tar.gz 200"_s));
 }
 
 TEST_F(UpdaterControllerTest, InstallsWhenTheProgramEndsAndSaysSo)
@@ -252,7 +266,7 @@ TEST_F(UpdaterControllerTest, FindsWhatLayReadyWhenTheProgramWasKilledWithoutWai
     m_server->takeRequests();
     controller().checkIfDue();
     EXPECT_TRUE(becomes([this] { return m_ready.size() == 2; }));
-    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(kFeedRequest));
 }
 
 TEST_F(UpdaterControllerTest, DownloadsWithoutWaitingForTomorrowWhatItFoundBeforeItWasKilled)
@@ -267,7 +281,35 @@ TEST_F(UpdaterControllerTest, DownloadsWithoutWaitingForTomorrowWhatItFoundBefor
     m_refusal.reset();
     controller().checkIfDue();
     EXPECT_TRUE(becomes([this] { return !m_ready.isEmpty(); }));
-    EXPECT_TRUE(parts().isEmpty()); // so the next check waits for tomorrow
+    EXPECT_TRUE(waitsForTomorrow());
+}
+
+// A power cut may bring back what was removed and not flushed.
+TEST_F(UpdaterControllerTest, AsksNoMoreThanDailyWhereTheDownloadOfWhatLiesReadyIsThereAgain)
+{
+    serve();
+    announce({addBuild()});
+    const QString bundle = m_www + u"/corvella-2.tar.gz"_s;
+    ASSERT_TRUE(QFile::rename(bundle, bundle + u".away"_s));
+    EXPECT_EQ(fault(), UpdateFault::unreachable);
+    ASSERT_EQ(parts().size(), 1);
+    const QString part = m_copy.path(u".update/"_s + parts().first());
+    ASSERT_TRUE(QFile::rename(bundle + u".away"_s, bundle));
+    ASSERT_TRUE(becomesReady());
+    m_home.write(part, "half");
+    controller().checkIfDue();
+    ASSERT_TRUE(becomes([this] { return m_ready.size() == 2; }));
+    EXPECT_TRUE(waitsForTomorrow());
+}
+
+TEST_F(UpdaterControllerTest, CountsACheckByHandThatEndsInAnOffer)
+{
+    serve();
+    announce({addBuild()});
+    const Heard offered(&controller(), &UpdaterController::offered);
+    controller().checkForUpdates();
+    ASSERT_TRUE(becomes([&] { return !offered.isEmpty(); }));
+    EXPECT_TRUE(waitsForTomorrow());
 }
 
 TEST_F(UpdaterControllerTest, OffersItToWhoAsksWhileItChecksByItself)
@@ -482,7 +524,7 @@ TEST_F(UpdaterControllerTest, OffersNothingOlderNorTheSameNorForAnotherMachine)
     const Heard upToDate(&atFive, &UpdaterController::upToDate);
     atFive.checkForUpdates();
     EXPECT_TRUE(becomes([&] { return !upToDate.isEmpty(); }));
-    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(kFeedRequest));
 }
 
 TEST_F(UpdaterControllerTest, RefusesABundleThatTheFeedCallsWhatItIsNot)
@@ -570,10 +612,14 @@ TEST_F(UpdaterControllerTest, TriesABuildThatDoesNotRunTwiceByItselfAndNoMore)
     EXPECT_EQ(fault(), UpdateFault::doesNotRun);
     m_faults.clear();
     EXPECT_EQ(fault(), UpdateFault::none);
-    EXPECT_TRUE(parts().isEmpty()); // so it is looked for daily, as ever
-    const Heard offered(&controller(), &UpdaterController::offered);
-    controller().checkForUpdates();
-    EXPECT_TRUE(becomes([&] { return !offered.isEmpty(); }));
+    EXPECT_TRUE(waitsForTomorrow());
+    // Somebody wants it all the same, and its download breaks off.
+    ASSERT_TRUE(QFile::remove(m_www + u"/corvella-2.tar.gz"_s));
+    controller().accept();
+    ASSERT_TRUE(becomes([this] { return m_faults.contains(UpdateFault::unreachable); }));
+    ASSERT_EQ(parts().size(), 1);
+    EXPECT_FALSE(becomesReady());
+    EXPECT_TRUE(waitsForTomorrow());
 }
 
 TEST_F(UpdaterControllerTest, RemembersTheNewestFeedFromCheckToCheck)
@@ -606,7 +652,7 @@ TEST_F(UpdaterControllerTest, RefusesAFeedThatIsNotSigned)
     m_home.write(m_www + u"/appcast.xml"_s,
                  test::makeFeed({addBuild()}, m_issued, m_issued.addDays(30)));
     EXPECT_EQ(fault(), UpdateFault::feedNotTrusted);
-    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(kFeedRequest));
 }
 
 TEST_F(UpdaterControllerTest, TalksToNobodyWithoutProofOfWhoItIs)
@@ -660,19 +706,16 @@ TEST_F(UpdaterControllerTest, ChecksOnceADayHoweverOftenItIsAskedToWhereItIsDue)
 {
     serve();
     announce({addBuild()});
-    const auto feeds = [this] { return m_server->takeRequests().count(u"GET /appcast.xml 200"_s); };
+    const auto feeds = [this] { return m_server->takeRequests().count(kFeedRequest); };
     controller().checkIfDue();
     ASSERT_TRUE(becomes([this] { return !m_ready.isEmpty(); }));
     EXPECT_EQ(feeds(), 1);
-    const Heard offered(&controller(), &UpdaterController::offered);
-    controller().checkIfDue();
-    controller().checkForUpdates(); // follows it, and asks in any case
-    ASSERT_TRUE(becomes([&] { return !offered.isEmpty(); }));
-    EXPECT_EQ(feeds(), 1);
-    m_now = m_now.addDays(1);
+    EXPECT_TRUE(waitsForTomorrow());
+    m_now = m_now.addDays(1).addSecs(1);
     controller().checkIfDue();
     ASSERT_TRUE(becomes([this] { return m_ready.size() == 2; }));
     EXPECT_EQ(feeds(), 1);
+    EXPECT_TRUE(waitsForTomorrow());
 }
 
 TEST_F(UpdaterControllerTest, AsksNobodyWhereItsOwnerDoesNotWantThat)
@@ -696,7 +739,7 @@ TEST_F(UpdaterControllerTest, DownloadsNothingWhereItsOwnerNoLongerWantsThat)
     controller().checkInBackground();
     m_refusal = u"not now"_s; // before the feed is there
     ASSERT_TRUE(becomes([&] { return !refused.isEmpty(); }));
-    EXPECT_THAT(m_server->takeRequests(), ElementsAre(u"GET /appcast.xml 200"_s));
+    EXPECT_THAT(m_server->takeRequests(), ElementsAre(kFeedRequest));
 }
 
 TEST_F(UpdaterControllerTest, StopsADownloadThatItsOwnerNoLongerWants)
