@@ -43,6 +43,7 @@ constexpr int kSeed = 20111005;
 constexpr unsigned kDoublings = 11; // the power fails 1 to 1024 calls later, sooner than later
 constexpr int kWaits = 40;          // by which the program has taken part in an hour
 constexpr int kHuesApart = 11;      // of one day's clip and the next one's
+constexpr auto kFirstLook = 15s;    // after its start, by which the program looks for a build
 
 // When something is done, in hours after nine o'clock in the morning.
 constexpr double kTroubleComesAndGoes = 3;
@@ -215,6 +216,7 @@ protected:
                           environment,
                           m_program.home()});
         m_group = static_cast<pid_t>(m_process->id());
+        m_started = m_time.now();
     }
     // Starts it where the power is back.
     void comeBack()
@@ -370,11 +372,13 @@ protected:
         return isOnTrial()
             || !QDir(m_prefix + u"/.update"_s).entryList({u"*.part"_s}, QDir::Files).isEmpty();
     }
-    // Whether the program is at its hosts, or has a new build to try. It is left the time for that:
-    // a transfer with hours in its midst would be out of time. In a dead network it is anyway.
+    // Whether the program is at its hosts, has a new build to try, or has not begun to look for one
+    // since its start. It is left the time for that: a transfer with hours in its midst would be
+    // out of time. In a dead network it is anyway.
     [[nodiscard]] bool isBusy() const
     {
-        return isHeld(m_program.cacheFolder() + u"/refresh.lock"_s) || isOnTrial()
+        return m_started.msecsTo(m_time.now()) < milliseconds(kFirstLook).count()
+            || isHeld(m_program.cacheFolder() + u"/refresh.lock"_s) || isOnTrial()
             || (m_trouble != Trouble::networkIsDead && isHeld(m_prefix + u"/.update/lock"_s));
     }
     // And lets it take that much of a part in it.
@@ -514,6 +518,7 @@ protected:
     const QString m_prefix = m_program.home() + u"/opt/corvella"_s;
     std::unique_ptr<test::ChildProcess> m_process;
     pid_t m_group = 0; // of it and of all that it starts
+    QDateTime m_started;
 
     QDateTime m_morning; // the first
 
