@@ -41,7 +41,7 @@ constexpr int kDays = 31;
 constexpr int kCuts = 100; // of the power, in so many days
 constexpr int kSeed = 20111005;
 constexpr unsigned kDoublings = 11; // the power fails 1 to 1024 calls later, sooner than later
-constexpr int kWaits = 40;          // by which the program has taken part in an hour
+constexpr qint64 kWaits = 40;       // by which the program has taken part in an hour
 constexpr int kHuesApart = 11;      // of one day's clip and the next one's
 constexpr auto kFirstLook = 15s;    // after its start, by which the program looks for a build
 
@@ -382,7 +382,7 @@ protected:
             || (m_trouble != Trouble::networkIsDead && isHeld(m_prefix + u"/.update/lock"_s));
     }
     // And lets it take that much of a part in it.
-    void goOnTo(double hour, int waits)
+    void goOnTo(double hour, qint64 waits)
     {
         EXPECT_TRUE(awaits([this] { return !isBusy(); }));
         const double left = 24.0 * m_day + hour - hours();
@@ -419,7 +419,7 @@ protected:
         const bool isOffered = std::find(kOffers.begin(), kOffers.end(), m_day) != kOffers.end();
         for (const double hour : kSteps) {
             const bool isCut = m_cutSteps.contains(m_step++);
-            goOnTo(hour, isCut ? int(m_random() % (2 * kWaits)) : kWaits);
+            goOnTo(hour, isCut ? qint64(m_random() % (2 * kWaits)) : kWaits);
             if (hour == kTroubleComesAndGoes) {
                 end();
                 if (isOffered)
@@ -458,7 +458,7 @@ protected:
     void expectUpdateTonight()
     {
         const QString ready = u"corvella: update: 1.2.0 downloaded; this kiosk installs it at "_s
-            + m_morning.addSecs(17 * 3600).toString(u"yyyy-MM-dd HH:mm:ss"_s) + u" +0000"_s;
+            + m_morning.addDuration(17h).toString(u"yyyy-MM-dd HH:mm:ss"_s) + u" +0000"_s;
         EXPECT_TRUE(awaits([&] { return m_process->errorLines().contains(ready); }));
     }
 
